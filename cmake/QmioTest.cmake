@@ -1,0 +1,24 @@
+# qmio_add_test(<name> [INTERNAL] [MEDIA] SOURCES <file>... [LIBRARIES <target>...])
+#   A GoogleTest executable whose cases are registered with CTest one by one.
+#   It sees the built library through include/qmio.h; INTERNAL links the library's insides instead, for unit tests.
+#   MEDIA gives it tests/support/media.h and runs it only after the test media have been made.
+include(GoogleTest)
+find_package(GTest REQUIRED)
+
+function(qmio_add_test name)
+  cmake_parse_arguments(ARG "INTERNAL;MEDIA" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  if(ARG_INTERNAL)
+    target_link_libraries(${name} PRIVATE qmio_internal)
+  else()
+    target_link_libraries(${name} PRIVATE qmio)
+  endif()
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} qmio_warnings GTest::gtest_main)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  set(fixtures "")
+  if(ARG_MEDIA)
+    target_link_libraries(${name} PRIVATE qmio_test_media)
+    set(fixtures FIXTURES_REQUIRED media)
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600 ${fixtures})
+endfunction()

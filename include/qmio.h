@@ -1,0 +1,434 @@
+/*
+ * qmio - reading and writing audio and video through one plain C interface.
+ *
+ * Life of a handle
+ *   An open function returns a MediaHandle, or null. It is passed first to everything that works on the source, and
+ *   qmio_close ends it; nothing else frees it, and it is invalid afterwards. Closing null does nothing, so a failed
+ *   open needs no special care. Unless a function says otherwise, a null handle makes it return its failure value and
+ *   nothing else; a handle that was closed, or that is no handle, must not be passed at all.
+ *
+ * Threads
+ *   Different handles may be used on different threads at once. One handle is used by one thread at a time; the one
+ *   exception is qmio_cancel, which another thread may call while a call on the handle is blocked. Opening codecs is
+ *   serialised across all threads and processes that load the library from the same place.
+ *
+ * Names and text
+ *   Narrow names (_a) are in the ANSI code page of the system (UTF-8 on Linux), wide names (_w) are UTF-16 on Windows
+ *   and UTF-32 on Linux. A name that is longer than 1,023 bytes after conversion, or longer than 512 UTF-16 units
+ *   when it came as narrow text, is refused. Texts that the library returns are UTF-8.
+ *
+ * Frame numbers
+ *   Frames are numbered from 0 by their timestamps and the frame rate: number n is shown n frame periods after the
+ *   stream's start. In a source of constant rate that is the order in which reading delivers them. Where frames are
+ *   missing or last longer, numbers are left out; seeking to such a number gives the next frame that there is.
+ *
+ * Pixel formats
+ *   A pixel format is a number of this interface: the values of the AV_PIX_FMT_ constants below and of qmio_fmtid,
+ *   the same whatever FFmpeg is linked (BGRA is 30). A format that only the linked FFmpeg knows has the number
+ *   0x10000 + FFmpeg's own.
+ *
+ * Errors
+ *   Functions return what happened and never throw, print or stop the process. FFmpeg's error messages go to standard
+ *   error and to the log file; the configuration file beside the library chooses how much of them, and which of the
+ *   library's own trace lines.
+ *
+ * Memory
+ *   Buffers for pictures are the caller's. Nothing outside the size that a function asks for is written.
+ *
+ * Example: counts the frames of a video. (examples/read_frames.c)
+ *
+ *     #include <qmio.h>
+ *     #include <stdio.h>
+ *
+ *     int main(int argc, char** argv) {
+ *         MediaHandle* media = qmio_open_a(argc > 1 ? argv[1] : "");
+ *         if (media == NULL || qmio_get_file_param(media, "nvideo") < 1)
+ *             return fprintf(stderr, "usage: read_frames VIDEO\n"), qmio_close(media), 1;
+ *         int width = (int)qmio_get_file_param(media, "width"), height = (int)qmio_get_file_param(media, "height");
+ *         uint8_t* picture = qmio_alloc(width * height * 4);
+ *         int frames = 0, result;
+ *         while ((result = qmio_read_frame(media, picture)) != 0)
+ *             frames += result > 1;
+ *         while (qmio_video_pkt(media, picture, NULL) > 1)
+ *             ++frames;
+ *         printf("%d frames of %d x %d\n", frames, width, height);
+ *         qmio_free(picture);
+ *         qmio_close(media);
+ *         return 0;
+ *     }
+ */
+#ifndef QMIO_H
+#define QMIO_H
+
+#include <stddef.h>
+#include <stdint.h>
+#ifndef __cplusplus
+#include <wchar.h>
+#endif
+
+/* A host that links the library's objects themselves defines QMIO_STATIC. */
+#if defined(QMIO_STATIC)
+#define QMIO_API
+#elif defined(_WIN32)
+#if defined(QMIO_BUILDING)
+#define QMIO_API __declspec(dllexport)
+#else
+#define QMIO_API __declspec(dllimport)
+#endif
+#else
+#define QMIO_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Opaque to hosts. The FFmpeg types are FFmpeg's own; a host that includes FFmpeg's headers sees the same types. */
+typedef struct MediaHandle MediaHandle;
+typedef struct AVPacket AVPacket;
+typedef struct AVFrame AVFrame;
+typedef struct AVCodec AVCodec;
+typedef struct AVOutputFormat AVOutputFormat;
+typedef struct SwsContext SwsContext;
+typedef struct SwsFilter SwsFilter;
+
+/* ---- Records ---------------------------------------------------------------------------------------------------- */
+
+/*
+ * A picture in the host's memory. The host owns the record and the block of pixels; the library keeps neither.
+ * All planes follow one another in the block, rows aligned to `alignment` bytes, as qmio_image_fill_arrays lays them
+ * out; the result of that call is the size that the block must have, and nothing beyond it is read or written. For
+ * packed formats with alignment 1 that is width x height x bytes per pixel. A format with a palette has its 256
+ * entries of four bytes behind the pixels. The block itself may lie at any address.
+ */
+typedef struct imio_picture {
+    int32_t format;     /* pixel format, a number as qmio_fmtid gives it */
+    uint32_t reserved0; /* reserved words are 0 */
+    uint8_t* data;      /* first byte of the block */
+    uint64_t reserved1;
+    int32_t width;     /* pixels, at least 1 */
+    int32_t height;    /* rows, at least 1 */
+    int32_t line_size; /* bytes from row to row, for the linear scaler and for filling in opaque alpha alone */
+    uint32_t reserved2[3];
+    int32_t alignment; /* of rows, in bytes: a power of two, at least 1 */
+    uint32_t reserved3[5];
+    uint64_t reserved4;
+} imio_picture;
+
+/* Where the planes of a picture begin and how many bytes lie between their rows; the last four are not used. */
+typedef struct qmio_planes {
+    uint8_t* data[8];
+    int32_t linesize[8];
+} qmio_planes;
+
+/* ---- Memory, errors, small queries ------------------------------------------------------------------------------ */
+
+/*
+ * The library's allocator, for buffers that one side allocates and the other frees. Any thread may call.
+ *
+ * qmio_alloc gives `size` bytes of any content, qmio_calloc the same zeroed, aligned for the widest vector
+ * instructions. qmio_realloc resizes a block of this allocator (null: allocates one), keeps its content up to the
+ * smaller size and may move it; when it fails the old block stays valid and the caller's; blocks it returns have only
+ * the alignment of the system's own allocator. A size of 0 gives a block that may not be written to.
+ * All three return null for a negative size and when memory is short. The caller owns the block and frees it with
+ * qmio_free, which does nothing for null.
+ */
+QMIO_API void* qmio_alloc(int size);
+QMIO_API void* qmio_calloc(int size);
+QMIO_API void* qmio_realloc(void* p, int size);
+QMIO_API void qmio_free(void* p);
+
+/*
+ * Takes the library's last error message. There is one for all handles: a newer message replaces an older one, and
+ * taking it forgets it. A message is kept when an open finds a stream that has no codec; other failures keep none.
+ *
+ * buf   receives the message as UTF-8 with its NUL, or an empty string when there is none: room for 512 bytes, which
+ *       no message exceeds. May be null: the message is forgotten all the same.
+ * Returns 1 when a message was kept since the last call, else 0. Any thread may call.
+ */
+QMIO_API int qmio_get_error(char* buf);
+
+/*
+ * Container stream index of the packet read last, and of the audio packet read last; -1 for a null handle, 0 before
+ * the first packet.
+ */
+QMIO_API int qmio_get_vstream(MediaHandle* h);
+QMIO_API int qmio_get_astream(MediaHandle* h);
+
+/* Length of the audio in milliseconds (of the last audio track); 0 without audio, when unknown, and for null. */
+QMIO_API int qmio_get_dur(MediaHandle* h);
+
+/*
+ * Prints the address of an inner object to standard error, for debugging: "video_st" is the video stream, any other
+ * text prints nothing. Returns 1; 0 when either argument is null.
+ */
+QMIO_API int qmio_print(MediaHandle* h, const char* what);
+
+/* ---- Opening ---------------------------------------------------------------------------------------------------- */
+
+/*
+ * Opens a source for reading: its container, its first video stream's decoder and the decoders of up to 16 audio
+ * streams, which become the tracks 0 to 15.
+ *
+ * name      a file name or any URL that FFmpeg opens; or, by a prefix in any case:
+ *           "mem:"    the pointer is a memory block itself (narrow forms only): its first 32 bytes hold the text "mem:"
+ *                     and the size of the data in hexadecimal, ended by a NUL; the data (a picture, or pictures one
+ *                     after the other) begins at byte 32. The block stays the caller's and unchanged until the close.
+ *           "avio:"   a local file of pictures, read through the system's own file calls: "avio:/path/picture.png"
+ *           "ftp:"    an FTP address; "?passive" in its query uses passive mode and reads front to back. A server that
+ *                     stands still for 30 seconds ends the call; "timeout" (microseconds) says otherwise.
+ *           "dshow:"  a capture device of Windows; fails where FFmpeg has no such devices
+ * options   key=value pairs for FFmpeg's demuxer and video decoder, separated by commas ("threads=1,probesize=1M"), or
+ *           null. Keys that neither of them knows are ignored. The default is threads=0: one per processor.
+ *
+ * Returns the handle, or null; qmio_get_error tells more where a stream has no codec. A source whose audio cannot be
+ * decoded opens with video alone. A source without any video or audio opens, too. When another process is writing the
+ * same file and publishes its frame positions, seeking uses them.
+ */
+QMIO_API MediaHandle* qmio_open_a(const char* name);
+QMIO_API MediaHandle* qmio_open_ex_a(const char* name, const char* options);
+QMIO_API MediaHandle* qmio_open_w(const wchar_t* name);
+QMIO_API MediaHandle* qmio_open_ex_w(const wchar_t* name, const wchar_t* options);
+
+/* ---- Reading video ---------------------------------------------------------------------------------------------- */
+
+/* What qmio_get_frame found. */
+enum { QMIO_PACKET_OTHER = 0, QMIO_PACKET_VIDEO = 1, QMIO_PACKET_AUDIO = 2 };
+
+/*
+ * What decoding came to. The pictures are bit sets: bit 0 a picture was delivered, bit 1 its top field, bit 2 its
+ * bottom field comes first; both fields at once make it progressive.
+ */
+enum {
+    QMIO_PICTURE_PROGRESSIVE = 7,
+    QMIO_PICTURE_TOP_FIELD_FIRST = 3,
+    QMIO_PICTURE_BOTTOM_FIELD_FIRST = 5,
+    QMIO_PICTURE_HELD = 1,       /* the only picture of the source is held already; qmio_get_buf delivers it again */
+    QMIO_NO_PICTURE = 0,         /* the packet was used up without a picture, or the input has ended */
+    QMIO_NOTHING_TO_DECODE = -1, /* a null handle or picture, or a source without video */
+    QMIO_NO_VIDEO_STREAM = -4,
+    QMIO_OTHER_STREAM = -5, /* the packet belongs to another stream */
+    QMIO_DECODER_ERROR = -6 /* the packet is damaged; go on with the next */
+};
+
+/*
+ * Reading the next picture. Pictures come in the order in which they are shown, none is skipped.
+ *
+ * buffer   width x height x 4 bytes, rows from top to bottom without gaps: the picture in the format of
+ *          qmio_set_dst_fmt, BGRA at first, which for these functions has to be one of 4 bytes per pixel. Width and
+ *          height are those of qmio_get_file_param "width" and "height". A source without transparency is delivered
+ *          opaque.
+ * pic      (the imio_ form) a picture of any size: the frame is scaled to its width and height. Its data, width,
+ *          height, line_size and alignment are read; its format is not, the handle's is used. Its data has to hold
+ *          qmio_image_fill_arrays' size for that format, size and alignment.
+ *
+ * After a seek the next picture is the one that was asked for; the way to it is decoded but not delivered.
+ * Returns a picture code; QMIO_DECODER_ERROR for a damaged packet, after which reading goes on; 0 at the end of the
+ * input, for null, and for a source without video. At the end the decoder may still hold pictures: take them with
+ * qmio_video_pkt(h, buffer, NULL) until it returns 0. Audio packets on the way are dropped.
+ */
+QMIO_API int qmio_read_frame(MediaHandle* h, uint8_t* buffer);
+QMIO_API int imio_read_frame(MediaHandle* h, imio_picture* pic);
+
+/*
+ * Converts the picture decoded last once more, for instance into another format or size. Returns the rows written; 0
+ * for a null buffer, before any picture and when it cannot be converted; -1 for a null handle, a null picture record
+ * or a source without video. A picture record without data is left alone: 1.
+ */
+QMIO_API int qmio_get_buf(MediaHandle* h, uint8_t* buffer);
+QMIO_API int imio_get_buf(MediaHandle* h, imio_picture* pic);
+
+/*
+ * Reads one packet of any stream. Returns QMIO_PACKET_VIDEO, QMIO_PACKET_AUDIO for a selected audio track,
+ * QMIO_PACKET_OTHER for anything else, -1 at the end of the input and on errors. The handle holds the packet until
+ * qmio_release_frame, which returns 0; call it before reading the next one. Reading on without it keeps the packets
+ * read over in memory until the next release or the close.
+ */
+QMIO_API int qmio_get_frame(MediaHandle* h);
+QMIO_API int qmio_release_frame(MediaHandle* h);
+
+/*
+ * Decodes one packet: `pkt`, or (the _frame forms) the one that the handle holds. At most one picture comes out per
+ * call, and not always that of this packet; none is lost. A null `pkt` takes out what the decoder still holds, a
+ * picture per call, until QMIO_NO_PICTURE; packets may follow after that. These calls deliver every picture, also on
+ * the way to a frame that was sought.
+ *
+ * buffer, pic   as for reading; a null buffer, or a picture without data, decodes without converting.
+ * pkt           its data and size advance as they are used; it stays the caller's.
+ */
+QMIO_API int qmio_video_pkt(MediaHandle* h, uint8_t* buffer, AVPacket* pkt);
+QMIO_API int qmio_video_frame(MediaHandle* h, uint8_t* buffer);
+QMIO_API int imio_video_pkt(MediaHandle* h, imio_picture* pic, AVPacket* pkt);
+QMIO_API int imio_video_frame(MediaHandle* h, imio_picture* pic);
+
+/*
+ * 1 when the packet of this kind (1 video, 2 audio) that was read last does not lie before the start of the video;
+ * else 0, also for a null handle and any other kind.
+ */
+QMIO_API int qmio_is_valid_frame(MediaHandle* h, int kind);
+
+/* ---- Seeking ---------------------------------------------------------------------------------------------------- */
+
+/*
+ * Moves to a frame: the next qmio_read_frame delivers exactly the picture that reading from the start would deliver
+ * under this number. A negative number means frame 0. Where other tracks are read, they go on from around there.
+ *
+ * qmio_seek_frame returns the frame; 0 when there was nothing to do (a null handle, a still picture, the start of a
+ * fresh handle) or when the source has only audio, which is rewound to its start; -1 when the source cannot be
+ * positioned. After that it answers 0 at once and reading goes on where it stands. With published frame positions a
+ * number behind the last published frame means that frame.
+ *
+ * qmio_seek_frame_ex does the same without looking at published positions or earlier failures.
+ *
+ * qmio_seek_frame_ex_old positions at the packet of the frame and leaves it to the host to decode from there: what
+ * comes next need not be a whole picture. Returns the frame, also when it is the next one anyway; 0 and -1 as above.
+ */
+QMIO_API int qmio_seek_frame(MediaHandle* h, int frame);
+QMIO_API int qmio_seek_frame_ex(MediaHandle* h, int frame);
+QMIO_API int qmio_seek_frame_ex_old(MediaHandle* h, int frame);
+
+/*
+ * Moves to the key packet at or before a timestamp of the stream, in its time base. kind: 1 video, 2 the current audio
+ * track. Returns the timestamp; 0 on failure, for a still picture and for any other kind.
+ */
+QMIO_API int64_t qmio_seek_ts(MediaHandle* h, int64_t ts, int kind);
+
+/*
+ * Chooses the pixel format in which pictures are delivered from now on. Returns 1, for an unknown format too: nothing
+ * can be converted then. 0 for a null handle.
+ */
+QMIO_API int qmio_set_dst_fmt(MediaHandle* h, int pix_fmt);
+
+/* ---- Closing ---------------------------------------------------------------------------------------------------- */
+
+/* Ends a handle of any kind and frees all that it holds. Returns 0. Null does nothing. */
+QMIO_API int qmio_close(MediaHandle* h);
+
+/* Writes out what an output has buffered. Returns 1; 0 for a null or cancelled handle. */
+QMIO_API int qmio_flush(MediaHandle* h);
+
+/*
+ * Abandons a source, also while another thread's call on the handle is waiting for the network: that call returns,
+ * then the source is closed. Returns 0. The handle stays and has to be closed, after that other call has returned;
+ * until then reading from it gives its end. A read of a local file, pipe or device that the system itself has blocked
+ * ends only when the system ends it.
+ */
+QMIO_API int qmio_cancel(MediaHandle* h);
+
+/* ---- Pictures --------------------------------------------------------------------------------------------------- */
+
+/*
+ * Everything in this section may be called from any thread at once, on different pictures.
+ *
+ * Converting and scaling. The target always stands before the source. The formats and sizes of both say what happens;
+ * with equal sizes nothing is scaled. All return the rows written, the target's height when all went well, and 0 with
+ * the target untouched when a record or data pointer is null, a record describes no picture (unknown format, hardware
+ * format, size below 1, alignment that is no power of two) or FFmpeg has no such conversion (qmio_probe_cvt).
+ *
+ * `algorithm` is a value of FFmpeg's SWS_ flags (1 fast bilinear, 2 bilinear, 4 bicubic, 0x10 point, ...), or 0: then
+ * pictures that are both BGRA go through the library's own linear scaler, whose rows lie line_size bytes apart in both
+ * records and which gives the target's height, and all others through flags 1. The forms without that argument take
+ * the configured //scale_alg as it stands, qmio_cvt takes a value below 1 as 1. qmio_scale_slice is another name of
+ * qmio_scale, imio_scale of imio_cvt.
+ *
+ * The forms on bare buffers take their pictures with alignment 1, and on the linear way rows of width x 4 bytes.
+ */
+QMIO_API int imio_cvt(imio_picture* dst, const imio_picture* src);
+QMIO_API int imio_scale(imio_picture* dst, const imio_picture* src);
+QMIO_API int imio_scale_ex(imio_picture* dst, const imio_picture* src, int algorithm);
+QMIO_API int qmio_cvt(void* dst, int dst_fmt, const void* src, int src_fmt, int width, int height);
+QMIO_API int qmio_scale(void* dst, int dst_fmt, int dst_width, int dst_height, const void* src, int src_fmt,
+                        int src_width, int src_height);
+QMIO_API int qmio_scale_ex(void* dst, int dst_fmt, int dst_width, int dst_height, const void* src, int src_fmt,
+                           int src_width, int src_height, int algorithm);
+QMIO_API int qmio_scale_slice(void* dst, int dst_fmt, int dst_width, int dst_height, const void* src, int src_fmt,
+                              int src_width, int src_height);
+
+/*
+ * Makes `dst` the planes of `src` from row y on, for working on a band of a picture. Planes 1 and 2 move by the rows
+ * of chroma above row y, rounded up. A plane that is null in `src` becomes null in `dst` and keeps its line size there.
+ * `dst` may be `src`. With an unknown format an error is written to the console and the log, and `dst` stays as it was.
+ */
+QMIO_API void qmio_surf_slice(int fmt, qmio_planes* dst, const qmio_planes* src, int y);
+
+/* 1 when bands can be cut from pictures of the format, 0 for formats with a palette, of hardware and unknown ones. */
+QMIO_API int qmio_is_sliceable(int fmt);
+
+/*
+ * Not 0 when one format can be converted into another. With a source of -1 it asks only whether anything can be
+ * converted into the target; with a target of -1 only whether the source can be converted into anything.
+ */
+QMIO_API int qmio_probe_cvt(int dst_fmt, int src_fmt);
+
+/*
+ * FFmpeg's av_image_fill_arrays, sws_getContext, sws_scale and sws_freeContext, with formats as qmio_fmtid gives them.
+ * qmio_image_fill_arrays returns the bytes of the whole picture or a negative error; `src` may be null then, to ask
+ * for the size alone. qmio_sws_getContext returns null where there is no such conversion; the host owns the context,
+ * uses it on one thread at a time and frees it with qmio_sws_freeContext, which takes null too. Unlike the calls
+ * above, qmio_sws_scale is FFmpeg's bare call: it may write and read up to 64 bytes beyond rows that are not aligned
+ * to 64 bytes, and wants planes that are aligned to 16. It returns the rows written, 0 for a null context.
+ */
+QMIO_API int qmio_image_fill_arrays(uint8_t* dst_data[4], int dst_linesize[4], const uint8_t* src, int fmt, int width,
+                                    int height, int align);
+QMIO_API SwsContext* qmio_sws_getContext(int src_w, int src_h, int src_fmt, int dst_w, int dst_h, int dst_fmt,
+                                         int flags, SwsFilter* src_filter, SwsFilter* dst_filter, const double* param);
+QMIO_API int qmio_sws_scale(SwsContext* ctx, const uint8_t* const src[], const int src_stride[], int y, int height,
+                            uint8_t* const dst[], const int dst_stride[]);
+QMIO_API void qmio_sws_freeContext(SwsContext* ctx);
+
+/*
+ * Members of an FFmpeg frame: where a plane begins, the bytes between its rows, and the pixel format (of a frame of
+ * sound the sample format). The plane belongs to the frame. Null, 0 and -1 for a null frame and a plane outside 0..7.
+ */
+QMIO_API uint8_t* qmio_get_frm_data(AVFrame* frame, int plane);
+QMIO_API int qmio_get_frm_linesize(AVFrame* frame, int plane);
+QMIO_API int qmio_get_frm_format(AVFrame* frame);
+
+/*
+ * The number of a pixel format by its name in FFmpeg's list, in full and in its spelling: "AV_PIX_FMT_BGRA" is 30. The
+ * numbers are this library's own and stay the same whatever FFmpeg it is linked with; a format that is newer than they
+ * are has 0x10000 plus FFmpeg's number and no name here. -1 for unknown names and for null.
+ */
+QMIO_API int qmio_fmtid(const char* name);
+
+/* ---- Parameters ------------------------------------------------------------------------------------------------- */
+
+/*
+ * Numbers about the source. Keys are compared without regard to case; -1 for a null handle and an unknown key.
+ *
+ *   "check"                0 when the source is open, -1 after qmio_cancel
+ *   "width", "height"      size of the pictures in pixels; 0 without video
+ *   "frames"               number of video frames by the source's own word; 1 for a still picture and when unknown
+ *   "nvideo", "naudio"     video streams, audio tracks
+ *   "video", "audio"       stream index of the video and of the first audio track; -1 for none
+ *   "dts_frame"            number of the frame decoded last; -1 for none
+ *   "sample_rate"          of the first audio track, in Hz; 0 without one
+ *   "channels"             of all audio tracks together
+ *   "vb", "ab"             bits per second of the video and of the first audio track; 0 when unknown
+ *
+ * qmio_get_stream_param answers the same keys and, for the audio track `track`, "sample_rate" and "channels" (0 for a
+ * track that does not exist); and "par" and "sar", 1000 times the pixel aspect ratio by the decoder and by the
+ * container, 0 when unknown.
+ */
+QMIO_API int64_t qmio_get_file_param(MediaHandle* h, const char* key);
+QMIO_API int64_t qmio_get_stream_param(MediaHandle* h, const char* key, int track);
+
+/* ---- Pixel formats as data -------------------------------------------------------------------------------------- */
+
+/*
+ * The numbers of the common formats, as qmio_fmtid gives them, for hosts without FFmpeg's headers. Set while the
+ * library loads; hosts only read them. FFmpeg's headers have enumerators of the same names: where they came first the
+ * integers are not declared, and a host that includes them afterwards defines QMIO_NO_PIX_FMT_DATA.
+ */
+#if !defined(QMIO_NO_PIX_FMT_DATA) && !defined(AVUTIL_PIXFMT_H)
+QMIO_API extern int32_t AV_PIX_FMT_NONE, AV_PIX_FMT_RGB32, AV_PIX_FMT_GRAY8, AV_PIX_FMT_YUYV422, AV_PIX_FMT_YUV420P,
+    AV_PIX_FMT_BGR24, AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, AV_PIX_FMT_BGRA, AV_PIX_FMT_UYVY422, AV_PIX_FMT_ARGB,
+    AV_PIX_FMT_YUV422P10LE, AV_PIX_FMT_NB, AV_PIX_FMT_0RGB, AV_PIX_FMT_ABGR, AV_PIX_FMT_0BGR, AV_PIX_FMT_RGB0,
+    AV_PIX_FMT_BGR0;
+#endif
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

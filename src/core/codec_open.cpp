@@ -1,0 +1,42 @@
+#include "core/codec_open.h"
+
+#include <mutex>
+
+#include "core/settings.h"
+
+namespace qmio {
+
+namespace {
+
+int open_once(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary* options) {
+    std::unique_lock<platform::NamedMutex> lock;
+    if (settings().codec_mutex != nullptr)
+        lock = std::unique_lock(*settings().codec_mutex);
+    return avcodec_open2(&context, &codec, options != nullptr ? options->address() : nullptr);
+}
+
+}  // namespace
+
+int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary* options) {
+    ffmpeg::Dictionary retry;
+    if (options != nullptr)
+        av_dict_copy(retry.address(), options->entries(), 0);
+    const int result = open_once(context, codec, options);
+    // FFmpeg gives up altogether when the system has no thread left to give.
+    if (result != AVERROR(EAGAIN) && result != AVERROR(ENOMEM))
+        return result;
+    retry.set("threads", "1");
+    context.thread_count = 1;
+    return open_once(context, codec, &retry);
+}
+
+ffmpeg::CodecContextPtr make_stream_codec(const AVStream& stream) {
+    ffmpeg::CodecContextPtr context(avcodec_alloc_context3(nullptr));
+    if (context == nullptr || avcodec_parameters_to_context(context.get(), stream.codecpar) < 0)
+        return nullptr;
+    // Without the packets' time base, audio trimming and the pictures' timestamps are off.
+    context->pkt_timebase = stream.time_base;
+    return context;
+}
+
+}  // namespace qmio

@@ -1,0 +1,15 @@
+// Opening codecs, one at a time across all threads and processes.
+#pragma once
+
+#include "ffmpeg/owners.h"
+
+namespace qmio {
+
+// avcodec_open2 inside the codec mutex. `options` may be null; what the codec left in it was not used.
+// A codec whose worker threads cannot be created is opened with one thread instead.
+int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary* options);
+
+// A codec context of our own for the stream, filled from its parameters; null when memory is short.
+ffmpeg::CodecContextPtr make_stream_codec(const AVStream& stream);
+
+}  // namespace qmio

@@ -1,0 +1,68 @@
+#include "core/media_handle.h"
+
+#include <cstring>
+#include <new>
+#include <numeric>
+
+namespace qmio {
+
+namespace {
+
+// FFmpeg polls this from any thread while it blocks on a network source.
+int is_cancelled(void* handle) {
+    return static_cast<const MediaHandle*>(handle)->cancelled.load(std::memory_order_relaxed) ? 1 : 0;
+}
+
+}  // namespace
+
+MediaHandle* create_handle() {
+    void* memory = av_mallocz(sizeof(MediaHandle));
+    if (memory == nullptr)
+        return nullptr;
+    auto* handle = new (memory) MediaHandle;
+    handle->reader.packet.reset(av_packet_alloc());
+    handle->audio.audio_packet.reset(av_packet_alloc());
+    std::iota(handle->audio.chan_map.begin(), handle->audio.chan_map.begin() + kMaxTracks, 0);
+    if (handle->reader.packet == nullptr || handle->audio.audio_packet == nullptr) {
+        destroy_handle(handle);
+        return nullptr;
+    }
+    return handle;
+}
+
+void destroy_handle(MediaHandle* handle) {
+    handle->~MediaHandle();
+    av_free(handle);
+}
+
+bool set_file_name(MediaHandle& handle, const std::string& name) {
+    if (name.size() >= sizeof handle.file_name)
+        return false;
+    std::memcpy(handle.file_name, name.c_str(), name.size() + 1);
+    return true;
+}
+
+AVIOInterruptCB interrupt_callback(MediaHandle& handle) {
+    return {is_cancelled, &handle};
+}
+
+void release_container(MediaHandle& handle) {
+    handle.reader.video_st = nullptr;
+    handle.audio.track_av_stream.fill(nullptr);
+    handle.format_ctx.reset();
+}
+
+void flush_video_decoder(MediaHandle& handle) {
+    if (handle.reader.pCodecCtx != nullptr)
+        handle.reader.video_decoder.flush();
+}
+
+void flush_audio_decoders(MediaHandle& handle) {
+    for (int track = 0; track < handle.audio.track_count; ++track) {
+        AVCodecContext* codec = handle.audio.track_codec[static_cast<std::size_t>(track)];
+        if (codec != nullptr && avcodec_is_open(codec) != 0)
+            avcodec_flush_buffers(codec);
+    }
+}
+
+}  // namespace qmio

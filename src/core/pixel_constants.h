@@ -1,0 +1,9 @@
+// The exported pixel-format integers.
+#pragma once
+
+namespace qmio {
+
+// Gives the 18 exported integers their values; called once while the library loads (picture/pixel_constants.cpp).
+void fill_pixel_format_constants();
+
+}  // namespace qmio

@@ -1,0 +1,44 @@
+// What the configuration file says. Written once while the library loads, read-only afterwards.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "platform/named_mutex.h"
+#include "qmlib/xml_database.h"
+
+namespace qmio {
+
+enum class TraceSwitch { options, create, open, write, audio, read, seek, close, fifo, decoder, count };
+
+struct Settings {
+    std::array<int32_t, static_cast<std::size_t>(TraceSwitch::count)> trace{};  // 0: off
+    int32_t scale_algorithm = 1;  // as configured; what the values below 1 mean is the scaler's business
+    int32_t core_count = 0;       // 0: let the codecs decide
+    uint32_t code_page = 65001;   // of names handed to the open and create cores
+    int32_t log_level = 16;       // FFmpeg messages above it are dropped
+    std::unique_ptr<platform::NamedMutex> codec_mutex;  // null: opening runs unguarded
+    std::unique_ptr<qmlib::XmlDatabase> database;       // null: no readable configuration file
+};
+
+// The settings in force; the defaults before the library was attached and after it was detached.
+const Settings& settings();
+
+// Called by the load and unload notification of the platform, before and after any other entry point.
+void attach_library();
+void detach_library();
+
+// Where the configuration of the library file at `library_path` lies.
+std::string configuration_path(const std::string& library_path);
+
+// The name of the mutex that every process shares which loads the library from the same place.
+std::string codec_mutex_name(const std::string& configuration_path);
+
+// Takes over the values of the keys that `database` has: trace switches, //scale_alg, //num_cores, //encoding, //log.
+// A key that is missing or empty leaves its setting as it is.
+void apply_configuration(const qmlib::XmlDatabase& database, Settings& settings);
+
+}  // namespace qmio

@@ -1,0 +1,83 @@
+// What loading and unloading the library does. It runs under the loader's lock: no waiting, no threads, no libraries.
+#include "core/ffmpeg_log.h"
+#include "core/pixel_constants.h"
+#include "core/settings.h"
+#include "ffmpeg/codec_lookup.h"
+#include "ffmpeg/ffmpeg.h"
+#include "platform/loaded_library.h"
+#include "platform/never_destroyed.h"
+#include "platform/system.h"
+#include "qmlib/sinks.h"
+
+namespace qmio {
+namespace {
+
+constinit platform::NeverDestroyed<Settings> current;
+constinit int level_before = AV_LOG_INFO;  // FFmpeg's level as this library found it
+
+std::string log_path(const qmlib::XmlDatabase* database, const std::string& library_path) {
+    if (database != nullptr) {
+        if (std::string configured = database->value("//log_file"); !configured.empty())
+            return configured;
+    }
+    if (std::string given = platform::environment("QMIO_LOG"); !given.empty())
+        return given;
+    return library_path.empty() ? std::string() : library_path + ".log";
+}
+
+void apply_vetoes(const qmlib::XmlDatabase& database) {
+    for (const std::string& name : database.values("decoder"))
+        ffmpeg::veto_decoder(name.c_str());
+    for (const std::string& name : database.values("encoder"))
+        ffmpeg::veto_encoder(name.c_str());
+}
+
+void configure(Settings& settings) {
+    const std::string library_path = platform::module_path();
+    const std::string path = configuration_path(library_path);
+    settings.codec_mutex = platform::NamedMutex::open(codec_mutex_name(path));
+    settings.database = qmlib::XmlDatabase::read(path);
+    if (settings.database != nullptr) {
+        apply_vetoes(*settings.database);
+        apply_configuration(*settings.database, settings);
+    }
+    qmlib::set_log_path(log_path(settings.database.get(), library_path));
+}
+
+void configure_ffmpeg(const Settings& settings) {
+    // libavformat keeps pointers into libavdevice from here on. A host that uses libavformat itself would follow them
+    // after libavdevice had left the process together with this library.
+    avdevice_register_all();
+    platform::keep_loaded(avdevice_configuration());
+    level_before = av_log_get_level();
+    av_log_set_level(settings.log_level);
+    av_log_set_callback(log_ffmpeg_message);
+}
+
+}  // namespace
+
+const Settings& settings() {
+    return current.value;
+}
+
+void attach_library() {
+    try {
+        configure(current.value);
+    } catch (...) {
+        // No failure stops the load: what was not reached keeps its default.
+    }
+    configure_ffmpeg(current.value);
+    fill_pixel_format_constants();
+}
+
+void detach_library() {
+    // FFmpeg may outlive this library in the process: the callback's code is about to go, and the level was ours.
+    av_log_set_callback(av_log_default_callback);
+    if (av_log_get_level() == current.value.log_level)
+        av_log_set_level(level_before);
+    current.value = Settings();
+    ffmpeg::clear_vetoes();
+    qmlib::close_log();
+}
+
+}  // namespace qmio

@@ -1,0 +1,46 @@
+// One packet in, at most one picture out, over FFmpeg's send/receive interface.
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <limits>
+
+#include "ffmpeg/owners.h"
+
+namespace qmio::ffmpeg {
+
+// Keeps the pictures that a decoder yields in surplus, so that none is lost. The codec context stays the caller's.
+class Decoder {
+  public:
+    void attach(AVCodecContext* context) { context_ = context; }
+
+    // Feeds `packet` (null or empty: drains) and moves the oldest decoded picture into `frame`. Sets *got to 1 when
+    // there was one. Returns the bytes used, always the whole packet, or a negative FFmpeg error.
+    int decode(AVFrame* frame, int* got, const AVPacket* packet);
+
+    // True while a picture can come out without new input.
+    bool has_kept() const { return !kept_.empty() || (draining_ && !drained_); }
+
+    // Moves the oldest kept picture into `frame`, if there is one.
+    bool take_kept(AVFrame* frame);
+
+    // Forgets everything decoded and makes the codec ready for packets of another place.
+    void flush();
+
+  private:
+    static constexpr std::size_t kEverything = std::numeric_limits<std::size_t>::max();
+
+    int feed(const AVPacket* packet);
+    int drain_one();
+    void end_drain();
+    int receive(std::size_t count);
+    FramePtr spare_frame();
+
+    AVCodecContext* context_ = nullptr;
+    std::deque<FramePtr> kept_;
+    std::deque<FramePtr> spare_;  // empty frames for reuse
+    bool draining_ = false;
+    bool drained_ = false;
+};
+
+}  // namespace qmio::ffmpeg

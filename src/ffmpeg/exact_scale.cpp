@@ -1,0 +1,89 @@
+#include "ffmpeg/exact_scale.h"
+
+#include <algorithm>
+
+#include "ffmpeg/pixel_format.h"
+#include "ffmpeg/scaler.h"
+
+namespace qmio::ffmpeg {
+
+namespace {
+
+int scale(const Picture& source, const Picture& target, SwsContext* scaler) {
+    std::array<const uint8_t*, 4> from{};
+    std::copy(source.data.begin(), source.data.end(), from.begin());
+    return std::max(0, sws_scale(scaler, from.data(), source.line_size.data(), 0, source.height, target.data.data(),
+                                 target.line_size.data()));
+}
+
+// The same pixels under the format's alpha form; the unused byte becomes an opaque alpha, as libswscale would have it.
+Picture made_opaque(Picture picture) {
+    const AVPixelFormat format = with_alpha(picture.format);
+    const int alpha = av_pix_fmt_desc_get(format)->comp[3].offset;
+    for (int row = 0; row < picture.height; ++row) {
+        uint8_t* line = picture.data[0] + static_cast<ptrdiff_t>(row) * picture.line_size[0];
+        for (int byte = alpha; byte < picture.line_size[0]; byte += 4)
+            line[byte] = 0xFF;
+    }
+    picture.format = format;
+    return picture;
+}
+
+// The source itself where it can be read as it is, else a copy kept in `copy`. Not valid() when there is no memory.
+Picture readable_source(const Picture& source, const Picture& target, int flags, PictureSize size, FramePtr& copy) {
+    if (size == PictureSize{source.width, source.height} && can_read_in_place(source, target, flags))
+        return source;
+    copy = extended_copy(source, size.width, size.height);
+    if (copy == nullptr)
+        return {};
+    const Picture picture = picture_in_frame(*copy);
+    const bool needs_alpha = with_alpha(source.format) != AV_PIX_FMT_NONE && has_alpha(target.format);
+    return needs_alpha ? made_opaque(picture) : picture;
+}
+
+int scale_through_scratch(const Picture& source, const Picture& target, PictureSize size, SwsContext* scaler,
+                          FramePtr& scratch) {
+    if (!prepare_aligned(scratch, target.format, size.width, size.height))
+        return 0;
+    Picture written = picture_in_frame(*scratch);
+    const int rows = std::min(scale(source, written, scaler), target.height);
+    written.width = target.width;
+    written.height = target.height;
+    if (rows > 0)
+        copy_picture(target, written);
+    return rows;
+}
+
+bool is_plain_copy(const Picture& source, const Picture& target) {
+    return source.format == target.format && source.width == target.width && source.height == target.height;
+}
+
+}  // namespace
+
+int scale_exactly(const Picture& source, const Picture& target, int flags, FramePtr& scratch) {
+    if (!source.valid() || !target.valid())
+        return 0;
+    const PictureSize size = size_that_fills(source, target, flags);
+    const bool enlarged = size != PictureSize{target.width, target.height};
+    FramePtr copy;
+    const bool plain_copy = is_plain_copy(source, target);
+    const PictureSize source_size = enlarged ? size : PictureSize{source.width, source.height};
+    const Picture from = plain_copy ? source : readable_source(source, target, flags, source_size, copy);
+    Picture to = target;
+    to.width = size.width;
+    to.height = size.height;
+    // Made and freed for every picture on purpose: nothing is cached between calls, so no call depends on another.
+    const ScalerPtr scaler = from.valid() ? make_scaler(from, to, flags) : nullptr;
+    if (scaler == nullptr)
+        return 0;
+    if (plain_copy) {
+        // libswscale copies float planes by a quarter and forgets the chroma of semi-planar formats.
+        copy_picture(target, source);
+        return target.height;
+    }
+    if (!enlarged && can_write_in_place(from.format, target))
+        return scale(from, target, scaler.get());
+    return scale_through_scratch(from, target, size, scaler.get(), scratch);
+}
+
+}  // namespace qmio::ffmpeg

@@ -1,0 +1,81 @@
+// Owners of FFmpeg objects: unique_ptr with one stateless deleter, so that everything half-built is safe to drop.
+#pragma once
+
+#include <memory>
+
+#include "ffmpeg/ffmpeg.h"
+
+namespace qmio::ffmpeg {
+
+struct Deleter {
+    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+    void operator()(SwsContext* context) const { sws_freeContext(context); }
+    // A demuxer is closed, a muxer only freed: its output is closed before, by who opened it.
+    void operator()(AVFormatContext* context) const {
+        if (context->iformat != nullptr)
+            avformat_close_input(&context);
+        else
+            avformat_free_context(context);
+    }
+    // FFmpeg may have replaced the buffer that the context was made with, so the one it holds now is freed.
+    void operator()(AVIOContext* context) const {
+        av_freep(&context->buffer);
+        avio_context_free(&context);
+    }
+};
+
+// A packet record that borrows another record's data: freeing it frees the record alone.
+struct RecordDeleter {
+    void operator()(AVPacket* packet) const { av_free(packet); }
+};
+
+// A block of FFmpeg's allocator.
+struct BlockDeleter {
+    void operator()(void* block) const { av_free(block); }
+};
+
+using PacketPtr = std::unique_ptr<AVPacket, Deleter>;
+using BorrowedPacketPtr = std::unique_ptr<AVPacket, RecordDeleter>;
+using FramePtr = std::unique_ptr<AVFrame, Deleter>;
+using CodecContextPtr = std::unique_ptr<AVCodecContext, Deleter>;
+using FormatContextPtr = std::unique_ptr<AVFormatContext, Deleter>;
+using CustomIoPtr = std::unique_ptr<AVIOContext, Deleter>;
+using ScalerPtr = std::unique_ptr<SwsContext, Deleter>;
+using BlockPtr = std::unique_ptr<uint8_t, BlockDeleter>;
+
+// An option or metadata dictionary; FFmpeg's functions take its address and may replace or empty it.
+class Dictionary {
+  public:
+    Dictionary() = default;
+    Dictionary(const Dictionary&) = delete;
+    Dictionary& operator=(const Dictionary&) = delete;
+    Dictionary(Dictionary&& other) noexcept : entries_(other.release()) {}
+    Dictionary& operator=(Dictionary&& other) noexcept {
+        if (this != &other) {
+            av_dict_free(&entries_);
+            entries_ = other.release();
+        }
+        return *this;
+    }
+    ~Dictionary() { av_dict_free(&entries_); }
+
+    void set(const char* key, const char* value) { av_dict_set(&entries_, key, value, 0); }
+    const char* get(const char* key) const {
+        const AVDictionaryEntry* entry = av_dict_get(entries_, key, nullptr, AV_DICT_MATCH_CASE);
+        return entry != nullptr ? entry->value : nullptr;
+    }
+    const AVDictionary* entries() const { return entries_; }
+    AVDictionary** address() { return &entries_; }
+    AVDictionary* release() {
+        AVDictionary* entries = entries_;
+        entries_ = nullptr;
+        return entries;
+    }
+
+  private:
+    AVDictionary* entries_ = nullptr;
+};
+
+}  // namespace qmio::ffmpeg

@@ -1,0 +1,36 @@
+// A file opened for reading, and an appended log file.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace qmio::platform {
+
+class ReadFile {
+  public:
+    virtual ~ReadFile() = default;
+    // Bytes read, 0 at the end of the file or when reading fails.
+    virtual int read(uint8_t* buffer, int size) = 0;
+    // whence 0 start, 1 current, 2 end; the new position or -1.
+    virtual int64_t seek(int64_t offset, int whence) = 0;
+    virtual int64_t size() = 0;  // -1 when unknown
+
+    // `path` is narrow text of `code_page`; null when the file cannot be opened. Directories cannot.
+    static std::unique_ptr<ReadFile> open(const std::string& path, uint32_t code_page);
+};
+
+class AppendFile {
+  public:
+    virtual ~AppendFile() = default;
+    virtual void write(std::string_view text) = 0;  // one write, at the end, whoever else appends
+
+    // `path` is UTF-8; null when the file cannot be opened.
+    static std::unique_ptr<AppendFile> open(const std::string& path);
+};
+
+// One write to standard error.
+void write_to_console(std::string_view text);
+
+}  // namespace qmio::platform

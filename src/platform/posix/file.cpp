@@ -1,0 +1,87 @@
+#include "platform/file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "platform/posix/descriptor.h"
+#include "platform/text.h"
+
+namespace qmio::platform {
+namespace {
+
+// Names of files are UTF-8 here. Such a name goes through untouched, so that one with odd bytes can be opened too.
+std::string file_system_name(const std::string& path, uint32_t code_page) {
+    if (code_page == kCodePageAnsi || code_page == kCodePageUtf8)
+        return path;
+    return narrow(widen(path, code_page), kCodePageUtf8);
+}
+
+// One write even when the text does not fit (a full disk): a second one could land behind another process's line.
+void write_once(int descriptor, std::string_view text) {
+    while (::write(descriptor, text.data(), text.size()) < 0 && errno == EINTR) {
+    }
+}
+
+class PosixReadFile final : public ReadFile {
+  public:
+    explicit PosixReadFile(Descriptor file) : file_(std::move(file)) {}
+
+    int read(uint8_t* buffer, int size) override {
+        if (size <= 0)
+            return 0;
+        ssize_t count;
+        do {
+            count = ::read(file_.get(), buffer, static_cast<std::size_t>(size));
+        } while (count < 0 && errno == EINTR);
+        return count > 0 ? static_cast<int>(count) : 0;
+    }
+
+    int64_t seek(int64_t offset, int whence) override {
+        constexpr int kWhence[] = {SEEK_SET, SEEK_CUR, SEEK_END};
+        return whence >= 0 && whence <= 2 ? ::lseek(file_.get(), offset, kWhence[whence]) : -1;
+    }
+
+    int64_t size() override {
+        struct stat status {};
+        return ::fstat(file_.get(), &status) == 0 && S_ISREG(status.st_mode) ? status.st_size : -1;
+    }
+
+  private:
+    Descriptor file_;
+};
+
+class PosixAppendFile final : public AppendFile {
+  public:
+    explicit PosixAppendFile(Descriptor file) : file_(std::move(file)) {}
+    void write(std::string_view text) override { write_once(file_.get(), text); }
+
+  private:
+    Descriptor file_;
+};
+
+bool is_directory(int descriptor) {
+    struct stat status {};
+    return ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+}  // namespace
+
+std::unique_ptr<ReadFile> ReadFile::open(const std::string& path, uint32_t code_page) {
+    Descriptor file(::open(file_system_name(path, code_page).c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file || is_directory(file.get()))
+        return nullptr;
+    return std::make_unique<PosixReadFile>(std::move(file));
+}
+
+std::unique_ptr<AppendFile> AppendFile::open(const std::string& path) {
+    Descriptor file(::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
+    return file ? std::make_unique<PosixAppendFile>(std::move(file)) : nullptr;
+}
+
+void write_to_console(std::string_view text) {
+    write_once(STDERR_FILENO, text);
+}
+
+}  // namespace qmio::platform

@@ -1,0 +1,23 @@
+#include "platform/loaded_library.h"
+
+#include "platform/win32/windows.h"
+
+namespace qmio::platform {
+namespace {
+
+HMODULE module_of(const void* address, DWORD flags) {
+    HMODULE module = nullptr;
+    ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | flags, static_cast<LPCWSTR>(address), &module);
+    return module;
+}
+
+}  // namespace
+
+void keep_loaded(const void* address) {
+    static const char own_address = 0;
+    constexpr DWORD kLookOnly = GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    if (module_of(address, kLookOnly) != module_of(&own_address, kLookOnly))
+        module_of(address, GET_MODULE_HANDLE_EX_FLAG_PIN);
+}
+
+}  // namespace qmio::platform

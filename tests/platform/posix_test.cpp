@@ -1,0 +1,174 @@
+// What only systems with fork, links and /dev/shm have.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <mutex>
+
+#include "hosts/shared_counts.h"
+#include "platform/named_mutex.h"
+#include "platform/posix/shared_directory.h"
+#include "platform/shared_mapping.h"
+#include "platform/system.h"
+#include "support/dynamic_library.h"
+#include "support/process.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using namespace qmio::platform;
+using qmio::test::host_program;
+using qmio::test::Process;
+using qmio::test::SharedCounts;
+using qmio::test::TempDir;
+using qmio::test::unique_name;
+
+std::filesystem::path shared_folder() {
+    return "/dev/shm/qmio-" + std::to_string(::geteuid());
+}
+
+TEST(ForkWithoutExec, DoesNotHandDownTheMutex) {
+    const std::string name = "heir-" + unique_name();
+    Process victim(host_program("forking_mutex_holder"), {name, "heir"});
+    ASSERT_EQ(victim.read_line(), "locked");
+    victim.kill();
+    const auto mutex = NamedMutex::open(name);
+    ASSERT_TRUE(mutex);
+    mutex->lock();
+    mutex->unlock();
+}
+
+TEST(ForkWithoutExec, ChildIsNotInsideWithItsParent) {
+    const std::string name = "share-" + unique_name();
+    const auto mapping = SharedMapping::create(name, 4096);
+    ASSERT_TRUE(mapping);
+    const auto& counts = *static_cast<const SharedCounts*>(mapping->data());
+    Process parent(host_program("forking_mutex_holder"), {name, "share", name});
+    ASSERT_EQ(parent.read_line(), "child wants in");
+    parent.write_line("go on");
+    EXPECT_EQ(parent.wait(), 0);
+    EXPECT_EQ(counts.visits, 4000);
+    EXPECT_EQ(counts.meetings, 0);
+}
+
+std::filesystem::path shared_file(const std::string& kind, const std::string& name) {
+    return shared_folder() / shared_file_name(kind, name);
+}
+
+TEST(SharedFolder, HoldsNothingOfObjectsThatWereClosed) {
+    const std::string name = "closed-" + unique_name();
+    auto mutex = NamedMutex::open(name);
+    auto mapping = SharedMapping::create(name, 4096);
+    EXPECT_TRUE(std::filesystem::exists(shared_file("mutex", name)));
+    EXPECT_TRUE(std::filesystem::exists(shared_file("mapping", name)));
+    mutex.reset();
+    mapping.reset();
+    EXPECT_FALSE(std::filesystem::exists(shared_file("mutex", name)));
+    EXPECT_FALSE(std::filesystem::exists(shared_file("mapping", name)));
+}
+
+TEST(SharedFolder, KeepsTheMutexOfAnotherProcess) {
+    const std::string name = "kept-" + unique_name();
+    auto mutex = NamedMutex::open(name);
+    Process other(host_program("mutex_holder"), {name});
+    other.write_line("lock");
+    EXPECT_EQ(other.read_line(), "locked");
+    mutex.reset();
+    EXPECT_TRUE(std::filesystem::exists(shared_file("mutex", name)));
+}
+
+TEST(SharedFolder, ALockFileThatSomebodyRemovedIsMadeAgain) {
+    const std::string name = "removed-" + unique_name();
+    const auto mutex = NamedMutex::open(name);
+    const auto mapping = SharedMapping::create(name, 4096);
+    ASSERT_TRUE(mutex && mapping);
+    auto& counts = *static_cast<SharedCounts*>(mapping->data());
+    std::filesystem::remove(shared_file("mutex", name));
+    Process other(host_program("mutex_holder"), {name});
+    other.write_line("count " + name + " 1000");
+    EXPECT_EQ(other.read_line(), "counting");
+    for (int i = 0; i < 1000; ++i) {
+        const std::lock_guard guard(*mutex);
+        visit(counts, -1);
+    }
+    EXPECT_EQ(other.read_line(), "counted");
+    EXPECT_EQ(counts.visits, 2000);
+    EXPECT_EQ(counts.meetings, 0);
+}
+
+// A leftover must never be used or cut short: somebody may be about to attach to it, or still have it mapped.
+TEST(SharedFolder, WhatAKilledProcessLeftIsReplacedByAnotherFile) {
+    const std::string name = "leftover-" + unique_name();
+    Process victim(host_program("mapping_user"), {name});
+    victim.write_line("create 4096");
+    EXPECT_EQ(victim.read_line(), "ok");
+    victim.kill();
+    victim.wait();
+    const auto leftover = shared_file("mapping", name);
+    std::filesystem::create_hard_link(leftover, leftover.string() + ".kept");
+    const auto fresh = SharedMapping::create(name, 4096);
+    EXPECT_FALSE(std::filesystem::equivalent(leftover, leftover.string() + ".kept"));
+    EXPECT_EQ(std::filesystem::file_size(leftover.string() + ".kept"), 4096u);
+    std::filesystem::remove(leftover.string() + ".kept");
+}
+
+TEST(SharedFolder, IsPrivate) {
+    const auto mutex = NamedMutex::open("private-" + unique_name());
+    ASSERT_TRUE(mutex);
+    struct stat status {};
+    ASSERT_EQ(::stat(shared_folder().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0700u);
+    EXPECT_EQ(status.st_uid, ::geteuid());
+}
+
+std::string module_path_in(const std::filesystem::path& library_path) {
+    const qmio::test::DynamicLibrary library(library_path);
+    EXPECT_TRUE(library.loaded()) << library.error();
+    char buffer[1024] = {};
+    if (auto* copy_module_path = library.function<int(char*, int)>("copy_module_path"))
+        copy_module_path(buffer, sizeof buffer);
+    return buffer;
+}
+
+std::filesystem::path library_file() {
+    return host_program("libmodule_path_library.so");
+}
+
+TEST(ModulePathOnPosix, HasAtMost512Bytes) {
+    const TempDir folder;
+    auto deep = std::filesystem::canonical(folder.path());
+    for (int i = 0; i < 6; ++i)
+        deep /= std::string(100, 'd');
+    std::filesystem::create_directories(deep);
+    std::filesystem::copy_file(library_file(), deep / "libsome.so");
+    EXPECT_EQ(module_path_in(deep / "libsome.so"), deep.string().substr(0, 512));
+}
+
+TEST(ModulePathOnPosix, IsTheSameHoweverTheFolderWasSpelled) {
+    const TempDir folder;
+    const auto real = std::filesystem::canonical(folder.path()) / "real";
+    std::filesystem::create_directory(real);
+    std::filesystem::copy_file(library_file(), real / "libsome.so.3.2.2");
+    std::filesystem::create_symlink("libsome.so.3.2.2", real / "libsome.so.3");
+    std::filesystem::create_directory_symlink(real, folder / "link");
+    EXPECT_EQ(module_path_in(folder / "link" / ".." / "link" / "libsome.so.3"), (real / "libsome.so.3").string());
+}
+
+TEST(LocalTimeOnPosix, FollowsTheTimeZone) {
+    const std::string zone = environment("TZ");
+    ::setenv("TZ", "FAR-13:30", 1);
+    ::tzset();
+    const std::time_t before = std::time(nullptr);
+    const LocalTime now = local_time();
+    const std::time_t after = std::time(nullptr);
+    zone.empty() ? ::unsetenv("TZ") : ::setenv("TZ", zone.c_str(), 1);
+    ::tzset();
+    const int minute_of_day = now.hour * 60 + now.minute;
+    const auto far = [](std::time_t utc) { return static_cast<int>((utc / 60 + 13 * 60 + 30) % (24 * 60)); };
+    EXPECT_TRUE(minute_of_day == far(before) || minute_of_day == far(after));
+}
+
+}  // namespace

@@ -1,0 +1,32 @@
+#include "support/temp_dir.h"
+
+#include <random>
+
+namespace qmio::test {
+
+TempDir::TempDir() {
+    do {
+        path_ = std::filesystem::temp_directory_path() / ("qmio-test-" + unique_name());
+    } while (!std::filesystem::create_directory(path_));
+}
+
+TempDir::~TempDir() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+std::string utf8(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
+std::filesystem::path path_of(const std::string& utf8) {
+    return std::u8string(utf8.begin(), utf8.end());
+}
+
+std::string unique_name() {
+    std::random_device random;
+    return std::to_string(random()) + "-" + std::to_string(random());
+}
+
+}  // namespace qmio::test
