@@ -1,0 +1,87 @@
+// From the decoded picture to the caller's buffer.
+#include <algorithm>
+#include <cstring>
+
+#include "core/settings.h"
+#include "core/trace.h"
+#include "ffmpeg/exact_scale.h"
+#include "ffmpeg/pixel_format.h"
+#include "read/decode.h"
+
+namespace qmio::read {
+
+namespace {
+
+constexpr const wchar_t* kTag = L"dec_get_buf";
+constexpr int kBytesPerPixel = 4;
+constexpr uint32_t kOpaque = 0xFF000000U;
+
+uint32_t load_word(const uint8_t* at) {
+    uint32_t word = 0;
+    std::memcpy(&word, at, sizeof word);
+    return word;
+}
+
+// Makes every pixel opaque, taking the alpha to be the top byte of a 32-bit word, in every target format alike.
+// Formats of another shape are not written past their end.
+void fill_opaque_alpha(const imio_picture& picture, int64_t size) {
+    trace(TraceSwitch::read, kTag, L"add opaque alpha\n");
+    for (int64_t row = 0; row < picture.height; ++row) {
+        int64_t offset = row * picture.line_size;
+        for (int column = 0; column < picture.width; ++column, offset += kBytesPerPixel) {
+            if (offset < 0 || offset + kBytesPerPixel > size)
+                break;
+            uint8_t* const pixel = picture.data + offset;
+            const uint32_t word = load_word(pixel) | kOpaque;
+            std::memcpy(pixel, &word, sizeof word);
+        }
+    }
+}
+
+bool lacks_alpha(const ReaderState& reader, const imio_picture& picture, int64_t size) {
+    if (ffmpeg::has_alpha(reader.pFrame->format) || !ffmpeg::has_alpha(reader.dst_pix_fmt))
+        return false;
+    return size >= kBytesPerPixel && (load_word(picture.data) & kOpaque) != kOpaque;
+}
+
+// The scaler is made for every picture and freed at once; nothing is kept but the room for pictures that it cannot
+// write in place.
+int convert(ReaderState& reader, const ffmpeg::Picture& target) {
+    const int algorithm = std::max(settings().scale_algorithm, 1);
+    const int rows = ffmpeg::scale_exactly(ffmpeg::picture_in_frame(*reader.pFrame), target, algorithm, reader.scratch);
+    trace(TraceSwitch::read, kTag, L"\tframe %d: cvt to user pixfmt res %d\n", reader.want_frame, rows);
+    return rows;
+}
+
+}  // namespace
+
+imio_picture plain_buffer(const MediaHandle& handle, uint8_t* buffer) {
+    imio_picture picture{};
+    picture.format = ffmpeg::pixel_format_to_interface(handle.reader.dst_pix_fmt);
+    picture.data = buffer;
+    picture.width = handle.reader.width;
+    picture.height = handle.reader.height;
+    picture.line_size = handle.reader.width * kBytesPerPixel;
+    picture.alignment = 1;
+    return picture;
+}
+
+int convert_held_picture(MediaHandle& handle, imio_picture* picture) {
+    ReaderState& reader = handle.reader;
+    if (picture == nullptr)
+        return -1;
+    if (picture->data == nullptr)
+        return 1;
+    if (reader.pCodecCtx == nullptr || reader.pFrame == nullptr || reader.pFrameRGB == nullptr)
+        return -1;
+    reader.pFrameRGB->format = reader.dst_pix_fmt;
+    const ffmpeg::Picture target = ffmpeg::picture_in_block(picture->data, reader.dst_pix_fmt, picture->width,
+                                                            picture->height, picture->alignment);
+    const int rows = target.valid() && reader.pFrame->data[0] != nullptr ? convert(reader, target) : 0;
+    const int size = av_image_get_buffer_size(reader.dst_pix_fmt, picture->width, picture->height, picture->alignment);
+    if (rows > 0 && lacks_alpha(reader, *picture, size))
+        fill_opaque_alpha(*picture, size);
+    return rows;
+}
+
+}  // namespace qmio::read

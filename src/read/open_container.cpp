@@ -1,0 +1,154 @@
+// Which kind of source a name means, and how each kind is opened.
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include "core/names.h"
+#include "core/settings.h"
+#include "core/trace.h"
+#include "qmlib/input_source.h"
+#include "qmlib/key_value.h"
+#include "read/open.h"
+
+namespace qmio::read {
+
+namespace {
+
+constexpr std::size_t kMemoryHeader = 32;
+constexpr const char* kNetworkTimeout = "30000000";  // microseconds
+
+void trace_failure(const wchar_t* kind, const std::string& name) {
+    if (tracing(TraceSwitch::open))
+        trace(TraceSwitch::open, kOpenTag, L"%savformat_open_input [%s] fail\n", kind, wide_name(name.c_str()));
+}
+
+void set_default(ffmpeg::Dictionary& options, const char* key, const char* value) {
+    if (options.get(key) == nullptr)
+        options.set(key, value);
+}
+
+// FFmpeg frees the context it was given when opening fails.
+bool open_input(MediaHandle& handle, const std::string& url, const AVInputFormat* format, ffmpeg::Dictionary& options) {
+    AVFormatContext* container = handle.format_ctx.release();
+    const int result = avformat_open_input(&container, url.c_str(), format, options.address());
+    handle.format_ctx.reset(container);
+    return result >= 0;
+}
+
+// Opens a source whose bytes come from us. `whitelist` keeps what its contents may refer to within bounds.
+bool open_custom(MediaHandle& handle, std::unique_ptr<qmlib::InputSource> source, const std::string& url,
+                 const AVInputFormat* format, const char* whitelist, ffmpeg::Dictionary& options) {
+    if (source == nullptr)
+        return false;
+    handle.input = std::move(source);
+    handle.custom_io = qmlib::make_custom_io(*handle.input);
+    if (handle.custom_io == nullptr)
+        return false;
+    handle.format_ctx->flags |= AVFMT_FLAG_CUSTOM_IO;
+    handle.format_ctx->pb = handle.custom_io.get();
+    set_default(options, "protocol_whitelist", whitelist);
+    return open_input(handle, url, format, options);
+}
+
+// The header of a memory block: "mem:", the size of the data in hexadecimal, NUL or anything that is no digit.
+bool parse_memory_size(const char* block, int64_t& size) {
+    const char* end = block + av_strnlen(block, kMemoryHeader);
+    const char* digits = block + std::strlen("mem:");
+    while (digits < end && av_isspace(*digits) != 0)
+        ++digits;
+    const std::from_chars_result result = std::from_chars(digits, end, size, 16);
+    // No block reaches beyond the end of the address space.
+    const auto room = std::numeric_limits<intptr_t>::max() - reinterpret_cast<intptr_t>(block) - int64_t{kMemoryHeader};
+    return result.ec == std::errc() && size >= 0 && size <= room;
+}
+
+bool open_memory(MediaHandle& handle, const char* block, ffmpeg::Dictionary& options) {
+    int64_t size = 0;
+    const std::string url(handle.file_name + std::strlen("mem:"));
+    if (parse_memory_size(block, size)) {
+        const auto* data = reinterpret_cast<const uint8_t*>(block) + kMemoryHeader;
+        if (open_custom(handle, qmlib::memory_source(data, size), url, av_find_input_format("image2pipe"), "none",
+                        options))
+            return true;
+    }
+    trace_failure(L"mem: ", url);
+    return false;
+}
+
+bool open_file(MediaHandle& handle, const std::string& path, ffmpeg::Dictionary& options) {
+    if (open_custom(handle, qmlib::file_source(platform::ReadFile::open(path, settings().code_page)), url_of(path),
+                    av_find_input_format("image2pipe"), "none", options))
+        return true;
+    trace_failure(L"avio: ", path);
+    return false;
+}
+
+bool open_plain(MediaHandle& handle, const std::string& name, ffmpeg::Dictionary& options) {
+    // Only a network source knows this key, and FFmpeg waits for ever by default.
+    if (has_prefix(name.c_str(), "ftp:"))
+        set_default(options, "timeout", kNetworkTimeout);
+    if (open_input(handle, url_of(name), nullptr, options))
+        return true;
+    trace_failure(L"", name);
+    return false;
+}
+
+bool asks_for_passive(const std::string& name) {
+    const std::size_t query = name.rfind('?');
+    return query != std::string::npos &&
+           qmlib::find_key(std::string_view(name).substr(query + 1), "& \t\r\n", '=', "passive").has_value();
+}
+
+std::unique_ptr<qmlib::InputSource> open_url(MediaHandle& handle, const std::string& url,
+                                             const ffmpeg::Dictionary& options) {
+    const char* timeout = options.get("timeout");
+    return qmlib::url_source(url, interrupt_callback(handle),
+                             std::strtoll(timeout != nullptr ? timeout : kNetworkTimeout, nullptr, 10));
+}
+
+bool open_ftp(MediaHandle& handle, const std::string& name, ffmpeg::Dictionary& options) {
+    const bool passive = asks_for_passive(name);
+    trace(TraceSwitch::open, kOpenTag, L"FTP passive %d\n", passive);
+    if (!passive)
+        return open_plain(handle, name, options);
+    if (open_custom(handle, open_url(handle, url_of(name), options), url_of(name), nullptr, "ftp,tcp,crypto,data",
+                    options))
+        return true;
+    trace_failure(L"aftp: ", name);
+    return false;
+}
+
+bool open_capture_device(MediaHandle& handle, const std::string& device, ffmpeg::Dictionary& options) {
+    const std::string url = url_of(device.starts_with("//") ? device.substr(2) : device);
+    const AVInputFormat* format = av_find_input_format("dshow");
+    if (format != nullptr && open_input(handle, url, format, options))
+        return true;
+    trace_failure(L"dshow: ", device);
+    return false;
+}
+
+bool open_by_kind(MediaHandle& handle, const char* name, ffmpeg::Dictionary& options) {
+    if (has_prefix(name, "mem:"))
+        return open_memory(handle, name, options);
+    if (has_prefix(name, "avio:"))
+        return open_file(handle, name + std::strlen("avio:"), options);
+    if (has_prefix(name, "ftp:"))
+        return open_ftp(handle, name, options);
+    if (has_prefix(name, "dshow:"))
+        return open_capture_device(handle, name + std::strlen("dshow:"), options);
+    return open_plain(handle, name, options);
+}
+
+}  // namespace
+
+bool open_container(MediaHandle& handle, const char* name, ffmpeg::Dictionary& options) {
+    if (!open_by_kind(handle, name, options))
+        return false;
+    trace(TraceSwitch::open, kOpenTag, L"avformat_open_input: format ctx %p\n",
+          static_cast<const void*>(handle.format_ctx.get()));
+    handle.format_ctx->flags |= AVFMT_FLAG_NONBLOCK;
+    return true;
+}
+
+}  // namespace qmio::read

@@ -1,0 +1,105 @@
+#include "read/packets.h"
+
+#include "core/entry.h"
+#include "core/trace.h"
+#include "qmio.h"
+
+using namespace qmio;
+
+int qmio_get_frame(MediaHandle* h) {
+    return with_handle(h, -1, -1, [](MediaHandle& handle) { return read::get_frame(handle); });
+}
+
+int qmio_release_frame(MediaHandle* h) {
+    return with_handle(h, 0, 0, [](MediaHandle& handle) { return read::release_frame(handle); });
+}
+
+namespace qmio::read {
+
+namespace {
+
+constexpr const wchar_t* kTag = L"qmio_get_frame";
+
+// A packet that the host reads over is not released, since it may hold a copy of its record: it waits for the next
+// release.
+bool set_aside_unreleased(ReaderState& reader) {
+    if (reader.packet->buf == nullptr)
+        return true;
+    ffmpeg::PacketPtr fresh(av_packet_alloc());
+    if (fresh == nullptr)
+        return false;
+    reader.overread.push_back(std::move(reader.packet));
+    reader.packet = std::move(fresh);
+    return true;
+}
+
+bool read_packet(MediaHandle& handle) {
+    ReaderState& reader = handle.reader;
+    reader.read_result = handle.format_ctx != nullptr ? 0 : -1;
+    if (reader.read_result != 0 || !set_aside_unreleased(reader))
+        return false;
+    av_packet_unref(reader.packet.get());
+    const int result = av_read_frame(handle.format_ctx.get(), reader.packet.get());
+    reader.moved = true;
+    if (result >= 0) {
+        reader.clock.note(*reader.packet);
+        return true;
+    }
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    if (tracing(TraceSwitch::read)) {
+        av_strerror(result, text, sizeof text);
+        trace(TraceSwitch::read, kTag, L"av_read_frame res %d [%S]\n", result, text);
+    }
+    return false;
+}
+
+bool is_selected_audio(const AudioState& audio, int stream) {
+    for (int track = 0; track < audio.track_count; ++track) {
+        const bool selected = audio.cur_track < 0 || audio.cur_track == track;
+        if (selected && audio.track_stream[static_cast<std::size_t>(track)] == stream)
+            return true;
+    }
+    return false;
+}
+
+// The copy shares the packet's data and must never release it.
+void copy_record(AVPacket& target, const AVPacket& source) {
+    target = source;
+}
+
+}  // namespace
+
+int get_frame(MediaHandle& handle) {
+    if (!read_packet(handle))
+        return kEndOfInput;
+    const AVPacket& packet = *handle.reader.packet;
+    trace(TraceSwitch::read, kTag, L"av_read_frame OK\n");
+    if (packet.stream_index == handle.reader.video_stream_index) {
+        trace(TraceSwitch::read, kTag, L"%d: byte pos %I64d, size %d\n", handle.reader.want_frame, packet.pos,
+              packet.size);
+        return kVideoPacket;
+    }
+    if (!is_selected_audio(handle.audio, packet.stream_index))
+        return kOtherPacket;
+    copy_record(*handle.audio.audio_packet, packet);
+    return kAudioPacket;
+}
+
+int release_frame(MediaHandle& handle) {
+    av_packet_unref(handle.reader.packet.get());
+    handle.reader.overread.clear();
+    return 0;
+}
+
+bool next_video_packet(MediaHandle& handle) {
+    for (;;) {
+        const int kind = get_frame(handle);
+        if (kind == kVideoPacket)
+            return true;
+        if (kind < 0)
+            return false;
+        release_frame(handle);
+    }
+}
+
+}  // namespace qmio::read

@@ -1,0 +1,121 @@
+// The header as a host's compiler sees it: records laid out byte for byte, every function with its widths and order.
+#include <gtest/gtest.h>
+#include <qmio.h>
+
+#include <cstddef>
+#include <type_traits>
+
+#if defined(AVUTIL_AVUTIL_H) || defined(AVCODEC_AVCODEC_H)
+#error "qmio.h must not include an FFmpeg header"
+#endif
+
+namespace {
+
+#define EXPECT_PROTOTYPE(name, ...)                                      \
+    EXPECT_TRUE((std::is_same_v<decltype(name), __VA_ARGS__>)) << #name; \
+    EXPECT_NE(reinterpret_cast<void*>(&name), nullptr) << #name
+
+using Handle = MediaHandle*;
+
+TEST(Header, PictureRecordHas80BytesWithItsFieldsInPlace) {
+    EXPECT_EQ(sizeof(imio_picture), 80U);
+    EXPECT_EQ(offsetof(imio_picture, format), 0U);
+    EXPECT_EQ(offsetof(imio_picture, data), 8U);
+    EXPECT_EQ(offsetof(imio_picture, width), 24U);
+    EXPECT_EQ(offsetof(imio_picture, height), 28U);
+    EXPECT_EQ(offsetof(imio_picture, line_size), 32U);
+    EXPECT_EQ(offsetof(imio_picture, alignment), 48U);
+}
+
+TEST(Header, PlanesRecordHas96BytesWithItsFieldsInPlace) {
+    EXPECT_EQ(sizeof(qmio_planes), 96U);
+    EXPECT_EQ(offsetof(qmio_planes, data), 0U);
+    EXPECT_EQ(offsetof(qmio_planes, linesize), 64U);
+}
+
+TEST(Header, MemoryAndErrorFunctionsKeepTheirPrototypes) {
+    EXPECT_PROTOTYPE(qmio_alloc, void*(int));
+    EXPECT_PROTOTYPE(qmio_calloc, void*(int));
+    EXPECT_PROTOTYPE(qmio_realloc, void*(void*, int));
+    EXPECT_PROTOTYPE(qmio_free, void(void*));
+    EXPECT_PROTOTYPE(qmio_get_error, int(char*));
+    EXPECT_PROTOTYPE(qmio_get_vstream, int(Handle));
+    EXPECT_PROTOTYPE(qmio_get_astream, int(Handle));
+    EXPECT_PROTOTYPE(qmio_get_dur, int(Handle));
+    EXPECT_PROTOTYPE(qmio_print, int(Handle, const char*));
+}
+
+TEST(Header, OpeningAndClosingFunctionsKeepTheirPrototypes) {
+    EXPECT_PROTOTYPE(qmio_open_a, Handle(const char*));
+    EXPECT_PROTOTYPE(qmio_open_ex_a, Handle(const char*, const char*));
+    EXPECT_PROTOTYPE(qmio_open_w, Handle(const wchar_t*));
+    EXPECT_PROTOTYPE(qmio_open_ex_w, Handle(const wchar_t*, const wchar_t*));
+    EXPECT_PROTOTYPE(qmio_close, int(Handle));
+    EXPECT_PROTOTYPE(qmio_flush, int(Handle));
+    EXPECT_PROTOTYPE(qmio_cancel, int(Handle));
+}
+
+TEST(Header, ReadingFunctionsKeepTheirPrototypes) {
+    EXPECT_PROTOTYPE(qmio_get_frame, int(Handle));
+    EXPECT_PROTOTYPE(qmio_release_frame, int(Handle));
+    EXPECT_PROTOTYPE(qmio_video_pkt, int(Handle, uint8_t*, AVPacket*));
+    EXPECT_PROTOTYPE(qmio_video_frame, int(Handle, uint8_t*));
+    EXPECT_PROTOTYPE(qmio_read_frame, int(Handle, uint8_t*));
+    EXPECT_PROTOTYPE(qmio_get_buf, int(Handle, uint8_t*));
+    EXPECT_PROTOTYPE(qmio_is_valid_frame, int(Handle, int));
+    EXPECT_PROTOTYPE(imio_video_pkt, int(Handle, imio_picture*, AVPacket*));
+    EXPECT_PROTOTYPE(imio_video_frame, int(Handle, imio_picture*));
+    EXPECT_PROTOTYPE(imio_read_frame, int(Handle, imio_picture*));
+    EXPECT_PROTOTYPE(imio_get_buf, int(Handle, imio_picture*));
+}
+
+TEST(Header, SeekingFunctionsKeepTheirPrototypes) {
+    EXPECT_PROTOTYPE(qmio_seek_frame, int(Handle, int));
+    EXPECT_PROTOTYPE(qmio_seek_frame_ex, int(Handle, int));
+    EXPECT_PROTOTYPE(qmio_seek_frame_ex_old, int(Handle, int));
+    EXPECT_PROTOTYPE(qmio_seek_ts, int64_t(Handle, int64_t, int));
+    EXPECT_PROTOTYPE(qmio_set_dst_fmt, int(Handle, int));
+}
+
+TEST(Header, PictureFunctionsKeepTheirPrototypes) {
+    EXPECT_PROTOTYPE(imio_cvt, int(imio_picture*, const imio_picture*));
+    EXPECT_PROTOTYPE(imio_scale, int(imio_picture*, const imio_picture*));
+    EXPECT_PROTOTYPE(imio_scale_ex, int(imio_picture*, const imio_picture*, int));
+    EXPECT_PROTOTYPE(qmio_cvt, int(void*, int, const void*, int, int, int));
+    EXPECT_PROTOTYPE(qmio_scale, int(void*, int, int, int, const void*, int, int, int));
+    EXPECT_PROTOTYPE(qmio_scale_ex, int(void*, int, int, int, const void*, int, int, int, int));
+    EXPECT_PROTOTYPE(qmio_scale_slice, int(void*, int, int, int, const void*, int, int, int));
+    EXPECT_PROTOTYPE(qmio_surf_slice, void(int, qmio_planes*, const qmio_planes*, int));
+    EXPECT_PROTOTYPE(qmio_is_sliceable, int(int));
+    EXPECT_PROTOTYPE(qmio_probe_cvt, int(int, int));
+}
+
+TEST(Header, FfmpegPassThroughsKeepTheirPrototypes) {
+    EXPECT_PROTOTYPE(qmio_image_fill_arrays, int(uint8_t**, int*, const uint8_t*, int, int, int, int));
+    EXPECT_PROTOTYPE(qmio_sws_getContext,
+                     SwsContext * (int, int, int, int, int, int, int, SwsFilter*, SwsFilter*, const double*));
+    EXPECT_PROTOTYPE(qmio_sws_scale,
+                     int(SwsContext*, const uint8_t* const*, const int*, int, int, uint8_t* const*, const int*));
+    EXPECT_PROTOTYPE(qmio_sws_freeContext, void(SwsContext*));
+    EXPECT_PROTOTYPE(qmio_get_frm_data, uint8_t * (AVFrame*, int));
+    EXPECT_PROTOTYPE(qmio_get_frm_linesize, int(AVFrame*, int));
+    EXPECT_PROTOTYPE(qmio_get_frm_format, int(AVFrame*));
+    EXPECT_PROTOTYPE(qmio_fmtid, int(const char*));
+}
+
+TEST(Header, ParameterFunctionsKeepTheirPrototypes) {
+    EXPECT_PROTOTYPE(qmio_get_file_param, int64_t(Handle, const char*));
+    EXPECT_PROTOTYPE(qmio_get_stream_param, int64_t(Handle, const char*, int));
+}
+
+TEST(Header, PixelFormatIntegersHoldTheFrozenNumbers) {
+    EXPECT_EQ(AV_PIX_FMT_NONE, -1);
+    EXPECT_EQ(AV_PIX_FMT_YUV420P, 0);
+    EXPECT_EQ(AV_PIX_FMT_YUYV422, 1);
+    EXPECT_EQ(AV_PIX_FMT_RGB24, 2);
+    EXPECT_EQ(AV_PIX_FMT_BGR24, 3);
+    EXPECT_EQ(AV_PIX_FMT_BGRA, 30);
+    EXPECT_EQ(AV_PIX_FMT_RGB32, AV_PIX_FMT_BGRA);
+}
+
+}  // namespace

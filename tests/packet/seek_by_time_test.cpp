@@ -1,0 +1,54 @@
+// Positioning by time, which counts from the stream's first decoding timestamp.
+#include "packet/seek_by_time.h"
+
+#include <gtest/gtest.h>
+
+#include "read/packets.h"
+#include "support/media.h"
+
+namespace qmio {
+namespace {
+
+// Seconds between the stream's first packet and the video packet that comes after seeking.
+double landing(const std::string& name, int64_t time_us, int kind) {
+    const test::Media media = test::open_media(test::media_path(name));
+    read::next_video_packet(*media);
+    const int64_t first = media->reader.packet->dts;
+    read::release_frame(*media);
+    EXPECT_GE(packet::seek_by_time(*media, time_us, kind), 0);
+    EXPECT_TRUE(read::next_video_packet(*media));
+    EXPECT_NE(media->reader.packet->flags & AV_PKT_FLAG_KEY, 0);
+    const int64_t offset = media->reader.packet->dts - first;
+    read::release_frame(*media);
+    return static_cast<double>(offset) * av_q2d(media->reader.video_st->time_base);
+}
+
+TEST(SeekByTime, LandsOnTheKeyPacketAtOrBeforeTheTime) {
+    EXPECT_NEAR(landing("plain.mp4", 2'500'000, 1), 2.0, 0.001);
+    EXPECT_NEAR(landing("plain.mp4", 1'990'000, 1), 0.0, 0.001);
+    EXPECT_NEAR(landing("starts_at_8s.mp4", 1'500'000, 1), 1.2, 0.001);
+}
+
+TEST(SeekByTime, LeavesTheFrameCountersAlone) {
+    const test::Media media = test::open_media(test::media_path("plain.mp4"));
+    media->reader.want_frame = 12;
+    media->reader.have_frame = 11;
+    packet::seek_by_time(*media, 3'000'000, 1);
+    EXPECT_EQ(media->reader.want_frame, 12);
+    EXPECT_EQ(media->reader.have_frame, 11);
+}
+
+TEST(SeekByTime, GoesByTheFirstAudioTrackWhenAskedTo) {
+    const test::Media media = test::open_media(test::media_path("two_audio_tracks.mp4"));
+    EXPECT_GE(packet::seek_by_time(*media, 3'000'000, 2), 0);
+    EXPECT_EQ(packet::seek_by_time(*media, 0, 1), 0);
+}
+
+TEST(SeekByTime, FailsOnceTheContainerIsGone) {
+    const test::Media media = test::open_media(test::media_path("plain.mp4"));
+    qmio_cancel(media.get());
+    EXPECT_LT(packet::seek_by_time(*media, 0, 1), 0);
+}
+
+}  // namespace
+}  // namespace qmio

@@ -1,0 +1,245 @@
+#include "write/creation_options.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "support/trace_lines.h"
+
+namespace qmio {
+namespace {
+
+WriterState read(const std::string& options) {
+    WriterState state;
+    read_creation_options(state, options.c_str());
+    return state;
+}
+
+uint32_t tag(const char (&letters)[5]) {
+    const auto letter = [&](int index) { return uint32_t{static_cast<uint8_t>(letters[index])}; };
+    return MKTAG(letter(0), letter(1), letter(2), letter(3));
+}
+
+// An address as traces print it.
+std::string address(const void* pointer) {
+    char text[20];
+    std::snprintf(text, sizeof text, "%016llX", static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(pointer)));
+    return text;
+}
+
+std::vector<std::string> traced(const char* options) {
+    const test::TraceLines lines(TraceSwitch::options);
+    read(options);
+    return lines.read();
+}
+
+TEST(CreationOptions, ContainerNameInCapitalsIsTheSameContainer) {
+    const AVOutputFormat* mp4 = av_guess_format("mp4", nullptr, nullptr);
+    ASSERT_NE(mp4, nullptr);
+    EXPECT_EQ(read("fmt=mp4").output_format, mp4);
+    EXPECT_EQ(read("fmt=MP4").output_format, mp4);
+    EXPECT_EQ(read("f=Mp4").output_format, mp4);
+}
+
+TEST(CreationOptions, NoOtherValueIsLowercased) {
+    const WriterState state = read("vcodec=MPEG4,pix=YUV420P,acodec=AAC,afmt=S16");
+    EXPECT_EQ(state.video_encoder, nullptr);
+    EXPECT_EQ(state.pix_fmt, AV_PIX_FMT_NONE);
+    EXPECT_EQ(state.audio_encoder[0], nullptr);
+    EXPECT_EQ(state.sample_fmt[0], AV_SAMPLE_FMT_NONE);
+}
+
+TEST(CreationOptions, ContainerIsNotGuessedFromAnExtension) {
+    EXPECT_EQ(read("fmt=movie.mp4").output_format, nullptr);
+    EXPECT_EQ(read("fmt=").output_format, nullptr);
+}
+
+TEST(CreationOptions, EveryNameOfTheVideoEncoderKeyCounts) {
+    const AVCodec* encoder = avcodec_find_encoder_by_name("mpeg4");
+    ASSERT_NE(encoder, nullptr);
+    for (const char* key : {"codec", "vcodec", "codec:v", "c:v"})
+        EXPECT_EQ(read(key + std::string("=mpeg4")).video_encoder, encoder) << key;
+    EXPECT_EQ(read("Vcodec=mpeg4").video_encoder, nullptr);
+}
+
+TEST(CreationOptions, PictureIsDescribedByFormatAndSize) {
+    const WriterState state = read("pix=yuv420p,width=1280,height=720");
+    EXPECT_EQ(state.pix_fmt, AV_PIX_FMT_YUV420P);
+    EXPECT_EQ(state.width, 1280);
+    EXPECT_EQ(state.height, 720);
+    EXPECT_EQ(state.picture_size, 1280 * 720 * 3 / 2);
+    EXPECT_EQ(read("pix_fmt=bgra,size=64x32").picture_size, 64 * 32 * 4);
+}
+
+TEST(CreationOptions, RowsOfThePictureAreCountedInSixteens) {
+    EXPECT_EQ(read("pix=gray,size=17x3").picture_size, 32 * 3);
+}
+
+TEST(CreationOptions, WithoutSizeOrFormatThePictureHasNoBytes) {
+    EXPECT_EQ(read("pix=yuv420p,size=1280").picture_size, 0);
+    EXPECT_EQ(read("pix=yuv420p,width=-64,height=64").picture_size, 0);
+    EXPECT_EQ(read("size=64x64").picture_size, 0);
+    EXPECT_EQ(read("pix=no_such_format,size=64x64").picture_size, 0);
+}
+
+TEST(CreationOptions, AbsurdSizesAreNoPicture) {
+    EXPECT_LT(read("pix=yuv420p,size=2Gx2G").picture_size, 0);
+    EXPECT_EQ(read("width=99G").width, std::numeric_limits<int32_t>::max());
+}
+
+TEST(CreationOptions, SizeWithoutCrossIsAWidth) {
+    const WriterState state = read("height=7,size=1280");
+    EXPECT_EQ(state.width, 1280);
+    EXPECT_EQ(state.height, 0);
+}
+
+TEST(CreationOptions, SizeReadsEachNumberWithItsOwnLetters) {
+    const WriterState state = read("size=1kx2ki");
+    EXPECT_EQ(state.width, 1000);
+    EXPECT_EQ(state.height, 2048);
+    EXPECT_EQ(read("size=x480").width, 0);
+    EXPECT_EQ(read("size=x480").height, 480);
+}
+
+TEST(CreationOptions, EveryAudioEncoderBeginsATrack) {
+    const WriterState state = read("acodec=aac,ar=48000,ac=2,acodec=mp2,ar=44100");
+    EXPECT_EQ(state.audio_track_count, 2);
+    EXPECT_EQ(state.audio_encoder[0], avcodec_find_encoder_by_name("aac"));
+    EXPECT_EQ(state.audio_encoder[1], avcodec_find_encoder_by_name("mp2"));
+    EXPECT_EQ(state.sample_rate[0], 48000);
+    EXPECT_EQ(state.sample_rate[1], 44100);
+    EXPECT_EQ(state.channels[0], 2);
+    EXPECT_EQ(state.channels[1], 0);
+}
+
+TEST(CreationOptions, EveryNameOfTheAudioKeysCounts) {
+    const WriterState state = read("acodec=aac,codec:a=mp2,c:a=flac,sample_rate=48k,channels=6,sample_fmt=s32");
+    EXPECT_EQ(state.audio_track_count, 3);
+    EXPECT_EQ(state.audio_encoder[2], avcodec_find_encoder_by_name("flac"));
+    EXPECT_EQ(state.sample_rate[2], 48000);
+    EXPECT_EQ(state.channels[2], 6);
+    EXPECT_EQ(state.sample_fmt[2], AV_SAMPLE_FMT_S32);
+}
+
+TEST(CreationOptions, UnknownAudioEncoderStillCountsAsATrack) {
+    const WriterState state = read("acodec=no_such_encoder,ar=8000,acodec=aac");
+    EXPECT_EQ(state.audio_track_count, 2);
+    EXPECT_EQ(state.audio_encoder[0], nullptr);
+    EXPECT_EQ(state.sample_rate[0], 8000);
+    EXPECT_NE(state.audio_encoder[1], nullptr);
+}
+
+TEST(CreationOptions, AudioParametersBeforeTheFirstEncoderAreIgnored) {
+    const WriterState state = read("ar=8000,ac=1,afmt=16,atag=abcd,acodec=aac");
+    EXPECT_EQ(state.audio_track_count, 1);
+    EXPECT_EQ(state.sample_rate, WriterState().sample_rate);
+    EXPECT_EQ(state.channels, WriterState().channels);
+    EXPECT_EQ(state.sample_fmt, WriterState().sample_fmt);
+    EXPECT_EQ(state.audio_tag, WriterState().audio_tag);
+}
+
+TEST(CreationOptions, SeventeenthAudioEncoderIsIgnoredWithItsParameters) {
+    std::string options;
+    for (int track = 0; track < 20; ++track)
+        options += "acodec=aac,ar=" + std::to_string(1000 + track) + ",ac=2,afmt=16,atag=abcd,";
+    const WriterState state = read(options);
+    EXPECT_EQ(state.audio_track_count, 16);
+    EXPECT_EQ(state.sample_rate[15], 1015);
+    EXPECT_EQ(state.width, 0);
+}
+
+TEST(CreationOptions, SampleFormatIsANumberOrAName) {
+    EXPECT_EQ(read("acodec=aac,afmt=-1").sample_fmt[0], AV_SAMPLE_FMT_FLTP);
+    EXPECT_EQ(read("acodec=aac,afmt=7").sample_fmt[0], AV_SAMPLE_FMT_NONE);
+    EXPECT_EQ(read("acodec=aac,afmt=s16p").sample_fmt[0], AV_SAMPLE_FMT_S16P);
+    EXPECT_EQ(read("acodec=aac,afmt=+16").sample_fmt[0], AV_SAMPLE_FMT_S16);
+    EXPECT_EQ(read("acodec=aac,afmt=no_such_format").sample_fmt[0], AV_SAMPLE_FMT_NONE);
+    EXPECT_EQ(read("acodec=aac,afmt=99999999999").sample_fmt[0], AV_SAMPLE_FMT_NONE);
+}
+
+TEST(CreationOptions, EverySampleFormatHasItsNumber) {
+    const std::pair<int32_t, const char*> codes[] = {{8, "u8"},     {16, "s16"},  {32, "s32"},   {0, "flt"},
+                                                     {64, "dbl"},   {128, "s64"}, {-8, "u8p"},   {-16, "s16p"},
+                                                     {-32, "s32p"}, {-1, "fltp"}, {-64, "dblp"}, {-128, "s64p"}};
+    for (const auto& [code, name] : codes)
+        EXPECT_STREQ(av_get_sample_fmt_name(sample_format_from_code(code)), name) << code;
+    for (const int32_t code : {1, 7, -2, 24, 127, 129, std::numeric_limits<int32_t>::max()})
+        EXPECT_EQ(sample_format_from_code(code), AV_SAMPLE_FMT_NONE) << code;
+}
+
+TEST(CreationOptions, ShortTagIsFilledWithSpaces) {
+    EXPECT_EQ(read("vtag=ab").video_tag, tag("ab  "));
+    EXPECT_EQ(read("vtag=").video_tag, tag("    "));
+    EXPECT_EQ(read("acodec=aac,atag=x").audio_tag[0], tag("x   "));
+}
+
+TEST(CreationOptions, LongTagIsCutAfterFourCharacters) {
+    EXPECT_EQ(read("vtag=avc1x").video_tag, tag("avc1"));
+    EXPECT_EQ(read("acodec=aac,atag=mp4abc").audio_tag[0], tag("mp4a"));
+}
+
+TEST(CreationOptions, TagsMayHoldAnyCharacter) {
+    EXPECT_EQ(read("vtag=\xff\xfe\xfd\xfc").video_tag, 0xfcfdfeffu);
+}
+
+TEST(CreationOptions, LaterPairsReplaceEarlierOnes) {
+    const WriterState state = read("width=1,size=640x480,width=320,fmt=avi,fmt=mov");
+    EXPECT_EQ(state.width, 320);
+    EXPECT_EQ(state.height, 480);
+    EXPECT_EQ(state.output_format, av_guess_format("mov", nullptr, nullptr));
+}
+
+TEST(CreationOptions, WhatTheTextDoesNotNameStays) {
+    WriterState state = read("fmt=mp4,size=64x32,acodec=aac");
+    read_creation_options(state, nullptr);
+    EXPECT_EQ(state.audio_track_count, 1);
+    EXPECT_EQ(state.width, 64);
+    read_creation_options(state, "b:v=2M,title=x");
+    EXPECT_EQ(state.width, 64);
+    EXPECT_NE(state.output_format, nullptr);
+    EXPECT_EQ(state.pix_fmt, AV_PIX_FMT_NONE);
+}
+
+TEST(CreationOptions, CommentLinesAreSkipped) {
+    const WriterState state = read("width=1\n#width=2\n;width=3\n/width=4\nheight=5");
+    EXPECT_EQ(state.width, 1);
+    EXPECT_EQ(state.height, 5);
+}
+
+TEST(CreationTrace, TellsTheTextAndWhatEveryKeyBecame) {
+    const AVCodec* video = avcodec_find_encoder_by_name("mpeg4");
+    const AVCodec* audio = avcodec_find_encoder_by_name("aac");
+    EXPECT_EQ(traced("fmt=MP4,vcodec=mpeg4,pix=bgra,width=1k,size=64x32,acodec=aac,ac=2,ar=48k,afmt=-1,vtag=abcdef"),
+              (std::vector<std::string>{
+                  "opt_global: [fmt=MP4,vcodec=mpeg4,pix=bgra,width=1k,size=64x32,acodec=aac,ac=2,ar=48k,afmt=-1,"
+                  "vtag=abcdef]:",
+                  "opt_global: \tfmt=MP4 (" + address(av_guess_format("mp4", nullptr, nullptr)) + ")",
+                  "opt_global: \tvcodec=mpeg4 (" + address(video) + ") id " + std::to_string(video->id) + " [mpeg4]",
+                  "opt_global: \tpix=bgra (30)",
+                  "opt_global: \twidth=1k (1000)",
+                  "opt_global: \tsize=64x32 (64x32)",
+                  "opt_global: \tacodec=aac audio codec, track 0",
+                  "opt_global: \t" + address(audio) + ", id " + std::to_string(audio->id),
+                  "opt_global: \tac=2 audio num chans 2",
+                  "opt_global: \tar=48k audio rate 48000",
+                  "opt_global: \tafmt=-1 audio sample src -1, dst 8",
+                  "opt_global: \tvtag=abcdef (abcd)",
+              }));
+}
+
+TEST(CreationTrace, UnknownEncodersAreTracedWithoutOne) {
+    EXPECT_EQ(traced("vcodec=none,acodec=none,afmt=s16,atag=x,b=1"),
+              (std::vector<std::string>{
+                  "opt_global: [vcodec=none,acodec=none,afmt=s16,atag=x,b=1]:",
+                  "opt_global: \tvcodec=none (" + address(nullptr) + ") id -1 []",
+                  "opt_global: \tacodec=none audio codec, track 0",
+                  "opt_global: \t" + address(nullptr) + ", id -1",
+                  "opt_global: \tafmt=s16 audio sample src 0, dst 1",
+              }));
+}
+
+}  // namespace
+}  // namespace qmio
