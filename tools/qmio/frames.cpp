@@ -1,0 +1,84 @@
+// qmio frames FILE --at 0,100,17 --out DIR: frames by number, each as a PNG file.
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <iomanip>
+#include <memory>
+#include <sstream>
+
+#include "failure.h"
+#include "png.h"
+#include "progress.h"
+#include "source.h"
+#include "text.h"
+#include "verbs.h"
+
+namespace host {
+
+namespace {
+
+struct FramesOptions {
+    std::string file;
+    std::vector<int> numbers;
+    std::string folder = ".";
+};
+
+void make_folder(const std::string& folder) {
+    std::error_code error;
+    std::filesystem::create_directories(path_of(folder), error);
+    if (error)
+        throw Failure(folder, "the folder cannot be made: " + error.message());
+}
+
+std::string frame_name(const std::string& folder, int number) {
+    std::ostringstream name;
+    name << "frame-" << std::setw(6) << std::setfill('0') << number << ".png";
+    return utf8_of(path_of(folder) / name.str());
+}
+
+std::string listed(const std::vector<int>& numbers) {
+    std::ostringstream text;
+    for (const int number : numbers)
+        text << (text.tellp() > 0 ? ", " : "") << number;
+    return text.str();
+}
+
+// Writes the frames that the file has and gives the numbers that it has not.
+std::vector<int> write_frames(Source& source, const FramesOptions& options) {
+    Picture picture(source.width(), source.height());
+    Progress progress("frames", static_cast<int>(options.numbers.size()));
+    std::vector<int> missing;
+    for (const int number : options.numbers) {
+        if (source.read_frame(number, picture))
+            write_png(frame_name(options.folder, number), picture);
+        else
+            missing.push_back(number);
+        progress.step();
+    }
+    return missing;
+}
+
+void frames(const FramesOptions& options) {
+    Source source(options.file);
+    source.require_pictures();
+    make_folder(options.folder);
+    const std::vector<int> missing = write_frames(source, options);
+    if (!missing.empty())
+        throw Failure(options.file, "no picture at frame " + listed(missing) + " (it counts " +
+                                        std::to_string(source.frame_count()) + " frames)");
+}
+
+}  // namespace
+
+void add_frames(CLI::App& app) {
+    CLI::App* verb = app.add_subcommand("frames", "Write frames of a file, chosen by number, as PNG files");
+    auto options = std::make_shared<FramesOptions>();
+    verb->add_option("FILE", options->file, "The file to read")->required();
+    verb->add_option("--at", options->numbers, "Frame numbers, counted from 0, separated by commas")
+        ->required()
+        ->delimiter(',')
+        ->check(CLI::NonNegativeNumber);
+    verb->add_option("--out", options->folder, "Folder for frame-NNNNNN.png, made when missing")->capture_default_str();
+    verb->callback([options] { frames(*options); });
+}
+
+}  // namespace host

@@ -1,0 +1,44 @@
+// The command-line host of the library: one verb per file, registered here.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <exception>
+#include <iostream>
+
+#include "failure.h"
+#include "system.h"
+#include "verbs.h"
+
+namespace {
+
+enum ExitCode { kDone = 0, kFailed = 1, kWrongUsage = 2 };
+
+void add_verbs(CLI::App& app) {
+    host::add_info(app);
+    host::add_frames(app);
+    host::add_sheet(app);
+}
+
+int run(std::vector<std::string> arguments) {
+    CLI::App app("Reads media files by frame number.", "qmio");
+    app.require_subcommand(1);
+    app.failure_message(CLI::FailureMessage::help);
+    add_verbs(app);
+    std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
+    try {
+        app.parse(arguments);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kDone : kWrongUsage;
+    }
+    return kDone;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(host::utf8_arguments(argc, argv));
+    } catch (const std::exception& error) {
+        std::cerr << "qmio: " << error.what() << '\n';
+        return kFailed;
+    }
+}

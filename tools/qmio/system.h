@@ -1,0 +1,15 @@
+// The services of the operating system that standard C++ does not have.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+// The command line without the program's own name, as UTF-8. It also makes the console show UTF-8.
+std::vector<std::string> utf8_arguments(int argc, char** argv);
+
+// True when standard error is a terminal that somebody may be looking at.
+bool error_output_is_terminal();
+
+}  // namespace host

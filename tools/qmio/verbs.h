@@ -1,0 +1,15 @@
+// The verbs of the command line. Each function adds one to `app`: its options, its help and the work behind it, which
+// throws a Failure when it cannot be done.
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace host {
+
+void add_info(CLI::App& app);
+void add_frames(CLI::App& app);
+void add_sheet(CLI::App& app);
+
+}  // namespace host
