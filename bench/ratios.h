@@ -1,0 +1,41 @@
+// Collects the time of every repetition while the console shows the usual table, and compares medians at the end.
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+struct SpeedRatio {
+    double by_clock;
+    double by_processor;  // steadier on a machine that does other work meanwhile
+};
+
+class RatioReporter : public benchmark::ConsoleReporter {
+  public:
+    RatioReporter() : ConsoleReporter(OO_Tabular) {}
+
+    void ReportRuns(const std::vector<Run>& runs) override;
+
+    bool failed() const { return failed_; }
+
+    // How many times as fast as `plain` the benchmark `ours` is, by the medians of their repetitions; nothing when
+    // one of the two has not run.
+    std::optional<SpeedRatio> speed_ratio(const std::string& ours, const std::string& plain) const;
+
+  private:
+    // Seconds of one benchmark, one entry for each repetition.
+    struct Times {
+        std::vector<double> clock;
+        std::vector<double> processor;
+    };
+
+    std::map<std::string, Times> times_;  // by the name of the benchmark
+    bool failed_ = false;
+};
+
+}  // namespace bench

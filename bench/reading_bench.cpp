@@ -1,0 +1,191 @@
+// Frames per second of the library and of a plain FFmpeg loop: the whole clip in order, and single frames by number.
+// Usage: reading_bench [Google Benchmark's options] [CLIP]. Ends with one line of ratios; fails when the library gives
+// another picture than the plain loop.
+#include <benchmark/benchmark.h>
+#include <qmio.h>
+
+#include <cstdio>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "plain_reader.h"
+#include "ratios.h"
+
+namespace {
+
+constexpr int kSeeks = 12;
+constexpr unsigned kSeed = 20240305;
+
+std::string clip = QMIO_BENCH_CLIP;
+
+struct Closer {
+    void operator()(MediaHandle* handle) const { qmio_close(handle); }
+};
+using Media = std::unique_ptr<MediaHandle, Closer>;
+
+Media open_clip() {
+    Media media(qmio_open_a(clip.c_str()));
+    if (media == nullptr)
+        throw std::runtime_error("the library cannot open " + clip);
+    return media;
+}
+
+std::vector<uint8_t> picture_of(MediaHandle* media) {
+    return std::vector<uint8_t>(static_cast<std::size_t>(qmio_get_file_param(media, "width")) *
+                                static_cast<std::size_t>(qmio_get_file_param(media, "height")) * 4);
+}
+
+std::vector<int> random_frames() {
+    const Media media = open_clip();
+    std::mt19937 generator(kSeed);
+    std::uniform_int_distribution<int> pick(0, static_cast<int>(qmio_get_file_param(media.get(), "frames")) - 1);
+    std::vector<int> numbers(kSeeks);
+    for (int& number : numbers)
+        number = pick(generator);
+    return numbers;
+}
+
+bool read_by_number(MediaHandle* media, int number, uint8_t* bgra) {
+    return qmio_seek_frame(media, number) == number && qmio_read_frame(media, bgra) > 0;
+}
+
+// A fast wrong picture is worth nothing: every frame that the random benchmarks ask for must be the plain loop's.
+void compare_pictures() {
+    const Media media = open_clip();
+    bench::PlainReader plain(clip);
+    std::vector<uint8_t> ours = picture_of(media.get());
+    std::vector<uint8_t> theirs = ours;
+    for (const int number : random_frames())
+        if (!read_by_number(media.get(), number, ours.data()) || !plain.read_frame(number, theirs.data()) ||
+            ours != theirs)
+            throw std::runtime_error("frame " + std::to_string(number) + " differs from the plain loop's");
+}
+
+int read_all(MediaHandle* media, uint8_t* bgra) {
+    int frames = 0;
+    int result = 0;
+    while ((result = qmio_read_frame(media, bgra)) != 0)
+        frames += result > 1;
+    while (qmio_video_pkt(media, bgra, nullptr) > 1)
+        ++frames;
+    return frames;
+}
+
+void count_frames(benchmark::State& state, int64_t frames) {
+    state.counters["frames/s"] = benchmark::Counter(static_cast<double>(frames), benchmark::Counter::kIsRate);
+}
+
+// A reader that loses pictures must not win.
+void expect_whole_clip(benchmark::State& state, int64_t frames) {
+    if (frames != state.iterations() * qmio_get_file_param(open_clip().get(), "frames"))
+        state.SkipWithError("the number of pictures is not that of the clip");
+}
+
+void sequential_library(benchmark::State& state) {
+    int64_t frames = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        state.PauseTiming();
+        Media media = open_clip();
+        std::vector<uint8_t> bgra = picture_of(media.get());
+        state.ResumeTiming();
+        frames += read_all(media.get(), bgra.data());
+        state.PauseTiming();
+        media.reset();
+        state.ResumeTiming();
+    }
+    expect_whole_clip(state, frames);
+    count_frames(state, frames);
+}
+
+void sequential_plain(benchmark::State& state) {
+    int64_t frames = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        state.PauseTiming();
+        auto reader = std::make_unique<bench::PlainReader>(clip);
+        std::vector<uint8_t> bgra(reader->picture_bytes());
+        state.ResumeTiming();
+        for (; reader->decode_next(); ++frames)
+            reader->convert(bgra.data());
+        state.PauseTiming();
+        reader.reset();
+        state.ResumeTiming();
+    }
+    expect_whole_clip(state, frames);
+    count_frames(state, frames);
+}
+
+void random_library(benchmark::State& state) {
+    const Media media = open_clip();
+    std::vector<uint8_t> bgra = picture_of(media.get());
+    const std::vector<int> numbers = random_frames();
+    for ([[maybe_unused]] auto _ : state)
+        for (const int number : numbers)
+            read_by_number(media.get(), number, bgra.data());
+    count_frames(state, state.iterations() * kSeeks);
+}
+
+void random_plain(benchmark::State& state) {
+    bench::PlainReader reader(clip);
+    std::vector<uint8_t> bgra(reader.picture_bytes());
+    const std::vector<int> numbers = random_frames();
+    for ([[maybe_unused]] auto _ : state)
+        for (const int number : numbers)
+            reader.read_frame(number, bgra.data());
+    count_frames(state, state.iterations() * kSeeks);
+}
+
+void time_whole_runs(benchmark::internal::Benchmark* benchmark) {
+    benchmark->Iterations(1)->UseRealTime()->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK(sequential_library)->Apply(time_whole_runs);
+BENCHMARK(sequential_plain)->Apply(time_whole_runs);
+BENCHMARK(random_library)->Apply(time_whole_runs);
+BENCHMARK(random_plain)->Apply(time_whole_runs);
+
+void print_ratio(const bench::RatioReporter& reporter, const char* what, const std::string& kind) {
+    const auto ratio = reporter.speed_ratio(kind + "_library", kind + "_plain");
+    if (ratio)
+        std::printf("%s %.2f of a plain loop, %.2f by processor time\n", what, ratio->by_clock, ratio->by_processor);
+}
+
+// What is left after Google Benchmark's own options: at most the name of a clip.
+bool take_clip(int count, char** arguments) {
+    if (count > 2 || (count == 2 && arguments[1][0] == '-'))
+        return !benchmark::ReportUnrecognizedArguments(count, arguments);
+    if (count == 2)
+        clip = arguments[1];
+    return true;
+}
+
+int run(int argc, char** argv) {
+    // Repetitions of all four take turns, so that whatever else the machine does strikes each of them alike.
+    std::string repeat = "--benchmark_repetitions=7";
+    std::string interleave = "--benchmark_enable_random_interleaving=true";
+    std::vector<char*> arguments(argv, argv + argc);
+    arguments.insert(arguments.begin() + 1, {repeat.data(), interleave.data()});
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    if (!take_clip(count, arguments.data()))
+        return 1;
+    compare_pictures();
+    bench::RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    print_ratio(reporter, "sequential", "sequential");
+    print_ratio(reporter, "random access", "random");
+    return reporter.failed() ? 1 : 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "reading_bench: %s\n", error.what());
+        return 1;
+    }
+}
