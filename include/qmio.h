@@ -28,7 +28,7 @@
  *   0x10000 + FFmpeg's own.
  *
  * Errors
- *   Functions return what happened and never throw, print or stop the process. FFmpeg's error messages go to standard
+ *   Functions return what happened and never throw or stop the process. FFmpeg's error messages go to standard
  *   error and to the log file; the configuration file beside the library chooses how much of them, and which of the
  *   library's own trace lines.
  *
@@ -222,10 +222,13 @@ enum {
  *          height, line_size and alignment are read; its format is not, the handle's is used. Its data has to hold
  *          qmio_image_fill_arrays' size for that format, size and alignment.
  *
- * After a seek the next picture is the one that was asked for; the way to it is decoded but not delivered.
+ * After a seek the next picture is the one that was asked for; the way to it is decoded but not delivered, and damage
+ * on the way is not reported.
  * Returns a picture code; QMIO_DECODER_ERROR for a damaged packet, after which reading goes on; 0 at the end of the
- * input, for null, and for a source without video. At the end the decoder may still hold pictures: take them with
- * qmio_video_pkt(h, buffer, NULL) until it returns 0. Audio packets on the way are dropped.
+ * input, for null, and for a source without video; QMIO_PICTURE_HELD, with the buffer left as it is, for the only
+ * picture of a source that was delivered before. At the end the decoder may still hold pictures: take them with
+ * qmio_video_pkt(h, buffer, NULL) until it returns 0. (A source that counts as one frame, and the way to a sought
+ * frame, need no asking.) Audio packets on the way are dropped.
  */
 QMIO_API int qmio_read_frame(MediaHandle* h, uint8_t* buffer);
 QMIO_API int imio_read_frame(MediaHandle* h, imio_picture* pic);
@@ -271,7 +274,8 @@ QMIO_API int qmio_is_valid_frame(MediaHandle* h, int kind);
 
 /*
  * Moves to a frame: the next qmio_read_frame delivers exactly the picture that reading from the start would deliver
- * under this number. A negative number means frame 0. Where other tracks are read, they go on from around there.
+ * under this number. A negative number means frame 0 (not for the last of the three). Where other tracks are read, they
+ * go on from around there.
  *
  * qmio_seek_frame returns the frame; 0 when there was nothing to do (a null handle, a still picture, the start of a
  * fresh handle) or when the source has only audio, which is rewound to its start; -1 when the source cannot be

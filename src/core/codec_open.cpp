@@ -18,16 +18,13 @@ int open_once(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary*
 }  // namespace
 
 int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary* options) {
-    ffmpeg::Dictionary retry;
-    if (options != nullptr)
-        av_dict_copy(retry.address(), options->entries(), 0);
     const int result = open_once(context, codec, options);
     // FFmpeg gives up altogether when the system has no thread left to give.
     if (result != AVERROR(EAGAIN) && result != AVERROR(ENOMEM))
         return result;
-    retry.set("threads", "1");
+    // What the first attempt took out of the options is in the context by now.
     context.thread_count = 1;
-    return open_once(context, codec, &retry);
+    return open_once(context, codec, options);
 }
 
 ffmpeg::CodecContextPtr make_stream_codec(const AVStream& stream) {

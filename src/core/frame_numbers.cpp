@@ -19,7 +19,7 @@ int64_t clamp(Wide value) {
 
 int32_t to_int32(double value) {
     constexpr double low = std::numeric_limits<int32_t>::min();
-    constexpr double high = std::numeric_limits<int32_t>::max();
+    constexpr double high = std::numeric_limits<int32_t>::max() - 1;  // the number after it is wanted next
     return std::isnan(value) ? kNoFrame : static_cast<int32_t>(std::clamp(value, low, high));
 }
 

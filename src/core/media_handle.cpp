@@ -16,10 +16,11 @@ int is_cancelled(void* handle) {
 }  // namespace
 
 MediaHandle* create_handle() {
-    void* memory = av_mallocz(sizeof(MediaHandle));
+    std::unique_ptr<void, ffmpeg::BlockDeleter> memory(av_mallocz(sizeof(MediaHandle)));
     if (memory == nullptr)
         return nullptr;
-    auto* handle = new (memory) MediaHandle;
+    auto* handle = new (memory.get()) MediaHandle;
+    memory.release();
     handle->reader.packet.reset(av_packet_alloc());
     handle->audio.audio_packet.reset(av_packet_alloc());
     std::iota(handle->audio.chan_map.begin(), handle->audio.chan_map.begin() + kMaxTracks, 0);

@@ -21,6 +21,10 @@ inline constexpr int kMaxTracks = 16;
 inline constexpr int kMaxName = 1024;
 inline constexpr int kTrackBufferSize = 192000;
 inline constexpr int kMaxUserChannels = 64;
+inline constexpr int kPictureAlignment = 16;  // of rows, in the picture sizes that the handle tells
+
+// What hosts call the two kinds of stream.
+enum StreamKind { kVideoKind = 1, kAudioKind = 2 };
 
 // What open and seeking found out (`stream_flags`).
 namespace stream_flag {
@@ -40,15 +44,16 @@ inline constexpr uint32_t suppressed = 32;
 // A seek whose picture has not been delivered yet (read/seek_target.cpp).
 struct PendingSeek {
     static constexpr int none = -1;
-    int target = none;            // number of the wanted picture
-    int back_off = 0;             // how many frames before the target the last positioning aimed
-    bool exact_landing = false;   // the last positioning aimed at any packet, not at a key packet
-    bool at_start = false;        // nothing lies before: what comes out is what sequential reading gives
-    bool need_key = false;        // no key packet was read since the landing
-    bool seen_earlier = false;    // a picture before the target came out since the landing
-    bool skipped = false;         // pictures that no other refers to were left out since the landing
-    bool damaged = false;         // something since the landing could not be decoded whole
-    bool decode_all = false;      // nothing is left out any more: what damage does depends on every picture
+    int target = none;           // number of the wanted picture
+    int back_off = 0;            // how many frames before the target the last positioning aimed
+    bool exact_landing = false;  // the last positioning aimed at any packet, not at a key packet
+    bool at_start = false;       // nothing lies before: what comes out is what sequential reading gives
+    bool need_key = false;       // no key packet was read since the landing
+    bool seen_earlier = false;   // a picture before the target came out since the landing
+    bool skipped = false;        // pictures that no other refers to were left out since the landing
+    bool damaged = false;        // something since the landing could not be decoded whole
+    bool by_time = false;        // the frame-position index is left alone
+    bool decode_all = false;     // nothing is left out any more: what damage does depends on every picture
 };
 
 struct ReaderState {
@@ -62,7 +67,7 @@ struct ReaderState {
     int32_t want_frame = 0;   // number of the next frame to deliver
     int32_t have_frame = -1;  // number of the frame held in pFrame; -1: none
     int32_t read_result = 0;
-    ffmpeg::PacketPtr packet;                // the packet read last
+    ffmpeg::PacketPtr packet;                 // the packet read last
     std::vector<ffmpeg::PacketPtr> overread;  // packets that a host read over without releasing them
     int32_t video_stream_index = -1;
     int32_t video_stream_count = 0;
@@ -78,7 +83,8 @@ struct ReaderState {
     int64_t seek_position = 0;  // last seek target in microseconds; 0 after a failed seek
     AVRational frame_rate{0, 1};
     int32_t frame_time_ms = 0;
-    bool moved = false;  // packets were read or a seek was made since the source was opened
+    AVDiscard skip_frame = AVDISCARD_DEFAULT;  // what the host's options leave out, whatever a seek does
+    bool moved = false;                        // packets were read or a seek was made since the source was opened
     PendingSeek pending;
     ffmpeg::StreamClock clock;  // first and last dts of every stream
 };
@@ -134,6 +140,7 @@ struct MediaHandle {
     int32_t handle_word = 1;
     char file_name[qmio::kMaxName] = {};
     std::recursive_mutex call_lock;      // held during every call on the handle; qmio_cancel waits for it
+    std::mutex cancel_lock;              // held by qmio_cancel from beginning to end; qmio_close waits for it
     std::atomic<bool> cancelled{false};  // makes FFmpeg's blocking I/O return
     std::unique_ptr<qmio::qmlib::InputSource> input;  // bytes that FFmpeg does not fetch itself; null: it does
     qmio::ffmpeg::CustomIoPtr custom_io;

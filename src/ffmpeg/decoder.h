@@ -18,10 +18,7 @@ class Decoder {
     // there was one. Returns the bytes used, always the whole packet, or a negative FFmpeg error.
     int decode(AVFrame* frame, int* got, const AVPacket* packet);
 
-    // True while a picture can come out without new input.
-    bool has_kept() const { return !kept_.empty() || (draining_ && !drained_); }
-
-    // Moves the oldest kept picture into `frame`, if there is one.
+    // Moves the oldest picture that can come out without new input into `frame`; false when there is none.
     bool take_kept(AVFrame* frame);
 
     // Forgets everything decoded and makes the codec ready for packets of another place.

@@ -45,7 +45,8 @@ constexpr Key kFileKeys[] = {
          const AVCodecContext* codec = first_audio_codec(h);
          return codec != nullptr ? codec->sample_rate : 0;
      }},
-    {"vb", [](const MediaHandle& h) -> int64_t { return h.reader.pCodecCtx != nullptr ? h.reader.pCodecCtx->bit_rate : 0; }},
+    {"vb",
+     [](const MediaHandle& h) -> int64_t { return h.reader.pCodecCtx != nullptr ? h.reader.pCodecCtx->bit_rate : 0; }},
     {"ab",
      [](const MediaHandle& h) -> int64_t {
          const AVCodecContext* codec = first_audio_codec(h);

@@ -4,12 +4,10 @@ namespace qmio::packet {
 
 namespace {
 
-enum Kind { kVideo = 1, kAudio = 2 };
-
 AVStream* stream_of_kind(const MediaHandle& handle, int kind) {
-    if (kind == kVideo)
+    if (kind == kVideoKind)
         return handle.reader.video_st;
-    return kind == kAudio ? handle.audio.track_av_stream[0] : nullptr;
+    return kind == kAudioKind ? handle.audio.track_av_stream[0] : nullptr;
 }
 
 int64_t timestamp_at(const MediaHandle& handle, const AVStream& stream, int64_t time_us) {
@@ -27,8 +25,8 @@ int seek_by_time(MediaHandle& handle, int64_t time_us, int kind) {
         return AVERROR(EBADF);
     const AVStream* stream = stream_of_kind(handle, kind);
     const int64_t timestamp = stream != nullptr ? timestamp_at(handle, *stream, time_us) : time_us;
-    const int result = av_seek_frame(handle.format_ctx.get(), stream != nullptr ? stream->index : -1, timestamp,
-                                     AVSEEK_FLAG_BACKWARD);
+    const int result =
+        av_seek_frame(handle.format_ctx.get(), stream != nullptr ? stream->index : -1, timestamp, AVSEEK_FLAG_BACKWARD);
     handle.reader.moved = true;
     flush_video_decoder(handle);
     flush_audio_decoders(handle);

@@ -10,7 +10,7 @@ namespace qmio::platform {
 class NamedMutex {
   public:
     virtual ~NamedMutex() = default;
-    virtual void lock() = 0;  // waits without time-out
+    virtual void lock() = 0;    // waits without time-out
     virtual void unlock() = 0;  // ignored in a thread that is not inside
 
     // Null when the system refuses it; the caller then works unguarded.

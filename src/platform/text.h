@@ -7,7 +7,7 @@
 
 namespace qmio::platform {
 
-inline constexpr uint32_t kCodePageAnsi = 0;      // the system's ANSI code page
+inline constexpr uint32_t kCodePageAnsi = 0;  // the system's ANSI code page
 inline constexpr uint32_t kCodePageUtf8 = 65001;
 
 // What cannot be converted becomes a replacement character. A code page that the system does not know counts as UTF-8.

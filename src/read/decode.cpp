@@ -33,9 +33,13 @@ int check_arguments(const MediaHandle& handle, const imio_picture* picture, cons
     return kNoPicture;
 }
 
-// Without earlier pictures to refer to, a codec may be drained after any packet and go on with the next.
-bool is_intra_only(const AVCodecContext& codec) {
-    const AVCodecDescriptor* descriptor = avcodec_descriptor_get(codec.codec_id);
+// A codec that refers to earlier pictures loses them when it is drained in mid-stream. One that does not, or whose only
+// packet this was, may be drained and go on.
+bool can_drain_after_packet(const ReaderState& reader) {
+    if (reader.pCodecCtx->codec_id == AV_CODEC_ID_PNG ||
+        (reader.video_st != nullptr && reader.video_st->nb_frames == 1))
+        return true;
+    const AVCodecDescriptor* descriptor = avcodec_descriptor_get(reader.pCodecCtx->codec_id);
     return descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
 }
 
@@ -55,13 +59,13 @@ int finish_picture(MediaHandle& handle, imio_picture* picture, const AVPacket* p
     return field_result(*reader.pFrame);
 }
 
-// A packet that is used up without a picture. A still image gets its delayed picture here. A codec that refers to
-// earlier pictures cannot be drained in mid-stream without losing them: it is drained at the end of the input.
+// A packet is used up without a picture: a still image, PNG above all, gets its delayed picture here. A source of
+// unknown length counts as one frame, too; where its codec cannot be drained now, reading drains it at its end.
 bool drain_still(MediaHandle& handle, int* got) {
     ReaderState& reader = handle.reader;
     if (reader.frame_count > 1 && reader.pCodecCtx->codec_id != AV_CODEC_ID_PNG)
         return false;
-    if (!is_intra_only(*reader.pCodecCtx))
+    if (!can_drain_after_packet(reader))
         return false;
     reader.video_decoder.decode(reader.pFrame.get(), got, nullptr);
     return true;

@@ -8,15 +8,15 @@ namespace qmio::read {
 
 // What decoding a packet came to. The positive ones are pictures: bit 0 delivered, bit 1 top field, bit 2 bottom field.
 enum DecodeResult {
-    kProgressivePicture = 7,
-    kTopFieldFirst = 3,
-    kBottomFieldFirst = 5,
-    kSingleFrameHeld = 1,
-    kNoPicture = 0,
-    kNothingToWorkOn = -1,
-    kNoVideoStream = -4,
-    kOtherStream = -5,
-    kDecoderError = -6
+    kProgressivePicture = QMIO_PICTURE_PROGRESSIVE,
+    kTopFieldFirst = QMIO_PICTURE_TOP_FIELD_FIRST,
+    kBottomFieldFirst = QMIO_PICTURE_BOTTOM_FIELD_FIRST,
+    kSingleFrameHeld = QMIO_PICTURE_HELD,
+    kNoPicture = QMIO_NO_PICTURE,
+    kNothingToWorkOn = QMIO_NOTHING_TO_DECODE,
+    kNoVideoStream = QMIO_NO_VIDEO_STREAM,
+    kOtherStream = QMIO_OTHER_STREAM,
+    kDecoderError = QMIO_DECODER_ERROR
 };
 
 // Decodes `packet` (null: drains the decoder) and converts the picture into `picture`; one without data is decoded

@@ -49,7 +49,8 @@ bool lacks_alpha(const ReaderState& reader, const imio_picture& picture, int64_t
 int convert(ReaderState& reader, const ffmpeg::Picture& target) {
     const int algorithm = std::max(settings().scale_algorithm, 1);
     const int rows = ffmpeg::scale_exactly(ffmpeg::picture_in_frame(*reader.pFrame), target, algorithm, reader.scratch);
-    trace(TraceSwitch::read, kTag, L"\tframe %d: cvt to user pixfmt res %d\n", reader.want_frame, rows);
+    if (rows > 0)
+        trace(TraceSwitch::read, kTag, L"\tframe %d: cvt to user pixfmt res %d\n", reader.want_frame, rows);
     return rows;
 }
 
@@ -63,6 +64,10 @@ imio_picture plain_buffer(const MediaHandle& handle, uint8_t* buffer) {
     picture.height = handle.reader.height;
     picture.line_size = handle.reader.width * kBytesPerPixel;
     picture.alignment = 1;
+    // Formats that need more do not fit such a buffer: a picture without a size is not converted.
+    if (av_image_get_buffer_size(handle.reader.dst_pix_fmt, picture.width, picture.height, 1) >
+        int64_t{picture.line_size} * picture.height)
+        picture.width = picture.height = 0;
     return picture;
 }
 
@@ -78,6 +83,8 @@ int convert_held_picture(MediaHandle& handle, imio_picture* picture) {
     const ffmpeg::Picture target = ffmpeg::picture_in_block(picture->data, reader.dst_pix_fmt, picture->width,
                                                             picture->height, picture->alignment);
     const int rows = target.valid() && reader.pFrame->data[0] != nullptr ? convert(reader, target) : 0;
+    if (rows == 0)
+        trace(TraceSwitch::read, kTag, L"[%S] error get cvt context\n", handle.file_name);
     const int size = av_image_get_buffer_size(reader.dst_pix_fmt, picture->width, picture->height, picture->alignment);
     if (rows > 0 && lacks_alpha(reader, *picture, size))
         fill_opaque_alpha(*picture, size);

@@ -150,6 +150,7 @@ bool probe_streams(MediaHandle& handle) {
     for (unsigned stream = 0; stream < container.nb_streams; ++stream)
         options.push_back(configured_options("codec"));
     std::vector<AVDictionary*> entries;
+    entries.reserve(options.size());
     for (ffmpeg::Dictionary& dictionary : options)
         entries.push_back(dictionary.release());
     const int result = avformat_find_stream_info(&container, entries.empty() ? nullptr : entries.data());

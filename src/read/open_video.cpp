@@ -17,8 +17,6 @@ namespace qmio::read {
 
 namespace {
 
-constexpr int kPictureAlignment = 16;
-
 bool find_decoder(MediaHandle& handle) {
     ReaderState& reader = handle.reader;
     trace(TraceSwitch::open, kOpenTag, L"VIDEO\n");
@@ -50,6 +48,7 @@ bool open_decoder(MediaHandle& handle, const char* options) {
     if (open_codec(codec, *handle.reader.video_codec, &dictionary) < 0)
         return false;
     handle.reader.video_decoder.attach(&codec);
+    handle.reader.skip_frame = codec.skip_frame;
     return true;
 }
 

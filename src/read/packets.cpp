@@ -33,9 +33,26 @@ bool set_aside_unreleased(ReaderState& reader) {
     return true;
 }
 
+bool is_selected_audio(const AudioState& audio, int stream) {
+    for (int track = 0; track < audio.track_count; ++track) {
+        const bool selected = audio.cur_track < 0 || audio.cur_track == track;
+        if (selected && audio.track_stream[static_cast<std::size_t>(track)] == stream)
+            return true;
+    }
+    return false;
+}
+
+// The copy shares the packet's data and must never release it.
+void copy_record(AVPacket& target, const AVPacket& source) {
+    target = source;
+}
+
+}  // namespace
+
 bool read_packet(MediaHandle& handle) {
     ReaderState& reader = handle.reader;
-    reader.read_result = handle.format_ctx != nullptr ? 0 : -1;
+    const bool readable = handle.format_ctx != nullptr && !handle.cancelled.load(std::memory_order_relaxed);
+    reader.read_result = readable ? 0 : -1;
     if (reader.read_result != 0 || !set_aside_unreleased(reader))
         return false;
     av_packet_unref(reader.packet.get());
@@ -52,22 +69,6 @@ bool read_packet(MediaHandle& handle) {
     }
     return false;
 }
-
-bool is_selected_audio(const AudioState& audio, int stream) {
-    for (int track = 0; track < audio.track_count; ++track) {
-        const bool selected = audio.cur_track < 0 || audio.cur_track == track;
-        if (selected && audio.track_stream[static_cast<std::size_t>(track)] == stream)
-            return true;
-    }
-    return false;
-}
-
-// The copy shares the packet's data and must never release it.
-void copy_record(AVPacket& target, const AVPacket& source) {
-    target = source;
-}
-
-}  // namespace
 
 int get_frame(MediaHandle& handle) {
     if (!read_packet(handle))

@@ -10,12 +10,11 @@ using namespace qmio;
 
 namespace {
 
-enum Kind { kVideo = 1, kAudio = 2 };
-
 // A host that decodes packet by packet takes the way to a sought picture into its own hands once it has passed it.
 int decode_given(MediaHandle& handle, imio_picture* picture, AVPacket* packet) {
     const int result = read::decode_packet(handle, picture, packet);
-    if (result > 0 && handle.reader.have_frame >= handle.reader.pending.target)
+    const int target = handle.reader.pending.target;
+    if (result > 0 && target != PendingSeek::none && handle.reader.have_frame >= target)
         read::forget_target(handle);
     return result;
 }
@@ -54,7 +53,7 @@ int convert_held(MediaHandle& handle, imio_picture* picture) {
 const AVStream* stream_of(const MediaHandle& handle, const AVPacket& packet, int kind) {
     if (handle.format_ctx == nullptr)
         return nullptr;
-    if (kind == kVideo)
+    if (kind == kVideoKind)
         return handle.reader.video_st;
     const AVStream* stream = nullptr;
     for (int track = 0; track < handle.audio.track_count; ++track) {
@@ -66,9 +65,9 @@ const AVStream* stream_of(const MediaHandle& handle, const AVPacket& packet, int
 }
 
 int is_valid(MediaHandle& handle, int kind) {
-    if (kind != kVideo && kind != kAudio)
+    if (kind != kVideoKind && kind != kAudioKind)
         return 0;
-    const AVPacket& packet = kind == kVideo ? *handle.reader.packet : *handle.audio.audio_packet;
+    const AVPacket& packet = kind == kVideoKind ? *handle.reader.packet : *handle.audio.audio_packet;
     const AVStream* stream = stream_of(handle, packet, kind);
     if (stream == nullptr)
         return 0;

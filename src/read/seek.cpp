@@ -9,6 +9,7 @@
 #include "core/trace.h"
 #include "ffmpeg/pixel_format.h"
 #include "qmio.h"
+#include "read/packets.h"
 #include "read/seek_target.h"
 
 using namespace qmio;
@@ -19,7 +20,6 @@ constexpr const wchar_t* kSeekFrame = L"qmio_seek_frame";
 constexpr const wchar_t* kSeekFrameEx = L"qmio_seek_frame_ex";
 constexpr const wchar_t* kSeekFrameExOld = L"qmio_seek_frame_ex_old";
 constexpr int kSeekFailed = -1;
-constexpr int kPictureAlignment = 16;
 constexpr int kAnyByte = AVSEEK_FLAG_BYTE | AVSEEK_FLAG_ANY;
 
 std::wstring source_name(const MediaHandle& handle) {
@@ -46,7 +46,7 @@ bool can_seek_bytes(const MediaHandle& handle) {
     return io != nullptr && (io->seekable & AVIO_SEEKABLE_NORMAL) != 0;
 }
 
-// What every successful seek leaves behind: empty decoders and no picture held.
+// What seeking leaves behind: empty decoders and no picture held.
 void flush_decoders(MediaHandle& handle) {
     flush_video_decoder(handle);
     flush_audio_decoders(handle);
@@ -81,6 +81,7 @@ void want(MediaHandle& handle, int32_t frame, bool exact_landing) {
 }
 
 int stand_at_frame_zero(MediaHandle& handle) {
+    read::forget_target(handle);
     handle.reader.want_frame = 0;
     return 0;
 }
@@ -176,8 +177,7 @@ int seek_twice(MediaHandle& handle, AVStream& stream, int32_t frame) {
         return refuse_seeking(handle);
     flush_decoders(handle);
     read::forget_target(handle);
-    av_packet_unref(handle.reader.packet.get());
-    if (av_read_frame(handle.format_ctx.get(), handle.reader.packet.get()) < 0)
+    if (!read::read_packet(handle))
         return kSeekFailed;
     seek_container(handle, index, timestamp, AVSEEK_FLAG_ANY);
     return frame;
@@ -204,18 +204,17 @@ int seek_frame_ex_old(MediaHandle& handle, int32_t frame) {
 }
 
 int64_t seek_stream(MediaHandle& handle, int stream, int64_t timestamp) {
+    read::forget_target(handle);
     if (stream == -1 || seek_container(handle, stream, timestamp, AVSEEK_FLAG_BACKWARD) < 0)
         return 0;
     flush_decoders(handle);
-    read::forget_target(handle);
     return timestamp;
 }
 
 int64_t seek_timestamp(MediaHandle& handle, int64_t timestamp, int kind) {
-    enum { kVideo = 1, kAudio = 2 };
-    if (kind == kAudio)
+    if (kind == kAudioKind)
         return seek_stream(handle, current_audio_stream(handle.audio), timestamp);
-    if (kind != kVideo || handle.reader.video_stream_index == -1)
+    if (kind != kVideoKind || handle.reader.video_stream_index == -1)
         return 0;
     if (handle.reader.frame_count <= 1)
         return stand_at_frame_zero(handle);
@@ -274,13 +273,13 @@ int seek_frame(MediaHandle& handle, int32_t frame) {
     return result;
 }
 
-bool seek_before(MediaHandle& handle, int32_t frame) {
+bool seek_before(MediaHandle& handle, int32_t frame, bool by_time) {
     ReaderState& reader = handle.reader;
     if (reader.video_st == nullptr)
         return false;
     int64_t position = frame_to_timestamp(handle, *reader.video_st, frame);
     int flags = AVSEEK_FLAG_BACKWARD;
-    if (const int64_t frames = frame_index::frame_total(handle.index_mapping.get()); frame < frames) {
+    if (const int64_t frames = frame_index::frame_total(handle.index_mapping.get()); !by_time && frame < frames) {
         position = frame_index::position(*handle.index_mapping, frame);
         flags = kAnyByte;
     }
@@ -298,7 +297,7 @@ bool seek_to_start(MediaHandle& handle) {
     // next, and the first byte last.
     const int64_t start = reader.video_st->start_time != AV_NOPTS_VALUE ? reader.video_st->start_time : 0;
     const int64_t long_before =
-        start - av_rescale_q(int64_t{86400} * AV_TIME_BASE, AV_TIME_BASE_Q, reader.video_st->time_base);
+        av_sat_sub64(start, av_rescale_q(int64_t{86400} * AV_TIME_BASE, AV_TIME_BASE_Q, reader.video_st->time_base));
     const int stream = reader.video_stream_index;
     if (seek_container(handle, stream, long_before, AVSEEK_FLAG_BACKWARD) < 0 &&
         seek_container(handle, stream, long_before, 0) < 0 &&

@@ -45,7 +45,8 @@ void choose_skipping(MediaHandle& handle, const AVPacket& packet) {
     const bool passing =
         !pending.decode_all && packet.pts != AV_NOPTS_VALUE && frame_number_at(handle, packet.pts) < pending.target - 1;
     pending.skipped |= passing;
-    handle.reader.pCodecCtx->skip_frame = passing ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
+    const AVDiscard configured = handle.reader.skip_frame;
+    handle.reader.pCodecCtx->skip_frame = passing ? std::max(configured, AVDISCARD_NONREF) : configured;
 }
 
 // `packet` may be null: the picture was waiting inside the decoder.
@@ -107,13 +108,15 @@ void note_landing(PendingSeek& pending) {
 // Positions before the last landing, by one step of the back-off; false when the container refuses.
 bool seek_further_back(MediaHandle& handle) {
     PendingSeek& pending = handle.reader.pending;
+    // Behind the last frame there is nothing to land on, however far the target lies.
+    const int last = std::max(handle.reader.frame_count, 1);
+    const int origin = std::min(pending.target, last);
     if (pending.exact_landing)
         pending.exact_landing = false;  // this time to the key packet before the target
     else
-        pending.back_off = pending.back_off == 0 ? kFirstBackOff : pending.back_off * 2;
-    const int aim = pending.target - pending.back_off;
-    if (aim > 0)
-        return seek_before(handle, aim);
+        pending.back_off = pending.back_off > origin / 2 ? origin : std::max(kFirstBackOff, pending.back_off * 2);
+    if (const int aim = origin - pending.back_off; aim > 0)
+        return seek_before(handle, aim, pending.by_time);
     pending.at_start = true;
     return seek_to_start(handle);
 }
@@ -152,13 +155,14 @@ void set_target(MediaHandle& handle, int target, bool exact_landing) {
     pending = PendingSeek();
     pending.target = target;
     pending.exact_landing = exact_landing;
+    pending.by_time = exact_landing;
     note_landing(pending);
 }
 
 void forget_target(MediaHandle& handle) {
     handle.reader.pending = PendingSeek();
     if (handle.reader.pCodecCtx != nullptr)
-        handle.reader.pCodecCtx->skip_frame = AVDISCARD_DEFAULT;
+        handle.reader.pCodecCtx->skip_frame = handle.reader.skip_frame;
 }
 
 int read_target(MediaHandle& handle, imio_picture& picture) {
@@ -169,8 +173,10 @@ int read_target(MediaHandle& handle, imio_picture& picture) {
         const Verdict verdict = decode_towards(handle, unconverted, &result);
         if (verdict == Verdict::reached)
             break;
-        if (verdict == Verdict::step_back && !step_back(handle))
+        if (verdict == Verdict::step_back && !step_back(handle)) {
+            forget_target(handle);
             return 0;
+        }
     }
     forget_target(handle);
     if (result > 0)

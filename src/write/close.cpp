@@ -58,8 +58,8 @@ void release_frames(MediaHandle& handle) {
 }
 
 void close_handle(MediaHandle& handle) {
-    // A cancel that another thread has begun ends first.
-    const std::lock_guard call(handle.call_lock);
+    // A cancel that another thread has begun ends first, also where the call that it made return is faster than it.
+    const std::scoped_lock locks(handle.cancel_lock, handle.call_lock);
     trace_start(handle);
     close_reader(handle);
     release_frames(handle);
@@ -68,6 +68,7 @@ void close_handle(MediaHandle& handle) {
 // Called by another thread while a call may be blocked inside FFmpeg: the flag makes that call return, and only then
 // is the container taken away.
 int cancel(MediaHandle& handle) {
+    const std::lock_guard whole(handle.cancel_lock);
     handle.cancelled.store(true, std::memory_order_relaxed);
     const std::lock_guard call(handle.call_lock);
     if (tracing(TraceSwitch::close))
@@ -89,12 +90,13 @@ int flush(MediaHandle& handle) {
 int qmio_close(MediaHandle* h) {
     if (h == nullptr)
         return 0;
-    return guarded(0, [h] {
+    guarded(0, [h] {
         close_handle(*h);
-        destroy_handle(h);
-        trace_close(L"exit\n");
         return 0;
     });
+    destroy_handle(h);
+    trace_close(L"exit\n");
+    return 0;
 }
 
 int qmio_flush(MediaHandle* h) {

@@ -61,6 +61,20 @@ TEST(Packets, ReadOverWithoutReleasingAreNotLost) {
     EXPECT_EQ(player.decode_packet().number, 4);
 }
 
+// What the first video packet of a made file decodes to.
+int first_packet(const std::string& name) {
+    Player player(media_path(name));
+    while (qmio_get_frame(player.handle()) == QMIO_PACKET_AUDIO)
+        qmio_release_frame(player.handle());
+    return player.decode_packet().result;
+}
+
+TEST(StillPicture, ComesWithItsPacketWhateverItsDecoderHoldsBack) {
+    EXPECT_EQ(first_packet("still.png"), QMIO_PICTURE_PROGRESSIVE);
+    EXPECT_EQ(first_packet("still.jpg"), QMIO_PICTURE_PROGRESSIVE);
+    EXPECT_EQ(first_packet("one_frame.avi"), QMIO_PICTURE_PROGRESSIVE);
+}
+
 TEST(NullBuffer, DecodesWithoutConverting) {
     Player player(media_path("mpeg4_no_bframes.avi"));
     int result = 0;

@@ -54,6 +54,16 @@ TEST_F(RefusedSeek, StaysRefusedWhenTheFileComesBackExceptToTheExactVariant) {
     EXPECT_EQ(player_->read().number, 40);
 }
 
+TEST(OneFrameSource, ForgetsAWantedFrameWhenItAnswersFrameZero) {
+    const Media media = open_media(media_path("live_h264.mkv"));
+    qmio_seek_frame_ex(media.get(), 5);
+    EXPECT_EQ(qmio_seek_frame(media.get(), 9), 0);
+    EXPECT_EQ(media->reader.pending.target, PendingSeek::none);
+    qmio_seek_frame_ex(media.get(), 5);
+    EXPECT_EQ(qmio_seek_ts(media.get(), 0, 1), 0);
+    EXPECT_EQ(media->reader.pending.target, PendingSeek::none);
+}
+
 TEST_F(RefusedSeek, LeavesNoFrameWanted) {
     EXPECT_EQ(qmio_seek_frame(handle(), 40), -1);
     EXPECT_EQ(handle()->reader.want_frame, 0);

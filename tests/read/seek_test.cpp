@@ -157,6 +157,23 @@ TEST(SeekFrame, ToTheStartOfAFreshHandleChangesNothing) {
     EXPECT_EQ(difference(player.read_rest(kMorePictures), made_references("long_gop.mp4")), "");
 }
 
+TEST(SeekFrame, FarBehindTheEndIsNothing) {
+    for (const char* name : {"h264.ts", "mpeg4_no_bframes.avi", "plain.mp4"}) {
+        Player player(media_path(name));
+        qmio_seek_frame(player.handle(), INT32_MAX);
+        EXPECT_EQ(player.read().result, 0) << name;
+        EXPECT_EQ(player.read_at(3).number, 3) << name;
+    }
+}
+
+TEST(SeekFrame, WhatTheHostChoseToSkipStaysSkipped) {
+    Player player(media_path("plain.mp4"), L"skip_frame=nokey");
+    EXPECT_EQ(numbers(player.read_rest(1000)), (std::vector<int>{0, 50, 100}));
+    EXPECT_EQ(player.read_at(60).number, 100);
+    qmio_seek_ts(player.handle(), 0, 1);
+    EXPECT_EQ(numbers(player.read_rest(1000)), (std::vector<int>{0, 50, 100}));
+}
+
 TEST(SeekFrame, ASecondSeekReplacesTheFirst) {
     Player player(media_path("plain.mp4"));
     qmio_seek_frame(player.handle(), 120);

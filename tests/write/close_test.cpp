@@ -247,6 +247,22 @@ TEST_F(SilentSource, CloseAfterCancelIsClean) {
     EXPECT_EQ(qmio_close(media_.release()), 0);
 }
 
+TEST_F(SilentSource, TheReadingThreadMayCloseAsSoonAsItsCallReturns) {
+    MediaHandle* const handle = media_.release();
+    std::thread reader([&] {
+        while (qmio_get_frame(handle) >= 0) {
+            qmio_release_frame(handle);
+            ++packets_;
+        }
+        qmio_close(handle);
+    });
+    server_.wait_until_sent();
+    while (packets_ < 20)
+        std::this_thread::yield();
+    EXPECT_EQ(qmio_cancel(handle), 0);
+    reader.join();
+}
+
 // A host that gives up at any time, also before the reader has got anywhere.
 TEST(Cancel, MayComeAtAnyMoment) {
     for (int round = 0; round < 8; ++round) {
