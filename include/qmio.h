@@ -10,7 +10,7 @@
  * Threads
  *   Different handles may be used on different threads at once. One handle is used by one thread at a time; the one
  *   exception is qmio_cancel, which another thread may call while a call on the handle is blocked. Opening codecs is
- *   serialised across all threads and processes that load the library from the same place.
+ *   serialised across all threads and all processes of the user that load the library from the same place.
  *
  * Names and text
  *   Narrow names (_a) are in the ANSI code page of the system (UTF-8 on Linux), wide names (_w) are UTF-16 on Windows
@@ -355,7 +355,8 @@ QMIO_API int qmio_scale_slice(void* dst, int dst_fmt, int dst_width, int dst_hei
  */
 QMIO_API void qmio_surf_slice(int fmt, qmio_planes* dst, const qmio_planes* src, int y);
 
-/* 1 when bands can be cut from pictures of the format, 0 for formats with a palette, of hardware and unknown ones. */
+/* 1 when bands can be cut from pictures of the format, 0 for formats with a palette, of hardware and unknown
+ * ones, and for the five of 8 bits and less that used to have a palette made up: gray and packed RGB and BGR. */
 QMIO_API int qmio_is_sliceable(int fmt);
 
 /*

@@ -130,7 +130,7 @@ void add_known_options(void* object, ffmpeg::Dictionary& dictionary, const char*
         if (creation_key(token.key) != CreationKey::none)
             return;
         std::string key = token.key;
-        if (!cut_stream_suffix(key, filter))
+        if (!cut_stream_suffix(key, filter) || creation_key(key) != CreationKey::none)
             return;
         const AVOption* option = av_opt_find(object, key.c_str(), nullptr, 0, search_flags);
         if (option != nullptr && (option->flags & filter) == filter)

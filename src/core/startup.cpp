@@ -54,6 +54,14 @@ void configure_ffmpeg(const Settings& settings) {
     av_log_set_callback(log_ffmpeg_message);
 }
 
+using LogCallback = void (*)(void*, int, const char*, va_list);
+
+LogCallback ffmpegs_own_log_callback() {
+    const auto stub = reinterpret_cast<platform::Function>(av_log_default_callback);
+    return reinterpret_cast<LogCallback>(
+        platform::function_of_library(avutil_configuration(), "av_log_default_callback", stub));
+}
+
 }  // namespace
 
 const Settings& settings() {
@@ -72,7 +80,7 @@ void attach_library() {
 
 void detach_library() {
     // FFmpeg may outlive this library in the process: the callback's code is about to go, and the level was ours.
-    av_log_set_callback(av_log_default_callback);
+    av_log_set_callback(ffmpegs_own_log_callback());
     if (av_log_get_level() == current.value.log_level)
         av_log_set_level(level_before);
     current.value = Settings();

@@ -3,7 +3,6 @@
 #include <array>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace qmio::ffmpeg {
 
@@ -38,9 +37,12 @@ std::string name_in_ffmpeg(std::string_view enumerator) {
 }
 
 // Both directions, looked up by name once: FFmpeg's numbers move from version to version, its names do not.
+// It has no destructor to run: other threads, and a host's own globals, may ask to the very end of the process.
 class Translation {
   public:
     Translation() {
+        format_.fill(AV_PIX_FMT_NONE);
+        frozen_.fill(-1);
         for (const PixelFormatName& frozen : interface_pixel_formats())
             add(frozen);
     }
@@ -64,20 +66,18 @@ class Translation {
         const AVPixelFormat format = av_get_pix_fmt(name_in_ffmpeg(frozen.enumerator).c_str());
         if (format == AV_PIX_FMT_NONE)
             return;
-        put(format_, static_cast<size_t>(frozen.number), format, AV_PIX_FMT_NONE);
-        put(frozen_, static_cast<size_t>(format), frozen.number, -1);
+        const auto number = static_cast<size_t>(frozen.number);
+        const auto own = static_cast<size_t>(format);
+        if (number >= format_.size() || own >= frozen_.size())
+            return;
+        format_[number] = format;
+        frozen_[own] = frozen.number;
     }
 
-    template <class Value>
-    static void put(std::vector<Value>& table, size_t index, Value value, Value nothing) {
-        if (index >= table.size())
-            table.resize(index + 1, nothing);
-        table[index] = value;
-    }
-
-    std::vector<AVPixelFormat> format_;
-    std::vector<int32_t> frozen_;
+    std::array<AVPixelFormat, 512> format_;
+    std::array<int32_t, 1024> frozen_;
 };
+static_assert(std::is_trivially_destructible_v<Translation>);
 
 const Translation& translation() {
     static const Translation table;

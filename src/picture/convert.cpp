@@ -14,12 +14,10 @@ bool is_picture(const imio_picture& record) {
     return ffmpeg::picture_in_block(record.data, AV_PIX_FMT_BGRA, record.width, record.height, 1).valid();
 }
 
-int scale_by_pixel_library(imio_picture& target, const imio_picture& source) {
-    if (!is_picture(target) || !is_picture(source))
-        return 0;
-    qm_scale_linear(target.data, target.width, target.height, target.line_size / 4, source.data, source.width,
-                    source.height, source.line_size / 4);
-    return target.height;
+bool scale_by_pixel_library(imio_picture& target, const imio_picture& source) {
+    return is_picture(target) && is_picture(source) &&
+           qm_scale_linear(target.data, target.width, target.height, target.line_size / 4, source.data, source.width,
+                           source.height, source.line_size / 4);
 }
 
 ffmpeg::Picture laid_out(const imio_picture& record) {
@@ -32,8 +30,10 @@ ffmpeg::Picture laid_out(const imio_picture& record) {
 int convert_picture(imio_picture* target, const imio_picture* source, int algorithm) {
     if (target == nullptr || source == nullptr || target->data == nullptr || source->data == nullptr)
         return 0;
-    if (algorithm == 0 && target->format == kLinearFormat && source->format == kLinearFormat)
-        return scale_by_pixel_library(*target, *source);
+    // What the linear scaler refuses for its size goes the usual way.
+    if (algorithm == 0 && target->format == kLinearFormat && source->format == kLinearFormat &&
+        scale_by_pixel_library(*target, *source))
+        return target->height;
     ffmpeg::FramePtr scratch;
     return ffmpeg::scale_exactly(laid_out(*source), laid_out(*target), algorithm == 0 ? SWS_FAST_BILINEAR : algorithm,
                                  scratch);

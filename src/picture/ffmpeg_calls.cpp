@@ -21,6 +21,8 @@ bool is_plane(const AVFrame* frame, int plane) {
 
 int qmio_image_fill_arrays(uint8_t* dst_data[4], int dst_linesize[4], const uint8_t* src, int fmt, int width,
                            int height, int align) {
+    if (dst_data == nullptr || dst_linesize == nullptr)
+        return AVERROR(EINVAL);
     return qmio::guarded(AVERROR(EINVAL), [&] {
         return av_image_fill_arrays(dst_data, dst_linesize, src, pixel_format_from_interface(fmt), width, height,
                                     align);
@@ -38,7 +40,7 @@ SwsContext* qmio_sws_getContext(int src_w, int src_h, int src_fmt, int dst_w, in
 
 int qmio_sws_scale(SwsContext* ctx, const uint8_t* const src[], const int src_stride[], int y, int height,
                    uint8_t* const dst[], const int dst_stride[]) {
-    if (ctx == nullptr)
+    if (ctx == nullptr || src == nullptr || src_stride == nullptr || dst == nullptr || dst_stride == nullptr)
         return 0;
     return sws_scale(ctx, src, src_stride, y, height, dst, dst_stride);
 }

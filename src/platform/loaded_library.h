@@ -7,4 +7,11 @@ namespace qmio::platform {
 // for this library itself.
 void keep_loaded(const void* address);
 
+using Function = void (*)();
+
+// The function `name` of the library that holds `address`, which may stay in the process longer than this library. On
+// Windows a function's address taken here is that of a stub in this library: `stub`, which is the answer where the name
+// is not found or the system has no stubs.
+Function function_of_library(const void* address, const char* name, Function stub);
+
 }  // namespace qmio::platform

@@ -18,16 +18,16 @@ bool is_pitch(int pixels) {
 
 }  // namespace
 
-void qm_scale_linear(void* dst, int dst_width, int dst_height, int dst_pitch, const void* src, int src_width,
+bool qm_scale_linear(void* dst, int dst_width, int dst_height, int dst_pitch, const void* src, int src_width,
                      int src_height, int src_pitch) {
     if (dst == nullptr || src == nullptr || dst_width < 1 || dst_height < 1 || src_width < 1 || src_height < 1)
-        return;
+        return false;
     if (!is_pitch(dst_pitch) || !is_pitch(src_pitch))
-        return;
-    // The result only tells of sizes that libyuv refuses, and callers have no use for it.
-    libyuv::ARGBScale(static_cast<const uint8_t*>(src), src_pitch * kPixelBytes, src_width, src_height,
-                      static_cast<uint8_t*>(dst), dst_pitch * kPixelBytes, dst_width, dst_height,
-                      libyuv::kFilterBilinear);
+        return false;
+    const int result = libyuv::ARGBScale(static_cast<const uint8_t*>(src), src_pitch * kPixelBytes, src_width,
+                                         src_height, static_cast<uint8_t*>(dst), dst_pitch * kPixelBytes, dst_width,
+                                         dst_height, libyuv::kFilterBilinear);
+    return result == 0;
 }
 
 }  // namespace qmio

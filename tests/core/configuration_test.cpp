@@ -269,7 +269,9 @@ TEST_F(Configuration, HostsKeepTheirOwnFFmpegAfterUnloading) {
     EXPECT_EQ(ask("unload"), "unloaded");
     EXPECT_EQ(ask("demuxers"), "all named");
     EXPECT_EQ(ask("message after unloading"), "level 32");
-    EXPECT_EQ(console(), "after unloading\n");
+    std::string text = console();
+    std::erase(text, '\r');  // FFmpeg's own messages end as the system has it
+    EXPECT_EQ(text, "after unloading\n");
 }
 
 TEST_F(Configuration, CredentialsAreNeverTraced) {

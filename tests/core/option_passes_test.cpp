@@ -95,6 +95,7 @@ TEST(AudioEncoderOptions, TheEncodersOwnOptionsAreNotSearched) {
 
 TEST(AudioEncoderOptions, EveryTrackKeepsItsOwnRateAndChannels) {
     EXPECT_EQ(audio_encoder_entries("aac", "acodec=aac,ar=48000,ac=2,sample_rate=1,channels=1"), Entries{});
+    EXPECT_EQ(audio_encoder_entries("aac", "ar:a=48000,ac:a=2"), Entries{});
 }
 
 TEST(VideoDecoderOptions, OnlyDecodingOptionsOfVideoAreTaken) {

@@ -135,6 +135,14 @@ TEST(ConvertPicture, ReadsThePaletteBehindThePixels) {
     EXPECT_EQ(qmio_cvt(paletted.data(), qmio_fmtid("AV_PIX_FMT_PAL8"), target.data(), kBgra, 4, 1), 0);
 }
 
+TEST(LinearScaler, LeavesSizesThatItRefusesToTheUsualOne) {
+    const std::vector<uint8_t> source(40000 * 4, 0x5A);
+    std::vector<uint8_t> target(100 * 4);
+    EXPECT_EQ(qmio_scale_ex(target.data(), kBgra, 100, 1, source.data(), kBgra, 40000, 1, 0), 1);
+    for (const uint8_t byte : target)
+        EXPECT_NEAR(byte, 0x5A, 3);
+}
+
 TEST(ScaleAlgorithm, IsHandedToTheScaler) {
     // Two pixels made four: sampled, no colour in between appears.
     const Bytes source = {0, 0, 0, 255, 200, 200, 200, 255};

@@ -22,6 +22,12 @@ TEST(Text, CodePagesHaveTheirOwnBytes) {
     EXPECT_EQ(widen("\x8A\x6F", 932), L"\u899A");
 }
 
+TEST(Text, CodePagesWithNamesOfTheirOwnAreKnownByNumber) {
+    EXPECT_EQ(narrow(L"\x0436", 20866), "\xD6");
+    EXPECT_EQ(narrow(L"\x0436", 28595), "\xD6");
+    EXPECT_EQ(widen("\xA4", 28605), L"\x20AC");
+}
+
 TEST(Text, PlainLettersAreTheSameInTheAnsiCodePage) {
     EXPECT_EQ(widen("movie 1.mp4", kCodePageAnsi), L"movie 1.mp4");
     EXPECT_EQ(narrow(L"movie 1.mp4", kCodePageAnsi), "movie 1.mp4");

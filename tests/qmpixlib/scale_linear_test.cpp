@@ -44,6 +44,13 @@ TEST(ScaleLinear, EqualSizeIsACopy) {
     EXPECT_EQ(target, source);
 }
 
+TEST(ScaleLinear, TellsOfSizesThatItDoesNotScale) {
+    const Pixels source(40000, grey(90));
+    Pixels target(100);
+    EXPECT_FALSE(qm_scale_linear(target.data(), 100, 1, 100, source.data(), 40000, 1, 40000));
+    EXPECT_TRUE(qm_scale_linear(target.data(), 100, 1, 100, source.data(), 30000, 1, 30000));
+}
+
 TEST(ScaleLinear, EnlargingKeepsTheCorners) {
     const Pixels source = {grey(10), grey(60), grey(110), grey(240)};
     Pixels target(9 * 6);

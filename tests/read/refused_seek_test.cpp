@@ -47,6 +47,9 @@ TEST_F(RefusedSeek, IsTriedAgainByTheExactVariant) {
 }
 
 TEST_F(RefusedSeek, StaysRefusedWhenTheFileComesBackExceptToTheExactVariant) {
+#ifdef _WIN32
+    GTEST_SKIP() << "a file that another has open cannot be written anew here";
+#endif
     EXPECT_EQ(qmio_seek_frame(handle(), 40), -1);
     give_the_file_back();
     EXPECT_EQ(qmio_seek_frame(handle(), 40), 0);

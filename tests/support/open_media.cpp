@@ -91,6 +91,9 @@ std::vector<Bytes> all_pictures(const Media& media, int bound) {
 }
 
 std::optional<std::ptrdiff_t> open_descriptors() {
+#ifdef _WIN32
+    return std::nullopt;  // under Wine the folder below would be there, and show Wine's own descriptors
+#else
     // The log file is opened with the first message and stays open; this call always writes one.
     qmio_planes planes{};
     qmio_surf_slice(-1, &planes, &planes, 0);
@@ -99,6 +102,7 @@ std::optional<std::ptrdiff_t> open_descriptors() {
     if (unknown)
         return std::nullopt;
     return std::distance(begin(entries), end(entries));
+#endif
 }
 
 }  // namespace qmio::test

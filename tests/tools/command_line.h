@@ -8,7 +8,11 @@
 namespace qmio::test {
 
 inline Outcome run_qmio(const Arguments& arguments) {
-    return run(host_program("qmio"), arguments);
+    Outcome outcome = run(host_program("qmio"), arguments);
+    // Lines end as the system has it; the tests read them without its carriage returns.
+    std::erase(outcome.output, '\r');
+    std::erase(outcome.error_text, '\r');
+    return outcome;
 }
 
 inline std::string made(const std::string& name) {

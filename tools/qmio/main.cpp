@@ -20,6 +20,7 @@ void add_verbs(CLI::App& app) {
 
 int run(std::vector<std::string> arguments) {
     CLI::App app("Reads media files by frame number.", "qmio");
+    app.allow_windows_style_options(false);  // a path may begin with a slash, on Windows too
     app.require_subcommand(1);
     app.failure_message(CLI::FailureMessage::help);
     add_verbs(app);

@@ -15,4 +15,8 @@ void keep_loaded(const void* address) {
         ::dlclose(handle);
 }
 
+Function function_of_library(const void*, const char*, Function stub) {
+    return stub;
+}
+
 }  // namespace qmio::platform

@@ -26,6 +26,8 @@ class Converter {
     // Converts up to the end or to what cannot be converted, and leaves `text` there. In a code page with shift states
     // the result ends in the first state.
     void advance(std::string_view& text, std::string& result) {
+        if (!known())
+            return;
         char* input = const_cast<char*>(text.data());  // iconv's prototype; it does not write there
         std::size_t left = text.size();
         while (left > 0 && step(&input, &left, result)) {
@@ -64,13 +66,36 @@ bool is_utf8(uint32_t code_page) {
     return code_page == kCodePageAnsi || code_page == kCodePageUtf8;
 }
 
+// What the world calls the code pages whose numbers iconv does not know; empty for the others.
+std::string usual_name(uint32_t code_page) {
+    constexpr uint32_t iso_8859 = 28590;
+    if (code_page > iso_8859 && code_page <= iso_8859 + 16)
+        return "ISO-8859-" + std::to_string(code_page - iso_8859);
+    switch (code_page) {
+        case 20127:
+            return "ASCII";
+        case 20866:
+            return "KOI8-R";
+        case 21866:
+            return "KOI8-U";
+        case 51932:
+            return "EUC-JP";
+        case 51949:
+            return "EUC-KR";
+        case 54936:
+            return "GB18030";
+        default:
+            return {};
+    }
+}
+
 // The name that iconv knows the code page by; UTF-8 when it knows none.
 std::string encoding_name(uint32_t code_page) {
     if (is_utf8(code_page))
         return kUtf8;
-    for (const char* prefix : {"CP", "WINDOWS-"}) {
-        std::string name = prefix + std::to_string(code_page);
-        if (Converter(kWide, name.c_str()).known() && Converter(name.c_str(), kWide).known())
+    for (const std::string& name :
+         {usual_name(code_page), "CP" + std::to_string(code_page), "WINDOWS-" + std::to_string(code_page)}) {
+        if (!name.empty() && Converter(kWide, name.c_str()).known() && Converter(name.c_str(), kWide).known())
             return name;
     }
     return kUtf8;

@@ -20,4 +20,10 @@ void keep_loaded(const void* address) {
         module_of(address, GET_MODULE_HANDLE_EX_FLAG_PIN);
 }
 
+Function function_of_library(const void* address, const char* name, Function stub) {
+    const HMODULE module = module_of(address, GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT);
+    const FARPROC function = module != nullptr ? ::GetProcAddress(module, name) : nullptr;
+    return function != nullptr ? reinterpret_cast<Function>(function) : stub;
+}
+
 }  // namespace qmio::platform
