@@ -303,6 +303,124 @@ QMIO_API int64_t qmio_seek_ts(MediaHandle* h, int64_t ts, int kind);
  */
 QMIO_API int qmio_set_dst_fmt(MediaHandle* h, int pix_fmt);
 
+/* ---- Audio ------------------------------------------------------------------------------------------------------ */
+
+/*
+ * The audio streams of a source are its tracks, numbered from 0 in the container's order, at most 16 of them. A track
+ * is chosen first (track 0 is at first), then a form of sound, then packets are decoded into it:
+ *
+ *     qmio_set_track(h, 0);
+ *     qmio_set_dst_audio(h, 2, 48000, 16);
+ *     while ((kind = qmio_get_frame(h)) >= 0) {
+ *         while (kind == QMIO_PACKET_AUDIO && (bytes = qmio_audio_frame(h, buffer)) > 0)
+ *             use(buffer, bytes);
+ *         qmio_release_frame(h);
+ *     }
+ *
+ * Three numbers name a channel. A stream is an index of the container. A flat channel (ffch) counts through all
+ * tracks: the channels of track 0 first, then those of track 1. A track channel (trch) is track x 65536 + channel
+ * within the track.
+ */
+
+/*
+ * Chooses the track that is read, or all of them with a negative number. The form that is delivered becomes the track's
+ * own (for all tracks: the rate and format of track 0). Follow it with qmio_set_dst_audio, which alone makes what
+ * converts. Returns `track`; 0 for a null handle and a number at or above the number of tracks, which for track 0
+ * cannot be told from success.
+ */
+QMIO_API int qmio_set_track(MediaHandle* h, int track);
+
+/*
+ * Lets channel `ffch` of the source feed channel `user_channel` (0 to 63) of what is delivered in a packed format from
+ * one track; a negative `ffch` gives silence. Other user channels are left alone. qmio_set_dst_audio maps every channel
+ * to itself again. Always 0.
+ */
+QMIO_API int qmio_map_audio(MediaHandle* h, int user_channel, int ffch);
+
+/*
+ * Channel counts: of what is delivered, of a track, of the track that a stream is (through qmio_stream2trch). A
+ * negative track or stream means what is delivered. 0 for a null handle and for a track that there cannot be.
+ */
+QMIO_API int qmio_user_chans(MediaHandle* h);
+QMIO_API int qmio_track_chans(MediaHandle* h, int track);
+QMIO_API int qmio_stream_chans(MediaHandle* h, int stream);
+
+/*
+ * From one name of a channel to another. A flat channel behind the last one gives a track channel with track 16.
+ * qmio_stream2ffch and qmio_ffch2stream take the number of the track for the flat channel, which is the same as long as
+ * every track before it is mono; the two stream and track channel forms go through them. -1 for what is not there and
+ * for a null handle (qmio_stream2trch: 0x0000FFFF; qmio_ffch2trch and qmio_trch2ffch: 0).
+ */
+QMIO_API int qmio_ffch2trch(MediaHandle* h, int ffch);
+QMIO_API int qmio_trch2ffch(MediaHandle* h, int trch);
+QMIO_API int qmio_stream2ffch(MediaHandle* h, int stream);
+QMIO_API int qmio_ffch2stream(MediaHandle* h, int ffch);
+QMIO_API int qmio_stream2trch(MediaHandle* h, int stream);
+QMIO_API int qmio_trch2stream(MediaHandle* h, int trch);
+
+/*
+ * Put one track's interleaved samples into interleaved frames of qmio_user_chans channels, both in the delivered
+ * format. Called for one track after the other on the same `dst` they assemble the whole frames.
+ *
+ * qmio_audio_remap goes by the channel map: channels fed by this track are written, channels fed by another are left as
+ * they are, channels without a source become zero bytes (also in unsigned 8-bit, where that is not silence).
+ * qmio_remap_audio puts all channels of the track where the track's flat channels are. A track that reaches past the
+ * last user channel is not cut: `dst` needs room for it behind the last frame.
+ *
+ * samples   frames to copy; below 1 nothing is done.
+ * track     0 to 15
+ * Returns `samples`; 0 for a null handle or buffer, a track that there cannot be, and (the second) a track that begins
+ * at or behind the last user channel.
+ */
+QMIO_API int qmio_audio_remap(MediaHandle* h, void* dst, const void* src, int samples, int track);
+QMIO_API int qmio_remap_audio(MediaHandle* h, void* dst, const void* src, int samples, int track);
+
+/*
+ * Chooses the form in which sound is delivered from the chosen track, or in a writer the form that qmio_resample_track
+ * takes; maps every channel to itself.
+ *
+ * chans      channels; each count stands for its usual speakers. Tracks that are read all together keep their own.
+ * rate       Hz
+ * fmt_code   bits per sample: 8 (unsigned), 16, 32, 64 (floating), 128 (64-bit integers), 0 for float; negative, or -1
+ *            for float, for planes. All tracks together are always delivered packed. With any other number, nothing is
+ *            delivered.
+ * Where the source has this form already the samples are delivered as they were decoded. Where libswresample cannot
+ * convert to it (a channel count without usual speakers, a rate below 1) they are, too, each in the first bytes of its
+ * place.
+ * Returns 1, or 0 for a null handle and a source without audio that can be decoded.
+ */
+QMIO_API int qmio_set_dst_audio(MediaHandle* h, int chans, int rate, int fmt_code);
+
+/*
+ * Decodes one packet of sound, `pkt` or (qmio_audio_frame) the audio packet that qmio_get_frame read last and that is
+ * not released yet, and delivers one decoded frame of it. While more frames of the packet wait its size stays above 0:
+ * call again with it until the result is 0.
+ *
+ * buf   receives the samples. Packed: channel after channel, frame after frame. Planar: one plane after the other,
+ *       without gaps. How long a frame is decides its codec: 1,024 to 4,608 samples are usual, lossless codecs go to
+ *       65,536 and a little more; room for two seconds holds the frames of all common ones.
+ * pkt   its data and size advance as they are used; it stays the caller's. Packets of a track that is not chosen are
+ *       delivered, too.
+ * A channel of a packed format that the map feeds from a channel which the source does not have gets the source's
+ * first; one without source becomes silent. Planes are not mapped.
+ * Returns the bytes written; 0 when the packet gave nothing (more), is damaged, is no audio, or anything is null.
+ */
+QMIO_API int qmio_audio_frame(MediaHandle* h, void* buf);
+QMIO_API int qmio_audio_pkt(MediaHandle* h, void* buf, AVPacket* pkt);
+
+/*
+ * For writing: converts sound in the form of qmio_set_dst_audio into the form in which `track` of the file takes it.
+ *
+ * dst   has room for the converted samples: as many as `src` has, times the ratio of the rates, and 256 more; or, when
+ *       nothing has to be converted, for `src_bytes`, which are then copied as they are.
+ * Planes follow one another without gaps on both sides. Returns the bytes written; 0 on a conversion error, for null,
+ * for a track that there is not, and in a reader whose sound is converted.
+ */
+QMIO_API int qmio_resample_track(MediaHandle* h, int track, void* dst, const void* src, int src_bytes);
+
+/* Bytes of one sample of one channel in the delivered format; 0 for an unknown format and a null handle. */
+QMIO_API int qmio_sample_size(MediaHandle* h);
+
 /* ---- Closing ---------------------------------------------------------------------------------------------------- */
 
 /* Ends a handle of any kind and frees all that it holds. Returns 0. Null does nothing. */

@@ -44,8 +44,7 @@ bool find_track_decoder(MediaHandle& handle, std::size_t track) {
 bool prepare_buffers(AudioState& audio, std::size_t track) {
     if (audio.audio_frame == nullptr)
         audio.audio_frame.reset(av_frame_alloc());
-    audio.track_buf[track].reset(static_cast<uint8_t*>(av_malloc(kTrackBufferSize)));
-    return audio.audio_frame != nullptr && audio.track_buf[track] != nullptr;
+    return audio.audio_frame != nullptr && audio.track_buf[track].at_least(kTrackBufferSize) != nullptr;
 }
 
 bool open_track(MediaHandle& handle, std::size_t track) {
@@ -60,6 +59,8 @@ bool open_track(MediaHandle& handle, std::size_t track) {
     audio.track_chans[track] = codec.ch_layout.nb_channels;
     audio.track_rate[track] = codec.sample_rate;
     audio.track_fmt[track] = codec.sample_fmt;
+    audio.track_form[track] = ffmpeg::form_of(codec);
+    audio.track_frames[track].attach(&codec);
     return prepare_buffers(audio, track);
 }
 

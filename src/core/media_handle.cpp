@@ -60,9 +60,8 @@ void flush_video_decoder(MediaHandle& handle) {
 
 void flush_audio_decoders(MediaHandle& handle) {
     for (int track = 0; track < handle.audio.track_count; ++track) {
-        AVCodecContext* codec = handle.audio.track_codec[static_cast<std::size_t>(track)];
-        if (codec != nullptr && avcodec_is_open(codec) != 0)
-            avcodec_flush_buffers(codec);
+        handle.audio.track_frames[static_cast<std::size_t>(track)].flush();
+        handle.audio.track_rest[static_cast<std::size_t>(track)] = {};
     }
 }
 

@@ -11,6 +11,7 @@
 
 #include "ffmpeg/decoder.h"
 #include "ffmpeg/owners.h"
+#include "ffmpeg/resampler.h"
 #include "ffmpeg/stream_clock.h"
 #include "platform/shared_mapping.h"
 #include "qmlib/input_source.h"
@@ -89,6 +90,12 @@ struct ReaderState {
     ffmpeg::StreamClock clock;  // first and last dts of every stream
 };
 
+// What was left of a packet of which a decoder still holds frames.
+struct PacketRest {
+    const uint8_t* data = nullptr;
+    int size = 0;
+};
+
 struct AudioState {
     AudioState() { track_stream.fill(-1); }
 
@@ -103,13 +110,21 @@ struct AudioState {
     std::array<int32_t, kMaxTracks> track_chans{};
     ffmpeg::FramePtr audio_frame;
     std::array<AVStream*, kMaxTracks> track_av_stream{};  // owned by format_ctx
-    std::array<ffmpeg::BlockPtr, kMaxTracks> track_buf;   // kTrackBufferSize bytes each
+    std::array<ffmpeg::Block, kMaxTracks> track_buf;      // kTrackBufferSize bytes each, more after a longer frame
     std::array<int32_t, kMaxUserChannels> chan_map{};
     int32_t user_rate = 0;
     int32_t user_fmt = 0;
     int32_t user_chans = 0;
     int32_t fill_silence = 0;
     int32_t cur_track = 0;  // negative: all tracks
+    int32_t need_resample = 0;
+    ffmpeg::Resampler swr;
+    std::array<ffmpeg::Resampler, kMaxTracks> track_swr;
+    std::array<ffmpeg::Resampler, kMaxTracks> track_own_swr;  // for frames that neither of those can read
+    std::array<ffmpeg::SoundForm, kMaxTracks> track_form;     // what each decoder gave when the host last chose
+    std::array<ffmpeg::Decoder, kMaxTracks> track_frames;     // one packet in, one frame out, over track_codec
+    std::array<PacketRest, kMaxTracks> track_rest;
+    int32_t audio_time_ms = 0;
 };
 
 // What the option string asks of a new file.

@@ -18,6 +18,9 @@ class Decoder {
     // there was one. Returns the bytes used, always the whole packet, or a negative FFmpeg error.
     int decode(AVFrame* frame, int* got, const AVPacket* packet);
 
+    // True while frames of packets that were fed are waiting.
+    bool has_kept() const { return !kept_.empty(); }
+
     // Moves the oldest picture that can come out without new input into `frame`; false when there is none.
     bool take_kept(AVFrame* frame);
 

@@ -12,6 +12,7 @@ struct Deleter {
     void operator()(AVFrame* frame) const { av_frame_free(&frame); }
     void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
     void operator()(SwsContext* context) const { sws_freeContext(context); }
+    void operator()(SwrContext* context) const { swr_free(&context); }
     // A demuxer is closed, a muxer only freed: its output is closed before, by who opened it.
     void operator()(AVFormatContext* context) const {
         if (context->iformat != nullptr)
@@ -43,7 +44,26 @@ using CodecContextPtr = std::unique_ptr<AVCodecContext, Deleter>;
 using FormatContextPtr = std::unique_ptr<AVFormatContext, Deleter>;
 using CustomIoPtr = std::unique_ptr<AVIOContext, Deleter>;
 using ScalerPtr = std::unique_ptr<SwsContext, Deleter>;
+using ResamplerPtr = std::unique_ptr<SwrContext, Deleter>;
 using BlockPtr = std::unique_ptr<uint8_t, BlockDeleter>;
+
+// A block that only ever grows, with what it held forgotten.
+class Block {
+  public:
+    // Null when memory is short.
+    uint8_t* at_least(std::size_t size) {
+        if (size_ < size) {
+            bytes_.reset(static_cast<uint8_t*>(av_malloc(size)));
+            size_ = bytes_ != nullptr ? size : 0;
+        }
+        return bytes_.get();
+    }
+    std::size_t size() const { return size_; }
+
+  private:
+    BlockPtr bytes_;
+    std::size_t size_ = 0;
+};
 
 // An option or metadata dictionary; FFmpeg's functions take its address and may replace or empty it.
 class Dictionary {

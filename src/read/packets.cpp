@@ -47,6 +47,12 @@ void copy_record(AVPacket& target, const AVPacket& source) {
     target = source;
 }
 
+// The bytes go with the packet; the copy still tells which stream was read last.
+void forget_data(AVPacket& copy) {
+    copy.data = nullptr;
+    copy.size = 0;
+}
+
 }  // namespace
 
 bool read_packet(MediaHandle& handle) {
@@ -87,6 +93,7 @@ int get_frame(MediaHandle& handle) {
 }
 
 int release_frame(MediaHandle& handle) {
+    forget_data(*handle.audio.audio_packet);
     av_packet_unref(handle.reader.packet.get());
     handle.reader.overread.clear();
     return 0;

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "audio/sample_formats.h"
 #include "core/creation_keys.h"
 #include "core/option_string.h"
 #include "core/trace.h"
@@ -114,7 +115,7 @@ bool begins_a_number(const char* text) {
 void set_sample_format(Pass& pass, const Token& token) {
     const bool is_number = begins_a_number(token.value);
     const int32_t code = is_number ? read_integer(token.value) : 0;
-    const AVSampleFormat format = is_number ? sample_format_from_code(code) : av_get_sample_fmt(token.value);
+    const AVSampleFormat format = is_number ? audio::sample_format_from_code(code) : av_get_sample_fmt(token.value);
     pass.of_track(pass.state.sample_fmt) = format;
     trace_option(L"\t%S=%S audio sample src %d, dst %d\n", token, code, static_cast<int>(format));
 }
@@ -179,22 +180,6 @@ void read_creation_options(WriterState& state, const char* options) {
     if (state.pix_fmt != AV_PIX_FMT_NONE && state.width > 0 && state.height > 0)
         state.picture_size = av_image_get_buffer_size(state.pix_fmt, state.width, state.height, 16);
     state.audio_track_count = std::min(pass.track + 1, kMaxTracks);
-}
-
-AVSampleFormat sample_format_from_code(int32_t code) {
-    struct Row {
-        int32_t code;
-        AVSampleFormat format;
-    };
-    static constexpr Row rows[] = {
-        {8, AV_SAMPLE_FMT_U8},     {16, AV_SAMPLE_FMT_S16},  {32, AV_SAMPLE_FMT_S32},   {0, AV_SAMPLE_FMT_FLT},
-        {64, AV_SAMPLE_FMT_DBL},   {128, AV_SAMPLE_FMT_S64}, {-8, AV_SAMPLE_FMT_U8P},   {-16, AV_SAMPLE_FMT_S16P},
-        {-32, AV_SAMPLE_FMT_S32P}, {-1, AV_SAMPLE_FMT_FLTP}, {-64, AV_SAMPLE_FMT_DBLP}, {-128, AV_SAMPLE_FMT_S64P},
-    };
-    for (const Row& row : rows)
-        if (row.code == code)
-            return row.format;
-    return AV_SAMPLE_FMT_NONE;
 }
 
 }  // namespace qmio

@@ -13,8 +13,4 @@ namespace qmio {
 // kMaxTracks-th with their parameters, are ignored.
 void read_creation_options(WriterState& state, const char* options);
 
-// The sample format that an interface code (bits per sample, negative when planar, 0 and -1 for float) stands for;
-// AV_SAMPLE_FMT_NONE for any other number.
-AVSampleFormat sample_format_from_code(int32_t code);
-
 }  // namespace qmio

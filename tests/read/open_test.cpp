@@ -78,7 +78,7 @@ TEST(Open, PreparesEveryAudioTrack) {
         EXPECT_EQ(audio.track_rate[track], 44100);
         EXPECT_EQ(audio.track_chans[track], 1);
         EXPECT_EQ(audio.track_fmt[track], audio.track_codec[track]->sample_fmt);
-        EXPECT_NE(audio.track_buf[track], nullptr);
+        EXPECT_EQ(audio.track_buf[track].size(), 192000U);
         EXPECT_NE(audio.track_av_stream[track], nullptr);
     }
     EXPECT_NE(audio.audio_frame, nullptr);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "audio/sample_formats.h"
 #include "support/trace_lines.h"
 
 namespace qmio {
@@ -165,9 +166,9 @@ TEST(CreationOptions, EverySampleFormatHasItsNumber) {
                                                      {64, "dbl"},   {128, "s64"}, {-8, "u8p"},   {-16, "s16p"},
                                                      {-32, "s32p"}, {-1, "fltp"}, {-64, "dblp"}, {-128, "s64p"}};
     for (const auto& [code, name] : codes)
-        EXPECT_STREQ(av_get_sample_fmt_name(sample_format_from_code(code)), name) << code;
+        EXPECT_STREQ(av_get_sample_fmt_name(audio::sample_format_from_code(code)), name) << code;
     for (const int32_t code : {1, 7, -2, 24, 127, 129, std::numeric_limits<int32_t>::max()})
-        EXPECT_EQ(sample_format_from_code(code), AV_SAMPLE_FMT_NONE) << code;
+        EXPECT_EQ(audio::sample_format_from_code(code), AV_SAMPLE_FMT_NONE) << code;
 }
 
 TEST(CreationOptions, ShortTagIsFilledWithSpaces) {

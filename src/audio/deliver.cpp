@@ -1,0 +1,177 @@
+#include "audio/deliver.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "audio/channels.h"
+#include "audio/copy_samples.h"
+#include "audio/planes.h"
+#include "audio/sample_formats.h"
+#include "core/trace.h"
+
+namespace qmio::audio {
+
+namespace {
+
+constexpr const wchar_t* kTag = L"qmio_audio_pkt";
+
+// Samples wherever they lie, decoded or resampled.
+struct Samples {
+    const uint8_t* const* planes;
+    bool planar;
+    int32_t channels;
+    std::size_t bytes;  // of one sample
+    std::size_t count;  // per channel
+
+    SourceChannel channel(int32_t index) const {
+        const std::size_t place = static_cast<std::size_t>(index);
+        if (planar)
+            return {planes[place], bytes};
+        return {planes[0] + place * bytes, bytes * static_cast<std::size_t>(channels)};
+    }
+};
+
+Samples samples_of(const uint8_t* const* planes, const ffmpeg::SoundForm& form, int count) {
+    return {planes, av_sample_fmt_is_planar(form.format) != 0, form.channels,
+            static_cast<std::size_t>(sample_bytes(form.format)), static_cast<std::size_t>(std::max(count, 0))};
+}
+
+// The host's side of one delivery.
+struct Delivery {
+    uint8_t* buffer;
+    int32_t channels;
+    std::size_t bytes;  // of one sample
+    int32_t file_channels;
+};
+
+// ---- resampling ----
+
+// The one built for the host's choice reads frames of the form that it was built for. A stream whose form changes on
+// its way, and a packet of a track that was not selected, gets one of its own.
+ffmpeg::Resampler* resampler_for(AudioState& audio, std::size_t track, const ffmpeg::SoundForm& form) {
+    ffmpeg::Resampler& usual = audio.cur_track < 0 ? audio.track_swr[track] : audio.swr;
+    if (form == audio.track_form[track] && (!usual || usual.reads(form)))
+        return usual ? &usual : nullptr;
+    const ffmpeg::SoundForm target{delivered_channels(audio, track), static_cast<AVSampleFormat>(audio.user_fmt),
+                                   audio.user_rate};
+    ffmpeg::Resampler& own = audio.track_own_swr[track];
+    if (!own || own.from() != form || own.to() != target) {
+        own.prepare(form, target);
+        own.init();
+    }
+    return own ? &own : nullptr;
+}
+
+// Converts the frame into the track's buffer and points `samples` there. False after a conversion error.
+bool resample(AudioState& audio, std::size_t track, ffmpeg::Resampler& resampler, Planes& planes, Samples& samples) {
+    const int count = static_cast<int>(samples.count);
+    const int capacity = resampler.expected(count, audio.track_codec[track]->sample_rate);
+    uint8_t* const block = audio.track_buf[track].at_least(block_size(resampler.to(), capacity));
+    if (block == nullptr)
+        return false;
+    planes = planes_in(block, resampler.to(), capacity);
+    trace(TraceSwitch::audio, kTag, L"resample %d samples -> %d samples\n", count, capacity);
+    const int converted = resampler.convert(planes.data(), capacity, samples.planes, count);
+    if (converted < 0) {
+        report(kTag, L"swr_convert error\n");
+        return false;
+    }
+    trace(TraceSwitch::audio, kTag, L"swr_convert %d samples\n", converted);
+    samples = samples_of(planes.data(), resampler.to(), converted);
+    return true;
+}
+
+// ---- into the host's buffer ----
+
+// A sample of another size than the host's comes only from sound that could not be converted: what fits is copied.
+void copy_unconverted(TargetChannel target, SourceChannel source, std::size_t bytes, const Samples& samples) {
+    fill_channel(target, 0, bytes, samples.count);
+    copy_channel(target, source, samples.bytes, samples.count);
+}
+
+void copy_or_fill(TargetChannel target, const Delivery& delivery, const Samples& samples, int32_t source) {
+    if (source >= samples.channels)
+        fill_channel(target, silence_byte(static_cast<int>(delivery.bytes)), delivery.bytes, samples.count);
+    else if (samples.bytes < delivery.bytes)
+        copy_unconverted(target, samples.channel(source), delivery.bytes, samples);
+    else
+        copy_channel(target, samples.channel(source), delivery.bytes, samples.count);
+}
+
+// The map is not asked: planes come in the order of the file.
+void deliver_planes(const Delivery& delivery, const Samples& samples) {
+    const std::size_t plane = delivery.bytes * samples.count;
+    for (int32_t channel = 0; channel < delivery.channels; ++channel)
+        copy_or_fill({delivery.buffer + plane * static_cast<std::size_t>(channel), delivery.bytes}, delivery, samples,
+                     channel);
+}
+
+// Which of the samples' channels goes to a channel of the host; negative: none.
+int32_t source_of(const AudioState& audio, const Delivery& delivery, const Samples& samples, int32_t channel) {
+    const int32_t mapped = audio.cur_track >= 0 ? mapped_channel(audio, channel) : channel;
+    // Deliberately the first channel for all that the file does not have, also where resampling made more of them.
+    return mapped >= std::min(delivery.file_channels, samples.channels) ? 0 : mapped;
+}
+
+void deliver_interleaved(const AudioState& audio, const Delivery& delivery, const Samples& samples) {
+    const std::size_t stride = delivery.bytes * static_cast<std::size_t>(delivery.channels);
+    for (int32_t channel = 0; channel < delivery.channels; ++channel) {
+        const TargetChannel target{delivery.buffer + delivery.bytes * static_cast<std::size_t>(channel), stride};
+        const int32_t source = source_of(audio, delivery, samples, channel);
+        if (source >= 0)
+            copy_or_fill(target, delivery, samples, source);
+        else if (audio.fill_silence != 0)
+            fill_channel(target, silence_byte(static_cast<int>(delivery.bytes)), delivery.bytes, samples.count);
+    }
+}
+
+bool is_plain_copy(const AudioState& audio, const Delivery& delivery, const Samples& samples) {
+    if (samples.planar || samples.bytes != delivery.bytes || samples.channels != delivery.channels)
+        return false;
+    for (int32_t channel = 0; channel < delivery.channels; ++channel)
+        if (source_of(audio, delivery, samples, channel) != channel)
+            return false;
+    return true;
+}
+
+int32_t deliver_samples(const AudioState& audio, const Delivery& delivery, const Samples& samples) {
+    const std::size_t size = delivery.bytes * samples.count * static_cast<std::size_t>(std::max(delivery.channels, 0));
+    if (size == 0 || samples.bytes == 0 || size > std::numeric_limits<int32_t>::max())
+        return 0;
+    if (av_sample_fmt_is_planar(static_cast<AVSampleFormat>(audio.user_fmt)) != 0)
+        deliver_planes(delivery, samples);
+    else if (is_plain_copy(audio, delivery, samples))
+        std::memcpy(delivery.buffer, samples.planes[0], size);
+    else
+        deliver_interleaved(audio, delivery, samples);
+    return static_cast<int32_t>(size);
+}
+
+}  // namespace
+
+int32_t delivered_channels(const AudioState& audio, std::size_t track) {
+    return audio.cur_track < 0 ? audio.track_form[track].channels : audio.user_chans;
+}
+
+std::optional<int32_t> deliver_frame(MediaHandle& handle, std::size_t track, uint8_t* buffer) {
+    AudioState& audio = handle.audio;
+    const AVFrame& frame = *audio.audio_frame;
+    const ffmpeg::SoundForm form = ffmpeg::form_of(frame);
+    Planes planes;
+    Samples samples = samples_of(frame.extended_data, form, frame.nb_samples);
+    ffmpeg::Resampler* const resampler = resampler_for(audio, track, form);
+    if (resampler != nullptr && !resample(audio, track, *resampler, planes, samples))
+        return std::nullopt;
+    const Delivery delivery{buffer, delivered_channels(audio, track),
+                            static_cast<std::size_t>(sample_bytes(audio.user_fmt)), form.channels};
+    return deliver_samples(audio, delivery, samples);
+}
+
+std::wstring map_text(const AudioState& audio, int32_t channels) {
+    std::wstring text = L"mapping ";
+    for (int32_t channel = 0; channel < std::min<int32_t>(channels, kMaxUserChannels); ++channel)
+        text += std::to_wstring(mapped_channel(audio, channel)) + L' ';
+    return text + L'\n';
+}
+
+}  // namespace qmio::audio

@@ -1,0 +1,86 @@
+// One track's samples scattered into the host's frames, by the channel map or at the track's flat place. Both sides are
+// interleaved.
+#include <algorithm>
+
+#include "audio/channels.h"
+#include "audio/copy_samples.h"
+#include "audio/sample_formats.h"
+#include "core/entry.h"
+#include "qmio.h"
+
+namespace qmio::audio {
+namespace {
+
+// What both routines know of a track's samples and the host's.
+struct Scatter {
+    std::size_t bytes;  // of one sample
+    std::size_t source_frame;
+    std::size_t target_frame;
+    std::size_t count;
+};
+
+Scatter scatter_of(const AudioState& audio, int32_t track, int32_t samples) {
+    const std::size_t bytes = static_cast<std::size_t>(sample_bytes(audio.user_fmt));
+    return {bytes, bytes * static_cast<std::size_t>(std::max(audio.track_chans[static_cast<std::size_t>(track)], 0)),
+            bytes * static_cast<std::size_t>(std::max(audio.user_chans, 0)), static_cast<std::size_t>(samples)};
+}
+
+int32_t scatter_by_map(const AudioState& audio, uint8_t* target, const uint8_t* source, int32_t samples,
+                       int32_t track) {
+    const Scatter scatter = scatter_of(audio, track, samples);
+    for (int32_t channel = 0; channel < audio.user_chans; ++channel) {
+        const TargetChannel to{target + scatter.bytes * static_cast<std::size_t>(channel), scatter.target_frame};
+        const int32_t feeding = mapped_channel(audio, channel);
+        if (feeding < 0) {
+            // Zeros for 8-bit samples, too; delivery fills those with their middle, deliberately not here.
+            fill_channel(to, 0, scatter.bytes, scatter.count);
+            continue;
+        }
+        const int32_t place = to_track_channel(audio, feeding);
+        if (track_of(place) == track)
+            copy_channel(to,
+                         {source + scatter.bytes * static_cast<std::size_t>(channel_of(place)), scatter.source_frame},
+                         scatter.bytes, scatter.count);
+    }
+    return samples;
+}
+
+int32_t scatter_at_flat_place(const AudioState& audio, uint8_t* target, const uint8_t* source, int32_t samples,
+                              int32_t track) {
+    const int32_t first = to_file_channel(audio, track_channel(track, 0));
+    if (first >= audio.user_chans)
+        return 0;
+    if (samples < 1)
+        return samples;
+    // A track that reaches past the host's last channel is deliberately not clipped.
+    const Scatter scatter = scatter_of(audio, track, samples);
+    target += scatter.bytes * static_cast<std::size_t>(first);
+    for (std::size_t index = 0; index < scatter.count; ++index)
+        std::memcpy(target + index * scatter.target_frame, source + index * scatter.source_frame, scatter.source_frame);
+    return samples;
+}
+
+}  // namespace
+}  // namespace qmio::audio
+
+using namespace qmio;
+
+int qmio_audio_remap(MediaHandle* h, void* dst, const void* src, int samples, int track) {
+    return with_handle(h, 0, 0, [&](MediaHandle& handle) {
+        if (samples < 1)
+            return samples;
+        if (dst == nullptr || src == nullptr || !audio::is_track(track))
+            return 0;
+        return audio::scatter_by_map(handle.audio, static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src),
+                                     samples, track);
+    });
+}
+
+int qmio_remap_audio(MediaHandle* h, void* dst, const void* src, int samples, int track) {
+    return with_handle(h, 0, 0, [&](MediaHandle& handle) {
+        if (!audio::is_track(track) || (samples > 0 && (dst == nullptr || src == nullptr)))
+            return 0;
+        return audio::scatter_at_flat_place(handle.audio, static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src),
+                                            samples, track);
+    });
+}

@@ -1,0 +1,20 @@
+// Sample formats by the small numbers that hosts use.
+#pragma once
+
+#include <cstdint>
+
+#include "ffmpeg/ffmpeg.h"
+
+namespace qmio::audio {
+
+// The sample format that an interface code (bits per sample, negative when planar, 0 and -1 for float) stands for;
+// AV_SAMPLE_FMT_NONE for any other number.
+AVSampleFormat sample_format_from_code(int32_t code);
+
+// 0 for a format that is none.
+int sample_bytes(int32_t format);
+
+// What one sample of silence is made of: the middle of unsigned 8-bit, zeros otherwise.
+uint8_t silence_byte(int bytes_per_sample);
+
+}  // namespace qmio::audio
