@@ -121,6 +121,17 @@ typedef struct qmio_planes {
     int32_t linesize[8];
 } qmio_planes;
 
+/* Times of a packet, in units of its stream's time base; an unknown timestamp is the smallest 64-bit integer. */
+typedef struct pkt_time_info {
+    int64_t pts;        /* when it is shown */
+    int64_t dts;        /* when it is decoded */
+    int64_t start_time; /* of the stream; 0 when unknown */
+    int64_t duration;   /* 0 when unknown */
+    int32_t time_base_num, time_base_den;
+    int32_t frame_rate_num, frame_rate_den; /* as FFmpeg guesses it; 0 for sound */
+    int64_t reserved[3];
+} pkt_time_info;
+
 /* ---- Memory, errors, small queries ------------------------------------------------------------------------------ */
 
 /*
@@ -244,8 +255,7 @@ QMIO_API int imio_get_buf(MediaHandle* h, imio_picture* pic);
 /*
  * Reads one packet of any stream. Returns QMIO_PACKET_VIDEO, QMIO_PACKET_AUDIO for a selected audio track,
  * QMIO_PACKET_OTHER for anything else, -1 at the end of the input and on errors. The handle holds the packet until
- * qmio_release_frame, which returns 0; call it before reading the next one. Reading on without it keeps the packets
- * read over in memory until the next release or the close.
+ * qmio_release_frame, which returns 0, or until it reads the next one.
  */
 QMIO_API int qmio_get_frame(MediaHandle* h);
 QMIO_API int qmio_release_frame(MediaHandle* h);
@@ -420,6 +430,69 @@ QMIO_API int qmio_resample_track(MediaHandle* h, int track, void* dst, const voi
 
 /* Bytes of one sample of one channel in the delivered format; 0 for an unknown format and a null handle. */
 QMIO_API int qmio_sample_size(MediaHandle* h);
+
+/* ---- Packets ---------------------------------------------------------------------------------------------------- */
+
+/*
+ * Packet records let a host work below the decoders: keep what qmio_get_frame read, decode it later, classify it, time
+ * it. A host treats a record as opaque, makes it with qmio_pkt_alloc and ends it with qmio_pkt_free.
+ *
+ * One rule of ownership: a copy borrows. copy, get, put, save and restore copy the record, never the bytes, and a host
+ * counts on those only as long as the packet that they came from lives; qmio_pkt_clone and qmio_pkt_dup make a record
+ * own its bytes. Freeing and releasing end a record's hold on its bytes. Every record holds a share of its own,
+ * so these calls may come in any order, twice too: nothing is freed under another record, and nothing leaks. A record
+ * that is written over gives up what it held. Nobody writes to a packet's bytes.
+ *
+ * Records belong to the thread that uses them; those of a handle to the handle's.
+ */
+
+/* A new record of zeros, or null when memory is short. */
+QMIO_API AVPacket* qmio_pkt_alloc(void);
+
+/* Ends the record and its hold on the bytes. Returns 0. Null does nothing. */
+QMIO_API int qmio_pkt_free(AVPacket* p);
+
+/* Ends the record's hold on the bytes and makes the record zeros again. Returns 0, for null too. */
+QMIO_API int qmio_pkt_release(AVPacket* p);
+
+/* Makes the record own its bytes. Returns 1, also when it did before; 0 for null and when memory is short. */
+QMIO_API int qmio_pkt_clone(AVPacket* p);
+
+/* Copies a record. Returns `dst`; null when either is null or memory is short. */
+QMIO_API AVPacket* qmio_pkt_copy(AVPacket* dst, const AVPacket* src);
+
+/*
+ * The packet read last: copied into `dst`, by qmio_pkt_dup owned by it. Returns `dst`; null when either is null or
+ * memory is short, qmio_pkt_dup also for a cancelled handle.
+ */
+QMIO_API AVPacket* qmio_pkt_get(MediaHandle* h, AVPacket* dst);
+QMIO_API AVPacket* qmio_pkt_dup(MediaHandle* h, AVPacket* dst);
+
+/*
+ * Makes `src` the packet that the handle's qmio_video_frame and qmio_audio_frame decode. Decoding sound uses up the
+ * handle's copy for it; qmio_pkt_get still gives the packet whole. Returns 1, or 0 when either is null.
+ */
+QMIO_API int qmio_pkt_put(MediaHandle* h, const AVPacket* src);
+
+/* Lays a packet aside in the handle, and copies it back from there. Return 1, or 0 when either is null. */
+QMIO_API int qmio_pkt_save(MediaHandle* h, const AVPacket* src);
+QMIO_API int qmio_pkt_restore(MediaHandle* h, AVPacket* dst);
+
+/* QMIO_PACKET_VIDEO or QMIO_PACKET_AUDIO by the packet's stream; QMIO_PACKET_OTHER for any other stream and for null.
+ */
+QMIO_API int qmio_pkt_type(MediaHandle* h, const AVPacket* p);
+
+/*
+ * Tells a packet's times. `info` may be null. Without a handle, and for a stream that it does not have, only what is
+ * in the packet itself is told. Returns the packet's size in bytes, 0 for a null packet.
+ */
+QMIO_API int qmio_pkt_time(MediaHandle* h, const AVPacket* p, pkt_time_info* info);
+
+/*
+ * Stamps a packet with the time of a frame number in the video stream's time base: frame 0 is time 0. Returns 1; 0 for
+ * null and for a handle without video.
+ */
+QMIO_API int qmio_pkt_ts(MediaHandle* h, AVPacket* p, int64_t frame);
 
 /* ---- Closing ---------------------------------------------------------------------------------------------------- */
 

@@ -22,9 +22,11 @@ MediaHandle* create_handle() {
     auto* handle = new (memory.get()) MediaHandle;
     memory.release();
     handle->reader.packet.reset(av_packet_alloc());
+    handle->reader.saved_pkt.reset(av_packet_alloc());
     handle->audio.audio_packet.reset(av_packet_alloc());
     std::iota(handle->audio.chan_map.begin(), handle->audio.chan_map.begin() + kMaxTracks, 0);
-    if (handle->reader.packet == nullptr || handle->audio.audio_packet == nullptr) {
+    if (handle->reader.packet == nullptr || handle->reader.saved_pkt == nullptr ||
+        handle->audio.audio_packet == nullptr) {
         destroy_handle(handle);
         return nullptr;
     }
@@ -45,6 +47,10 @@ bool set_file_name(MediaHandle& handle, const std::string& name) {
 
 AVIOInterruptCB interrupt_callback(MediaHandle& handle) {
     return {is_cancelled, &handle};
+}
+
+bool is_demuxing(const MediaHandle& handle) {
+    return handle.format_ctx != nullptr && handle.format_ctx->iformat != nullptr;
 }
 
 void release_container(MediaHandle& handle) {

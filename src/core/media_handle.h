@@ -68,8 +68,8 @@ struct ReaderState {
     int32_t want_frame = 0;   // number of the next frame to deliver
     int32_t have_frame = -1;  // number of the frame held in pFrame; -1: none
     int32_t read_result = 0;
-    ffmpeg::PacketPtr packet;                 // the packet read last
-    std::vector<ffmpeg::PacketPtr> overread;  // packets that a host read over without releasing them
+    ffmpeg::PacketPtr packet;     // the packet read last
+    ffmpeg::PacketPtr saved_pkt;  // laid aside by the host
     int32_t video_stream_index = -1;
     int32_t video_stream_count = 0;
     AVCodecContext* pCodecCtx = nullptr;  // the video stream's; owned by stream_codec
@@ -104,7 +104,7 @@ struct AudioState {
     std::array<AVCodecContext*, kMaxTracks> track_codec{};  // owned by stream_codec
     std::array<const AVCodec*, kMaxTracks> track_decoder{};
     int32_t audio_dur_ms = 0;
-    ffmpeg::BorrowedPacketPtr audio_packet;  // shares the data of the packet it was copied from
+    ffmpeg::PacketPtr audio_packet;  // the audio packet read last; advances as it is decoded
     std::array<int32_t, kMaxTracks> track_rate{};
     std::array<int32_t, kMaxTracks> track_fmt{};
     std::array<int32_t, kMaxTracks> track_chans{};
@@ -178,6 +178,9 @@ bool set_file_name(MediaHandle& handle, const std::string& name);
 
 // Makes FFmpeg's blocking I/O on this handle return once the handle is cancelled.
 AVIOInterruptCB interrupt_callback(MediaHandle& handle);
+
+// True while there is a container to read from: not before the open, after a cancel or in a writer.
+bool is_demuxing(const MediaHandle& handle);
 
 // Closes the container and forgets the streams that it owned.
 void release_container(MediaHandle& handle);

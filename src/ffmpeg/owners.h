@@ -27,18 +27,12 @@ struct Deleter {
     }
 };
 
-// A packet record that borrows another record's data: freeing it frees the record alone.
-struct RecordDeleter {
-    void operator()(AVPacket* packet) const { av_free(packet); }
-};
-
 // A block of FFmpeg's allocator.
 struct BlockDeleter {
     void operator()(void* block) const { av_free(block); }
 };
 
 using PacketPtr = std::unique_ptr<AVPacket, Deleter>;
-using BorrowedPacketPtr = std::unique_ptr<AVPacket, RecordDeleter>;
 using FramePtr = std::unique_ptr<AVFrame, Deleter>;
 using CodecContextPtr = std::unique_ptr<AVCodecContext, Deleter>;
 using FormatContextPtr = std::unique_ptr<AVFormatContext, Deleter>;

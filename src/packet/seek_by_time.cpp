@@ -21,7 +21,7 @@ int64_t timestamp_at(const MediaHandle& handle, const AVStream& stream, int64_t 
 }  // namespace
 
 int seek_by_time(MediaHandle& handle, int64_t time_us, int kind) {
-    if (handle.format_ctx == nullptr)
+    if (!is_demuxing(handle))
         return AVERROR(EBADF);
     const AVStream* stream = stream_of_kind(handle, kind);
     const int64_t timestamp = stream != nullptr ? timestamp_at(handle, *stream, time_us) : time_us;

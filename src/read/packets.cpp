@@ -2,6 +2,7 @@
 
 #include "core/entry.h"
 #include "core/trace.h"
+#include "ffmpeg/packet_copy.h"
 #include "qmio.h"
 
 using namespace qmio;
@@ -20,19 +21,6 @@ namespace {
 
 constexpr const wchar_t* kTag = L"qmio_get_frame";
 
-// A packet that the host reads over is not released, since it may hold a copy of its record: it waits for the next
-// release.
-bool set_aside_unreleased(ReaderState& reader) {
-    if (reader.packet->buf == nullptr)
-        return true;
-    ffmpeg::PacketPtr fresh(av_packet_alloc());
-    if (fresh == nullptr)
-        return false;
-    reader.overread.push_back(std::move(reader.packet));
-    reader.packet = std::move(fresh);
-    return true;
-}
-
 bool is_selected_audio(const AudioState& audio, int stream) {
     for (int track = 0; track < audio.track_count; ++track) {
         const bool selected = audio.cur_track < 0 || audio.cur_track == track;
@@ -42,24 +30,13 @@ bool is_selected_audio(const AudioState& audio, int stream) {
     return false;
 }
 
-// The copy shares the packet's data and must never release it.
-void copy_record(AVPacket& target, const AVPacket& source) {
-    target = source;
-}
-
-// The bytes go with the packet; the copy still tells which stream was read last.
-void forget_data(AVPacket& copy) {
-    copy.data = nullptr;
-    copy.size = 0;
-}
-
 }  // namespace
 
 bool read_packet(MediaHandle& handle) {
     ReaderState& reader = handle.reader;
-    const bool readable = handle.format_ctx != nullptr && !handle.cancelled.load(std::memory_order_relaxed);
+    const bool readable = is_demuxing(handle) && !handle.cancelled.load(std::memory_order_relaxed);
     reader.read_result = readable ? 0 : -1;
-    if (reader.read_result != 0 || !set_aside_unreleased(reader))
+    if (reader.read_result != 0)
         return false;
     av_packet_unref(reader.packet.get());
     const int result = av_read_frame(handle.format_ctx.get(), reader.packet.get());
@@ -88,14 +65,11 @@ int get_frame(MediaHandle& handle) {
     }
     if (!is_selected_audio(handle.audio, packet.stream_index))
         return kOtherPacket;
-    copy_record(*handle.audio.audio_packet, packet);
-    return kAudioPacket;
+    return ffmpeg::copy_packet(*handle.audio.audio_packet, packet) ? kAudioPacket : kEndOfInput;
 }
 
 int release_frame(MediaHandle& handle) {
-    forget_data(*handle.audio.audio_packet);
     av_packet_unref(handle.reader.packet.get());
-    handle.reader.overread.clear();
     return 0;
 }
 

@@ -33,7 +33,7 @@ int current_audio_stream(const AudioState& audio) {
 }
 
 int seek_container(MediaHandle& handle, int stream, int64_t position, int flags) {
-    if (handle.format_ctx == nullptr)
+    if (!is_demuxing(handle))
         return AVERROR(EBADF);
     const int result = av_seek_frame(handle.format_ctx.get(), stream, position, flags);
     if (result >= 0)

@@ -1,0 +1,13 @@
+// Copies of packet records.
+#pragma once
+
+#include "ffmpeg/owners.h"
+
+namespace qmio::ffmpeg {
+
+// Makes `target` a record of the same bytes: nothing is copied but the record, and `target` holds a share of the bytes
+// of its own, so that neither record's end takes them from the other. What it held before is released. False when
+// memory is short; `target` is blank then. A record may be copied onto itself.
+bool copy_packet(AVPacket& target, const AVPacket& source);
+
+}  // namespace qmio::ffmpeg
