@@ -494,19 +494,129 @@ QMIO_API int qmio_pkt_time(MediaHandle* h, const AVPacket* p, pkt_time_info* inf
  */
 QMIO_API int qmio_pkt_ts(MediaHandle* h, AVPacket* p, int64_t frame);
 
+/* ---- Writing ---------------------------------------------------------------------------------------------------- */
+
+/* Flags of qmio_create_ex_a and _w. */
+enum {
+    QMIO_CREATE_INTERLEAVED = 0x40000, /* packets are buffered until those of all streams can be written in order */
+    QMIO_CREATE_FRAME_INDEX = 0x80000, /* readers of the same name find frames by number while the file is written */
+    QMIO_CREATE_SUPPRESSED = 0x100000  /* encodes, but leaves the output without packets */
+};
+
+/*
+ * Makes a file and opens everything in it: container, encoders, output; its header is written. Then come pictures and
+ * sound, and qmio_close completes the file. Nothing is guessed from the name: the options have to name the container.
+ *
+ * name      a file name or URL, cut at the first '|'; or, for the narrow forms, "mem:": the pointer is a block of the
+ *           caller's memory, laid out as for opening: 32 bytes of header with the size of the data behind it. What does
+ *           not fit is left out. The block stays the caller's until the close, which writes the number of bytes into
+ *           the header: "mem:", eight upper-case hexadecimal digits, a full stop.
+ * options   key=value pairs, separated by ',', line feeds or blanks; at most 511 characters of a key or a value count.
+ *           A value in double quotes keeps commas and blanks; lines that begin with '#', '/' or ';' are comments; a
+ *           carriage return belongs to the value that it follows. A wide string holds at most 4,095 bytes as ANSI text.
+ *             fmt, f                         container ("mp4", "mov", "avi", "matroska", "mxf", "mpegts", "wav", ...)
+ *             vcodec, codec, codec:v, c:v    video encoder; none: no video
+ *             width, height, or size=WxH     picture size in pixels
+ *             pix, pix_fmt                   pixel format in which pictures come
+ *             r                              frame rate, N or N/D; 25 by default
+ *             top                            interlaced: 1 top field first, 0 bottom field first; absent: progressive
+ *             vtag                           four-character tag of the video
+ *             acodec, codec:a, c:a           audio encoder; each begins a track, at most 16
+ *             ac, channels                   channels of the track begun last
+ *             ar, sample_rate                its sample rate in Hz
+ *             afmt, sample_fmt               its sample format: a name ("s16", "fltp") or a code as for
+ *                                            qmio_set_dst_audio; the encoder has to take it
+ *             ab, b:a                        bit rate of the tracks
+ *             metadata="key=value,..."       tags of the file
+ *             timecode                       start time code, hh:mm:ss:ff
+ *             strict:v, strict:a             "experimental" allows experimental encoders
+ *           Every other key is handed to FFmpeg: to the container if it knows it, "key:v" or "key" to the video
+ * encoder, "key:a" or "key" to the audio encoders ("b:v=2M,g=50,preset=fast,movflags=faststart"). Numbers may end in k,
+ * M or G (with an i: powers of 1024) and B (times 8). Keys that nobody knows are ignored. flags     QMIO_CREATE_ flags;
+ * others are FFmpeg's AVIO_FLAG_ flags for the output
+ *
+ * Returns the handle; null when something cannot be made, after a message on standard error and in the log. An audio
+ * encoder that is not known leaves its track out. qmio_write_track tells such a track by its result.
+ */
+QMIO_API MediaHandle* qmio_create_a(const char* name, const char* options);
+QMIO_API MediaHandle* qmio_create_ex_a(const char* name, const char* options, uint32_t flags);
+QMIO_API MediaHandle* qmio_create_w(const wchar_t* name, const wchar_t* options);
+QMIO_API MediaHandle* qmio_create_ex_w(const wchar_t* name, const wchar_t* options, uint32_t flags);
+
+/*
+ * Writes the next picture. Pictures are numbered from 0 in the order of the calls, and shown one frame period after the
+ * other; a picture that cannot be encoded uses up its number.
+ *
+ * data   the picture in the pixel format and size of the options, planes behind one another without gaps
+ *        (qmio_image_fill_arrays with alignment 1). Only read, and only during the call.
+ * pic    (the imio_ form) the same, its rows aligned to the record's alignment; nothing else of the record is read.
+ *
+ * The _write_ forms return 0 when the packet was written and also when the encoder wants more pictures first; a
+ * negative FFmpeg error when writing failed; 0 for null and for a handle without video. The _encode_ forms return
+ * the packet instead, which becomes the caller's (qmio_pkt_free), or null when none came out. No packet is lost: one
+ * that an encoder gave in surplus comes with the next call, or is written by qmio_close.
+ */
+QMIO_API AVPacket* imio_encode_frame(MediaHandle* h, const imio_picture* pic);
+QMIO_API int imio_write_frame(MediaHandle* h, const imio_picture* pic);
+QMIO_API AVPacket* qmio_encode_frame(MediaHandle* h, const uint8_t* data);
+QMIO_API int qmio_write_frame(MediaHandle* h, const uint8_t* data);
+
+/*
+ * Writes a packet of the _encode_ forms, whose times are counted in frames. They become times of the stream in the
+ * record; an interleaving handle takes the bytes over. Returns 0, or a negative FFmpeg error; 0 for null.
+ */
+QMIO_API int qmio_put_frame(MediaHandle* h, AVPacket* pkt);
+
+/* What qmio_write_track came to when it is below 0. */
+enum {
+    QMIO_TRACK_NO_HANDLE = -1,
+    QMIO_TRACK_NO_TRACK = -2,        /* there is no track of this number */
+    QMIO_TRACK_NO_STREAM_INDEX = -3, /* its encoder was not known */
+    QMIO_TRACK_NO_CODEC = -4,
+    QMIO_TRACK_NO_ENCODER = -5,
+    QMIO_TRACK_NO_STREAM = -6, /* the handle was cancelled */
+    QMIO_TRACK_NO_FORM = -7,   /* the options gave no channels or no sample format */
+    QMIO_TRACK_NO_RING = -8,   /* one frame of the encoder is larger than 192,000 bytes */
+    QMIO_TRACK_NO_BUFFER = -9,
+    QMIO_TRACK_ENCODE_FAILED = -10,
+    QMIO_TRACK_NO_DATA = -11,    /* null data for an encoder that takes any number of samples */
+    QMIO_TRACK_FILL_FAILED = -12 /* less than one sample for such an encoder */
+};
+
+/*
+ * Adds sound to a track (qmio_write_audio: to track 0), in the track's own sample format and channels; see
+ * qmio_resample_track for sound of another form.
+ *
+ * data    samples of all channels: packed, or plane behind plane for a planar format. Null: silence, as much as `bytes`
+ *         would be.
+ * bytes   what is left over behind the last whole sample is dropped. At most 48,000 samples at a time for encoders of
+ *         fixed frames (AAC, MP2, AC-3, ...): what exceeds them is not kept as it should be.
+ *
+ * Encoders of fixed frames get whole ones; the rest waits for the next call. qmio_close fills up the last frame with
+ * silence. What an audio encoder itself holds back is not fetched at the end.
+ * Returns 0 or more when all went well, whatever the disk said (see qmio_write_frame for that); below 0 a QMIO_TRACK_
+ * code.
+ */
+QMIO_API int qmio_write_track(MediaHandle* h, int track, const uint8_t* data, int bytes);
+QMIO_API int qmio_write_audio(MediaHandle* h, const uint8_t* data, int bytes);
+
 /* ---- Closing ---------------------------------------------------------------------------------------------------- */
 
-/* Ends a handle of any kind and frees all that it holds. Returns 0. Null does nothing. */
+/*
+ * Ends a handle of any kind and frees all that it holds. A file that is being written is completed first: the last
+ * frame of every audio track is filled up with silence, the video encoder gives what it holds, the trailer is written.
+ * Returns 0, whatever became of that. Null does nothing.
+ */
 QMIO_API int qmio_close(MediaHandle* h);
 
 /* Writes out what an output has buffered. Returns 1; 0 for a null or cancelled handle. */
 QMIO_API int qmio_flush(MediaHandle* h);
 
 /*
- * Abandons a source, also while another thread's call on the handle is waiting for the network: that call returns,
- * then the source is closed. Returns 0. The handle stays and has to be closed, after that other call has returned;
- * until then reading from it gives its end. A read of a local file, pipe or device that the system itself has blocked
- * ends only when the system ends it.
+ * Abandons a source or an output, also while another thread's call on the handle is waiting for the network: that call
+ * returns, then the source is closed, or the output as it is, without a trailer. Returns 0. The handle stays and has to
+ * be closed, after that other call has returned; until then reading from it gives its end. A read of a local file, pipe
+ * or device that the system itself has blocked ends only when the system ends it.
  */
 QMIO_API int qmio_cancel(MediaHandle* h);
 

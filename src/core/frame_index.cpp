@@ -28,6 +28,25 @@ std::unique_ptr<platform::SharedMapping> attach(const std::string& file_name) {
     return platform::SharedMapping::open(mapping_name(file_name));
 }
 
+std::unique_ptr<platform::SharedMapping> publish(const std::string& file_name) {
+    std::unique_ptr<platform::SharedMapping> index = platform::SharedMapping::create(mapping_name(file_name), kBytes);
+    if (index == nullptr)
+        return nullptr;
+    // The mapping may be an older one that a reader still holds: first it counts nothing, then its entries go.
+    for (int64_t number = 0; number < entry_capacity(*index); ++number)
+        entry(*index, number).store(0, std::memory_order_release);
+    return index;
+}
+
+void enter(const platform::SharedMapping& index, int64_t frame, int64_t position) {
+    // A decoding time may lie before the first frame: entry 0 is the count, not a place for frame -1.
+    if (frame < 0 || frame >= entry_capacity(index) - 1)
+        return;
+    entry(index, frame + 1).store(position, std::memory_order_relaxed);
+    if (entry(index, 0).load(std::memory_order_relaxed) < frame + 1)
+        entry(index, 0).store(frame + 1, std::memory_order_release);
+}
+
 int64_t frame_total(const platform::SharedMapping* index) {
     if (index == nullptr || entry_capacity(*index) < 1)
         return 0;

@@ -19,6 +19,12 @@ std::string mapping_name(const std::string& file_name);
 // Attaches the index of a file that is being written; null when none is published.
 std::unique_ptr<platform::SharedMapping> attach(const std::string& file_name);
 
+// Publishes an empty index for a file that is about to be written; null when it cannot be had.
+std::unique_ptr<platform::SharedMapping> publish(const std::string& file_name);
+
+// Enters the byte position at which the packet of a frame begins. Frames that the index has no room for are left out.
+void enter(const platform::SharedMapping& index, int64_t frame, int64_t position);
+
 // How many frames the index holds; 0 without an index. Never more than its view has room for.
 int64_t frame_total(const platform::SharedMapping* index);
 

@@ -10,11 +10,14 @@
 #include <vector>
 
 #include "ffmpeg/decoder.h"
+#include "ffmpeg/encoder.h"
 #include "ffmpeg/owners.h"
 #include "ffmpeg/resampler.h"
 #include "ffmpeg/stream_clock.h"
 #include "platform/shared_mapping.h"
+#include "qmlib/audio_ring.h"
 #include "qmlib/input_source.h"
+#include "qmlib/memory_output.h"
 
 namespace qmio {
 
@@ -127,24 +130,47 @@ struct AudioState {
     int32_t audio_time_ms = 0;
 };
 
-// What the option string asks of a new file.
+// A file that is being written: what the option string asks of it, and what was made of that. The arrays are indexed by
+// audio track.
 struct WriterState {
-    WriterState() { sample_fmt.fill(AV_SAMPLE_FMT_U8); }
+    WriterState() {
+        audio_stream_index.fill(-1);
+        sample_fmt.fill(AV_SAMPLE_FMT_U8);
+    }
 
     uint32_t mode = 0;
     int32_t width = 0;
     int32_t height = 0;
     AVPixelFormat pix_fmt = AV_PIX_FMT_NONE;
     int32_t picture_size = 0;
+    int32_t header_result = -1;  // of writing the header; negative: there is none in the output
+    int32_t has_video = 0;
+    AVCodecContext* video_codec_ctx = nullptr;  // owned by stream_codec
     const AVCodec* video_encoder = nullptr;
-    uint32_t video_tag = 0;
+    ffmpeg::Encoder video_packets;  // one picture in, at most one packet out, over video_codec_ctx
+    ffmpeg::FramePtr video_frame;   // points into the host's picture during a call
+    std::array<int32_t, kMaxTracks> audio_stream_index;
     int32_t audio_track_count = 0;
-    std::array<const AVCodec*, kMaxTracks> audio_encoder{};
+    std::array<AVCodecContext*, kMaxTracks> audio_codec_ctx{};  // owned by stream_codec
+    std::array<const AVCodec*, kMaxTracks> audio_encoder{};     // null where the name was unknown
     std::array<int32_t, kMaxTracks> sample_rate{};
-    std::array<int32_t, kMaxTracks> sample_fmt{};
+    std::array<int32_t, kMaxTracks> sample_fmt;
     std::array<int32_t, kMaxTracks> channels{};
-    std::array<uint32_t, kMaxTracks> audio_tag{};
+    ffmpeg::FramePtr audio_frame;  // points into a track's samples during a call
     const AVOutputFormat* output_format = nullptr;
+    AVStream* video_stream = nullptr;                  // owned by format_ctx
+    std::array<AVStream*, kMaxTracks> audio_stream{};  // owned by format_ctx
+    std::array<int32_t, kMaxTracks> frame_samples{};   // that the encoder takes at a time
+    std::array<ffmpeg::Encoder, kMaxTracks>
+        audio_packets;  // one frame in, at most one packet out, over audio_codec_ctx
+    std::array<std::unique_ptr<qmlib::AudioRing>, kMaxTracks> audio_ring;
+    std::array<ffmpeg::BlockPtr, kMaxTracks> audio_buffer;  // kTrackBufferSize bytes: one frame from ring to encoder
+    uint32_t video_tag = 0;
+    std::array<uint32_t, kMaxTracks> audio_tag{};
+    char* mem_block = nullptr;                    // the host's block that the file goes to; null: it goes elsewhere
+    std::unique_ptr<qmlib::MemoryOutput> memory;  // over the data of mem_block
+    std::array<int64_t, kMaxTracks> audio_pts{};  // of the next frame, in the codec's time base
+    ffmpeg::PacketPtr packet;                     // for packets that the host does not see
 };
 
 }  // namespace qmio

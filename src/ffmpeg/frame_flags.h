@@ -1,4 +1,4 @@
-// What a decoded picture says of itself.
+// What a picture says of itself.
 #pragma once
 
 #include "ffmpeg/ffmpeg.h"
@@ -13,12 +13,24 @@ inline bool is_interlaced(const AVFrame& frame) {
 inline bool is_top_field_first(const AVFrame& frame) {
     return (frame.flags & AV_FRAME_FLAG_TOP_FIELD_FIRST) != 0;
 }
+inline void set_interlaced(AVFrame& frame, bool interlaced) {
+    frame.flags = interlaced ? frame.flags | AV_FRAME_FLAG_INTERLACED : frame.flags & ~AV_FRAME_FLAG_INTERLACED;
+}
+inline void set_top_field_first(AVFrame& frame) {
+    frame.flags |= AV_FRAME_FLAG_TOP_FIELD_FIRST;
+}
 #else
 inline bool is_interlaced(const AVFrame& frame) {
     return frame.interlaced_frame != 0;
 }
 inline bool is_top_field_first(const AVFrame& frame) {
     return frame.top_field_first != 0;
+}
+inline void set_interlaced(AVFrame& frame, bool interlaced) {
+    frame.interlaced_frame = interlaced ? 1 : 0;
+}
+inline void set_top_field_first(AVFrame& frame) {
+    frame.top_field_first = 1;
 }
 #endif
 

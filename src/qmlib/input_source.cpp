@@ -5,14 +5,12 @@
 #include <cstring>
 #include <utility>
 
+#include "qmlib/io_buffer.h"
 #include "qmlib/url.h"
 
 namespace qmio::qmlib {
 
 namespace {
-
-constexpr int kIoBufferSize = 32768;
-constexpr int kIoBufferSlack = 48;
 
 class MemorySource final : public InputSource {
   public:
@@ -131,7 +129,7 @@ std::unique_ptr<InputSource> url_source(const std::string& name, AVIOInterruptCB
 }
 
 ffmpeg::CustomIoPtr make_custom_io(InputSource& source) {
-    ffmpeg::BlockPtr buffer(static_cast<uint8_t*>(av_malloc(kIoBufferSize + kIoBufferSlack)));
+    ffmpeg::BlockPtr buffer = make_io_buffer();
     if (buffer == nullptr)
         return nullptr;
     ffmpeg::CustomIoPtr io(avio_alloc_context(buffer.get(), kIoBufferSize, 0, &source, read_callback, nullptr,

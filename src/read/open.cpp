@@ -3,6 +3,7 @@
 #include "audio/open_tracks.h"
 #include "core/codec_open.h"
 #include "core/entry.h"
+#include "core/memory_block.h"
 #include "core/names.h"
 #include "core/option_string.h"
 #include "core/settings.h"
@@ -20,7 +21,7 @@ constexpr std::size_t kMaxWideOptions = 1023;
 MediaHandle* open_wide(const wchar_t* wide, const char* options) {
     const std::optional<std::string> name = core_name(wide);
     // A memory block is known by its address, which a converted name no longer has.
-    if (!name || has_prefix(name->c_str(), "mem:"))
+    if (!name || memory_block::is_block(name->c_str()))
         return nullptr;
     return read::open_core(name->c_str(), options);
 }
@@ -35,7 +36,7 @@ MediaHandle* qmio_open_ex_a(const char* name, const char* options) {
     return guarded<MediaHandle*>(nullptr, [=]() -> MediaHandle* {
         if (name == nullptr)
             return nullptr;
-        if (has_prefix(name, "mem:"))
+        if (memory_block::is_block(name))
             return read::open_core(name, options);
         const std::optional<std::string> converted = core_name(name);
         return converted ? read::open_core(converted->c_str(), options) : nullptr;
@@ -74,10 +75,9 @@ ffmpeg::Dictionary configured_options(const char* entry) {
     return dictionary;
 }
 
-// What a "mem:" block is known by in the handle is its header, which may lack its end.
+// What a memory block is known by in the handle is its header.
 std::string handle_name(const char* name) {
-    constexpr std::size_t header_size = 32;
-    return has_prefix(name, "mem:") ? std::string(name, av_strnlen(name, header_size)) : std::string(name);
+    return memory_block::is_block(name) ? memory_block::header_text(name) : std::string(name);
 }
 
 bool allocate_container(MediaHandle& handle) {

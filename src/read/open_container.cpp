@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 
+#include "core/memory_block.h"
 #include "core/names.h"
 #include "core/settings.h"
 #include "core/trace.h"
@@ -15,7 +16,6 @@ namespace qmio::read {
 
 namespace {
 
-constexpr std::size_t kMemoryHeader = 32;
 constexpr const char* kNetworkTimeout = "30000000";  // microseconds
 
 void trace_failure(const wchar_t* kind, const std::string& name) {
@@ -51,25 +51,12 @@ bool open_custom(MediaHandle& handle, std::unique_ptr<qmlib::InputSource> source
     return open_input(handle, url, format, options);
 }
 
-// The header of a memory block: "mem:", the size of the data in hexadecimal, NUL or anything that is no digit.
-bool parse_memory_size(const char* block, int64_t& size) {
-    const char* end = block + av_strnlen(block, kMemoryHeader);
-    const char* digits = block + std::strlen("mem:");
-    while (digits < end && av_isspace(*digits) != 0)
-        ++digits;
-    const std::from_chars_result result = std::from_chars(digits, end, size, 16);
-    // No block reaches beyond the end of the address space.
-    const auto room = std::numeric_limits<intptr_t>::max() - reinterpret_cast<intptr_t>(block) - int64_t{kMemoryHeader};
-    return result.ec == std::errc() && size >= 0 && size <= room;
-}
-
 bool open_memory(MediaHandle& handle, const char* block, ffmpeg::Dictionary& options) {
     int64_t size = 0;
     const std::string url(handle.file_name + std::strlen("mem:"));
-    if (parse_memory_size(block, size)) {
-        const auto* data = reinterpret_cast<const uint8_t*>(block) + kMemoryHeader;
-        if (open_custom(handle, qmlib::memory_source(data, size), url, av_find_input_format("image2pipe"), "none",
-                        options))
+    if (memory_block::parse_size(block, size)) {
+        if (open_custom(handle, qmlib::memory_source(memory_block::data(block), size), url,
+                        av_find_input_format("image2pipe"), "none", options))
             return true;
     }
     trace_failure(L"mem: ", url);
@@ -129,7 +116,7 @@ bool open_capture_device(MediaHandle& handle, const std::string& device, ffmpeg:
 }
 
 bool open_by_kind(MediaHandle& handle, const char* name, ffmpeg::Dictionary& options) {
-    if (has_prefix(name, "mem:"))
+    if (memory_block::is_block(name))
         return open_memory(handle, name, options);
     if (has_prefix(name, "avio:"))
         return open_file(handle, name + std::strlen("avio:"), options);

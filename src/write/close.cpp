@@ -1,8 +1,15 @@
-// The one way to end any handle, and the clean-up of every open that failed.
+// The one way to end any handle, and the clean-up of every open and creation that failed.
+#include <cstdio>
+#include <cstring>
+
 #include "core/entry.h"
+#include "core/memory_block.h"
 #include "core/names.h"
 #include "core/trace.h"
 #include "qmio.h"
+#include "write/create.h"
+#include "write/write_audio.h"
+#include "write/write_video.h"
 
 using namespace qmio;
 
@@ -14,11 +21,14 @@ void trace_close(const wchar_t* text) {
     trace(TraceSwitch::close, kTag, L"%s", text);
 }
 
+bool is_writer(const MediaHandle& handle) {
+    return (handle.writer.mode & mode::writer) != 0;
+}
+
 void trace_start(const MediaHandle& handle) {
     if (!tracing(TraceSwitch::close))
         return;
-    const bool writes = (handle.writer.mode & mode::writer) != 0;
-    trace(TraceSwitch::close, kTag, L"%s: %s\n", writes ? L"write" : L"read", wide_name(handle.file_name));
+    trace(TraceSwitch::close, kTag, L"%s: %s\n", is_writer(handle) ? L"write" : L"read", wide_name(handle.file_name));
 }
 
 // FFmpeg never closes a custom I/O context, so it goes before the container that still points at it.
@@ -33,6 +43,8 @@ void release_codecs(MediaHandle& handle) {
     handle.reader.video_decoder = ffmpeg::Decoder();
     handle.reader.pCodecCtx = nullptr;
     handle.audio.track_codec.fill(nullptr);
+    handle.writer.video_codec_ctx = nullptr;
+    handle.writer.audio_codec_ctx.fill(nullptr);
     handle.stream_codec.clear();
 }
 
@@ -49,11 +61,84 @@ void close_reader(MediaHandle& handle) {
     trace_close(L"avformat_close_input done\n");
 }
 
+// ---- writers ----
+
+// Sound is deliberately not drained: what an audio encoder still holds stays in it.
+void finish_streams(MediaHandle& handle) {
+    const WriterState& writer = handle.writer;
+    if (writer.header_result < 0 || handle.format_ctx == nullptr || (writer.mode & mode::remux) != 0)
+        return;
+    write::finish_tracks(handle);
+    write::drain_video(handle);
+}
+
+// The trailer deliberately hangs on there being an output that is ours: containers that open their own files get none.
+void write_trailer(MediaHandle& handle) {
+    if (handle.format_ctx->pb == nullptr)
+        return;
+    trace_close(L"custom io\n");
+    if (handle.writer.header_result < 0)
+        return;
+    trace_close(L"before write trailer\n");
+    av_write_trailer(handle.format_ctx.get());
+    trace_close(L"after write trailer\n");
+}
+
+void close_writer(MediaHandle& handle) {
+    trace_close(L"write\n");
+    if (handle.format_ctx != nullptr) {
+        const bool has_io = handle.format_ctx->pb != nullptr;
+        write_trailer(handle);
+        write::close_output(handle);
+        if (has_io)
+            trace_close(L"avio_close done\n");
+        release_codecs(handle);
+        trace_close(L"bitbuf free done\n");
+    }
+    trace_close(L"close format context\n");
+}
+
+// The header of a memory target tells how many bytes were written: eight digits and a full stop in place of its end.
+void finish_memory_block(const WriterState& writer) {
+    if (writer.mem_block == nullptr || writer.memory == nullptr)
+        return;
+    trace_close(L"memory mapped io processing\n");
+    char digits[10];
+    std::snprintf(digits, sizeof digits, "%08X.", static_cast<uint32_t>(writer.memory->high_water()));
+    std::memcpy(writer.mem_block + std::strlen(memory_block::kPrefix), digits, 9);
+    trace(TraceSwitch::close, kTag, L"mem: [%S], %I64d\n", memory_block::header_text(writer.mem_block),
+          writer.memory->high_water());
+}
+
+void trace_freed_tracks(const WriterState& writer) {
+    for (int track = 0; track < writer.audio_track_count; ++track) {
+        trace(TraceSwitch::close, kTag, L"free audio stream %d\n", track);
+        trace_close(L"aring deleted\n");
+        trace_close(L"audio buf freed\n");
+    }
+}
+
+// ---- both ----
+
+void release_resamplers(AudioState& audio) {
+    audio.swr.reset();
+    for (std::size_t track = 0; track < kMaxTracks; ++track) {
+        audio.track_swr[track].reset();
+        audio.track_own_swr[track].reset();
+    }
+}
+
 void release_frames(MediaHandle& handle) {
     trace_close(L"start free frames\n");
     handle.reader.pFrame.reset();
+    handle.writer.video_frame.reset();
     trace_close(L"free frames\n");
+    release_resamplers(handle.audio);
     handle.audio.audio_frame.reset();
+    handle.writer.audio_frame.reset();
+    handle.writer.audio_ring = {};
+    handle.writer.audio_buffer = {};
+    trace_freed_tracks(handle.writer);
     handle.index_mapping.reset();
 }
 
@@ -61,7 +146,13 @@ void close_handle(MediaHandle& handle) {
     // A cancel that another thread has begun ends first, also where the call that it made return is faster than it.
     const std::scoped_lock locks(handle.cancel_lock, handle.call_lock);
     trace_start(handle);
-    close_reader(handle);
+    if (is_writer(handle)) {
+        finish_streams(handle);
+        close_writer(handle);
+        finish_memory_block(handle.writer);
+    } else {
+        close_reader(handle);
+    }
     release_frames(handle);
 }
 
@@ -73,7 +164,10 @@ int cancel(MediaHandle& handle) {
     const std::lock_guard call(handle.call_lock);
     if (tracing(TraceSwitch::close))
         trace(TraceSwitch::close, L"qmio_cancel", L"%s\n", wide_name(handle.file_name));
-    release_container(handle);
+    if (is_writer(handle))
+        write::close_output(handle);
+    else
+        release_container(handle);
     return 0;
 }
 

@@ -1,0 +1,40 @@
+// Making a file to write: its container, its encoders, its output, its header.
+#pragma once
+
+#include <cstdint>
+
+#include "core/media_handle.h"
+
+namespace qmio::write {
+
+inline constexpr const wchar_t* kCreateTag = L"qmio_create_u8";
+
+// What the steps of making a file share.
+struct Creation {
+    MediaHandle& handle;
+    const char* name;     // as the host gave it: a memory block is known by this address
+    const char* options;  // may be null
+    uint32_t output_flags;
+    ffmpeg::Dictionary format_options;
+};
+
+// create_video.cpp, create_audio.cpp: the streams with their encoders, opened. False ends the creation; a stream that
+// was not asked for, or that the container does not take, is no failure.
+bool add_video(Creation& creation);
+bool add_audio(Creation& creation);
+
+// output.cpp: where the bytes go, and the container's header as the first of them.
+bool open_output(Creation& creation);
+bool write_header(Creation& creation);
+
+// Takes the output away: the streams, the container and the open file, without completing anything.
+void close_output(MediaHandle& handle);
+
+// A codec context of the handle for a new stream; null when memory is short.
+AVCodecContext* add_codec(MediaHandle& handle, const AVCodec& encoder);
+
+// The rest of what both kinds of encoder are asked before they are opened.
+void ask_for_global_header(const MediaHandle& handle, AVCodecContext& codec, const wchar_t* text);
+void set_compliance(const Creation& creation, AVCodecContext& codec, const char* key, const wchar_t* text);
+
+}  // namespace qmio::write

@@ -1,0 +1,114 @@
+// Where a new file's bytes go: FFmpeg's own I/O or a block of the host's memory. Then the header, the first of them.
+#include "core/memory_block.h"
+#include "core/names.h"
+#include "core/option_string.h"
+#include "core/trace.h"
+#include "write/create.h"
+
+namespace qmio::write {
+
+namespace {
+
+constexpr uint32_t kKnownFlags = AVIO_FLAG_READ | AVIO_FLAG_WRITE | AVIO_FLAG_NONBLOCK | AVIO_FLAG_DIRECT;
+
+bool open_file(Creation& creation) {
+    MediaHandle& handle = creation.handle;
+    if ((handle.format_ctx->oformat->flags & AVFMT_NOFILE) != 0)
+        return true;
+    trace(TraceSwitch::create, kCreateTag, L"create file\n");
+    const int flags = static_cast<int>((creation.output_flags & kKnownFlags) | AVIO_FLAG_WRITE);
+    const AVIOInterruptCB interrupt = interrupt_callback(handle);
+    if (avio_open2(&handle.format_ctx->pb, url_of(handle.file_name).c_str(), flags, &interrupt, nullptr) >= 0)
+        return true;
+    report(kCreateTag, L"open [%s] ERR\n", wide_name(handle.file_name));
+    return false;
+}
+
+// The host gave its block as a name; that it is written to is what a memory target means.
+bool open_memory(Creation& creation) {
+    MediaHandle& handle = creation.handle;
+    char* const block = const_cast<char*>(creation.name);
+    int64_t size = 0;
+    if (!memory_block::parse_size(block, size))
+        return false;
+    handle.writer.mem_block = block;
+    handle.writer.memory = std::make_unique<qmlib::MemoryOutput>(memory_block::data(block), size);
+    handle.custom_io = qmlib::make_custom_io(*handle.writer.memory);
+    handle.format_ctx->flags |= AVFMT_FLAG_CUSTOM_IO;
+    handle.format_ctx->pb = handle.custom_io.get();
+    return handle.custom_io != nullptr;
+}
+
+// The two rates deliberately upside down, as the two time bases are not.
+void trace_times(const WriterState& writer, const wchar_t* when) {
+    if (writer.video_stream == nullptr || !tracing(TraceSwitch::create))
+        return;
+    const AVStream& stream = *writer.video_stream;
+    const AVCodecContext& codec = *writer.video_codec_ctx;
+    trace(TraceSwitch::create, kCreateTag, L"%s write header, fps %d/%d, tbr %d/%d, tbs %d/%d, tbc %d/%d\n", when,
+          stream.avg_frame_rate.den, stream.avg_frame_rate.num, stream.r_frame_rate.den, stream.r_frame_rate.num,
+          stream.time_base.num, stream.time_base.den, codec.time_base.num, codec.time_base.den);
+}
+
+void trace_container(const AVFormatContext& container, const wchar_t* prefix) {
+    trace(TraceSwitch::create, kCreateTag, L"%sformat context flags 0x%X\n", prefix,
+          static_cast<unsigned>(container.flags));
+    trace(TraceSwitch::create, kCreateTag, L"%sformat flush_packets %d\n", prefix, container.flush_packets);
+    trace(TraceSwitch::create, kCreateTag, L"%sformat packet_size %d\n", prefix,
+          static_cast<int>(container.packet_size));
+}
+
+void trace_field_order(const WriterState& writer, const wchar_t* when) {
+    if (writer.video_stream != nullptr)
+        trace(TraceSwitch::create, kCreateTag, L"%s write header field order param %d, enc %d\n", when,
+              static_cast<int>(writer.video_stream->codecpar->field_order),
+              static_cast<int>(writer.video_codec_ctx->field_order));
+}
+
+void trace_before(const MediaHandle& handle) {
+    trace_container(*handle.format_ctx, L"");
+    trace_field_order(handle.writer, L"before");
+}
+
+void trace_after(const MediaHandle& handle) {
+    trace_field_order(handle.writer, L"after");
+    trace(TraceSwitch::create, kCreateTag, L"************************************\n");
+    trace_container(*handle.format_ctx, L"after write header, ");
+    trace_times(handle.writer, L"after");
+}
+
+}  // namespace
+
+bool open_output(Creation& creation) {
+    return memory_block::is_block(creation.name) ? open_memory(creation) : open_file(creation);
+}
+
+bool write_header(Creation& creation) {
+    MediaHandle& handle = creation.handle;
+    trace_times(handle.writer, L"before");
+    add_timecode(creation.format_options.address(), creation.options);
+    trace_before(handle);
+    handle.writer.header_result = avformat_write_header(handle.format_ctx.get(), creation.format_options.address());
+    if (handle.writer.header_result < 0) {
+        report(kCreateTag, L"avformat_write_header [%s] ERR\n", wide_name(handle.file_name));
+        return false;
+    }
+    trace_after(handle);
+    return true;
+}
+
+void close_output(MediaHandle& handle) {
+    AVFormatContext* const container = handle.format_ctx.get();
+    if (container == nullptr)
+        return;
+    if (handle.custom_io != nullptr)
+        container->pb = nullptr;
+    else if ((container->oformat->flags & AVFMT_NOFILE) == 0)
+        avio_closep(&container->pb);
+    handle.custom_io.reset();
+    handle.writer.video_stream = nullptr;
+    handle.writer.audio_stream.fill(nullptr);
+    release_container(handle);
+}
+
+}  // namespace qmio::write

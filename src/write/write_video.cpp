@@ -1,0 +1,205 @@
+#include "write/write_video.h"
+
+#include <limits>
+#include <string>
+
+#include "core/entry.h"
+#include "core/frame_index.h"
+#include "core/frame_numbers.h"
+#include "core/trace.h"
+#include "ffmpeg/frame_flags.h"
+#include "write/packet_out.h"
+
+namespace qmio::write {
+
+namespace {
+
+constexpr const wchar_t* kEncodeTag = L"enc_video";
+constexpr const wchar_t* kPutTag = L"enc_put_frame";
+constexpr const wchar_t* kCloseTag = L"qmio_close";
+
+std::wstring timestamp_text(int64_t timestamp) {
+    if (timestamp == AV_NOPTS_VALUE)
+        return L"NOPTS";
+    return timestamp == std::numeric_limits<int64_t>::max() ? L"MAXPTS" : std::to_wstring(timestamp);
+}
+
+bool can_encode(const MediaHandle& handle, const imio_picture* picture) {
+    const WriterState& writer = handle.writer;
+    return picture != nullptr && picture->data != nullptr && handle.reader.video_stream_index != -1 &&
+           writer.video_codec_ctx != nullptr && writer.video_frame != nullptr;
+}
+
+bool is_alignment(int32_t alignment) {
+    return alignment > 0 && (alignment & (alignment - 1)) == 0;
+}
+
+// The frame borrows the host's pixels for the time of the call: an encoder that keeps them makes its own copy.
+bool point_at(AVFrame& frame, const AVCodecContext& codec, AVPixelFormat format, const imio_picture& picture) {
+    frame.format = format;
+    frame.width = codec.width;
+    frame.height = codec.height;
+    return is_alignment(picture.alignment) && av_image_fill_arrays(frame.data, frame.linesize, picture.data, format,
+                                                                   codec.width, codec.height, picture.alignment) >= 0;
+}
+
+void mark_fields(AVFrame& frame, AVFieldOrder order) {
+    const bool top_first = order == AV_FIELD_TT || order == AV_FIELD_TB;
+    const bool bottom_first = order == AV_FIELD_BB || order == AV_FIELD_BT;
+    ffmpeg::set_interlaced(frame, top_first || bottom_first);
+    if (top_first)
+        ffmpeg::set_top_field_first(frame);
+}
+
+void trace_encoded(const MediaHandle& handle, int result, int got, const AVPacket& packet) {
+    if (!tracing(TraceSwitch::write))
+        return;
+    const int frame = handle.reader.want_frame;
+    const AVCodecContext& codec = *handle.writer.video_codec_ctx;
+    const AVStream* stream = handle.writer.video_stream;
+    const int64_t calculated =
+        stream != nullptr ? av_rescale_q(frame, codec.time_base, stream->time_base) : AV_NOPTS_VALUE;
+    trace(TraceSwitch::write, kEncodeTag,
+          L"res %d, encode video, enc size %d, got %d, frame %d, enc_pts %s, enc_dts %s, calc_pts %s\n", result,
+          packet.size, got, frame, timestamp_text(packet.pts), timestamp_text(packet.dts), timestamp_text(calculated));
+    if (result < 0)
+        trace(TraceSwitch::write, kEncodeTag, L"error encode\n");
+}
+
+int encode_frame(WriterState& writer, const imio_picture& picture, int64_t number, int* got, AVPacket& packet) {
+    AVFrame& frame = *writer.video_frame;
+    if (!point_at(frame, *writer.video_codec_ctx, writer.pix_fmt, picture))
+        return AVERROR(EINVAL);
+    frame.pts = number;
+    frame.quality = writer.video_codec_ctx->global_quality;
+    mark_fields(frame, writer.video_codec_ctx->field_order);
+    return writer.video_packets.encode(&packet, got, &frame);
+}
+
+// What the line about a written packet tells; the muxer may have taken the packet itself.
+struct PacketTimes {
+    int64_t pts;
+    int64_t dts;
+};
+
+void trace_put(const MediaHandle& handle, int result, const PacketTimes& times, bool closing) {
+    if (!tracing(TraceSwitch::write) && !(closing && tracing(TraceSwitch::close)))
+        return;
+    const AVRational codec = handle.writer.video_codec_ctx->time_base;
+    const AVRational stream = handle.writer.video_stream->time_base;
+    report(kPutTag, L"\tav_write_frame %d, res %d, pts %s, dts %s, timebase codec %d/%d stream %d/%d\n",
+           handle.reader.want_frame, result, timestamp_text(times.pts), timestamp_text(times.dts), codec.num, codec.den,
+           stream.num, stream.den);
+}
+
+void enter_position(MediaHandle& handle, int64_t dts, int64_t position) {
+    if (handle.index_mapping != nullptr && dts != AV_NOPTS_VALUE)
+        frame_index::enter(*handle.index_mapping, timestamp_to_frame(*handle.writer.video_stream, dts), position);
+}
+
+int64_t output_position(const MediaHandle& handle) {
+    return handle.format_ctx->pb != nullptr ? avio_seek(handle.format_ctx->pb, 0, SEEK_CUR) : 0;
+}
+
+imio_picture whole_picture(const uint8_t* data) {
+    imio_picture picture{};
+    picture.data = const_cast<uint8_t*>(data);  // only read
+    picture.alignment = 1;
+    return picture;
+}
+
+AVPacket* encode(MediaHandle& handle, const imio_picture* picture) {
+    if (!can_encode(handle, picture))
+        return nullptr;
+    AVPacket* packet = qmio_pkt_alloc();
+    if (packet == nullptr)
+        return nullptr;
+    if (!encode_picture(handle, picture, *packet)) {
+        qmio_pkt_free(packet);
+        packet = nullptr;
+    }
+    return packet;
+}
+
+int write(MediaHandle& handle, const imio_picture* picture) {
+    if (!can_encode(handle, picture))
+        return 0;
+    AVPacket& packet = *handle.writer.packet;
+    if (!encode_picture(handle, picture, packet))
+        return 0;
+    const int result = put_packet(handle, &packet, false);
+    av_packet_unref(&packet);
+    return result;
+}
+
+}  // namespace
+
+bool encode_picture(MediaHandle& handle, const imio_picture* picture, AVPacket& packet) {
+    int got = 0;
+    const int result = encode_frame(handle.writer, *picture, handle.reader.want_frame, &got, packet);
+    trace_encoded(handle, result, got, packet);
+    // A picture that failed uses up its number all the same.
+    ++handle.reader.want_frame;
+    return got != 0;
+}
+
+int put_packet(MediaHandle& handle, AVPacket* packet, bool closing) {
+    const WriterState& writer = handle.writer;
+    if ((writer.mode & mode::suppressed) != 0 || packet == nullptr || writer.video_codec_ctx == nullptr)
+        return 0;
+    if (writer.video_stream == nullptr)
+        return AVERROR_EXIT;  // cancelled
+    av_packet_rescale_ts(packet, writer.video_codec_ctx->time_base, writer.video_stream->time_base);
+    packet->stream_index = writer.video_stream->index;
+    const PacketTimes times{packet->pts, packet->dts};
+    const int64_t position = output_position(handle);
+    const int result = write_packet(handle, *packet);
+    trace_put(handle, result, times, closing);
+    enter_position(handle, times.dts, position);
+    return result;
+}
+
+void drain_video(MediaHandle& handle) {
+    WriterState& writer = handle.writer;
+    if (writer.has_video < 1 || writer.video_codec_ctx == nullptr || writer.packet == nullptr)
+        return;
+    AVPacket& packet = *writer.packet;
+    for (;;) {
+        int got = 0;
+        const int result = writer.video_packets.encode(&packet, &got, nullptr);
+        if (tracing(TraceSwitch::close))
+            trace(TraceSwitch::close, kCloseTag, L"*** flush encode: res %d, got %d, frm %d, pts %s, dts %s, size %d\n",
+                  result, got, handle.reader.want_frame, timestamp_text(packet.pts), timestamp_text(packet.dts),
+                  packet.size);
+        if (result < 0 || got == 0)
+            return;
+        put_packet(handle, &packet, true);
+        av_packet_unref(&packet);
+    }
+}
+
+}  // namespace qmio::write
+
+using namespace qmio;
+
+AVPacket* imio_encode_frame(MediaHandle* h, const imio_picture* pic) {
+    return with_handle<AVPacket*>(h, nullptr, nullptr, [&](MediaHandle& handle) { return write::encode(handle, pic); });
+}
+
+int imio_write_frame(MediaHandle* h, const imio_picture* pic) {
+    return with_handle(h, 0, 0, [&](MediaHandle& handle) { return write::write(handle, pic); });
+}
+
+AVPacket* qmio_encode_frame(MediaHandle* h, const uint8_t* data) {
+    const imio_picture picture = write::whole_picture(data);
+    return imio_encode_frame(h, &picture);
+}
+
+int qmio_write_frame(MediaHandle* h, const uint8_t* data) {
+    const imio_picture picture = write::whole_picture(data);
+    return imio_write_frame(h, &picture);
+}
+
+int qmio_put_frame(MediaHandle* h, AVPacket* pkt) {
+    return with_handle(h, 0, 0, [&](MediaHandle& handle) { return write::put_packet(handle, pkt, false); });
+}
