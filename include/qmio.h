@@ -132,6 +132,18 @@ typedef struct pkt_time_info {
     int64_t reserved[3];
 } pkt_time_info;
 
+/* Times of a stream or packet; timestamps in units of its time base. */
+typedef struct qmio_time_param {
+    int64_t pts;      /* of a packet */
+    int64_t dts;      /* of a packet */
+    int64_t start;    /* of the stream, 0 when unknown; for a seek position microseconds */
+    int64_t duration; /* of the stream or packet */
+    int32_t time_base_num, time_base_den;
+    int32_t frame_rate_num, frame_rate_den;
+    int64_t container_start, container_duration; /* microseconds */
+    int64_t frame_count;
+} qmio_time_param;
+
 /* ---- Memory, errors, small queries ------------------------------------------------------------------------------ */
 
 /*
@@ -697,27 +709,173 @@ QMIO_API int qmio_get_frm_format(AVFrame* frame);
  */
 QMIO_API int qmio_fmtid(const char* name);
 
+/* ---- Catalogue -------------------------------------------------------------------------------------------------- */
+
+/*
+ * What the linked FFmpeg can write and decode. Everything here only reads constant tables: any thread may call. The
+ * objects and texts belong to FFmpeg or the library, and stay valid until the library is unloaded.
+ */
+
+/* All codecs, all formats that can be written, in FFmpeg's order. Null behind the last one and for null. */
+QMIO_API const AVCodec* qmio_first_codec(void);
+QMIO_API const AVCodec* qmio_next_codec(const AVCodec* codec);
+QMIO_API const AVOutputFormat* qmio_first_format(void);
+QMIO_API const AVOutputFormat* qmio_next_format(const AVOutputFormat* format);
+
+/*
+ * 1 when the codec is of a kind: "video", "audio", "data", "subtitle", "encoder", "decoder", in any case; when the
+ * format by default holds "video" or "audio". Else 0, for null too.
+ */
+QMIO_API int qmio_is_codec(const AVCodec* codec, const char* kind);
+QMIO_API int qmio_is_format(const AVOutputFormat* format, const char* kind);
+
+/*
+ * What a codec says of itself. Keys are case-sensitive.
+ *   "name", or null   its name; copied into `buf` as well
+ *   "format"          the pixel formats it takes, int32_t numbers of this interface, ended by -1
+ *   "sample_fmts"     the sample formats it takes, FFmpeg's int numbers, ended by -1
+ *   "sample_rates"    the sample rates it takes, int, ended by 0
+ * buf   may be null; else it has room for 64 bytes and holds an empty text after any other key than the name.
+ * Null when the codec does not say, for a null codec and for any other key.
+ */
+QMIO_API const void* qmio_get_codec_info(const AVCodec* codec, char* buf, const char* key);
+
+/*
+ * What a format is called. Key "name", exactly: its name, which is copied into `buf` (may be null) and returned. Any
+ * other key, and null: "long name - name (*.ext;*.ext)" in `buf`, which is returned; null without a buffer. The
+ * buffer has room for 1,024 bytes. Null for a null format.
+ */
+QMIO_API const char* qmio_get_format_info(const AVOutputFormat* format, char* buf, const char* key);
+
+/*
+ * Key "vcodec", in any case: the first codec, encoder or decoder, of the format's default video. Null for any other
+ * key, for null and where there is no such codec.
+ */
+QMIO_API const AVCodec* qmio_get_format_prop(const AVOutputFormat* format, const char* key);
+
+/*
+ * What a pixel format is. Keys in any case:
+ *   "descr"    a sentence; "Unknown format" for a number without one
+ *   "name"     FFmpeg's name; null when there is none
+ *   "luma"     not a text but a number, cast to the pointer: 1 planar YUV of 8 bits, 2 planar YUV of more, else 0
+ *   "sample"   the name of the sample format with this number; null when there is none
+ *   "alpha"    "true" for formats with alpha; null for others
+ * An empty text for any other key and for null.
+ */
+QMIO_API const char* qmio_get_pix_info(int fmt, const char* key);
+
+/*
+ * Looks something up by name; kinds are case-sensitive. "codec" and "decoder", "encoder": an AVCodec. "fmt", "ofmt": an
+ * input format, an AVOutputFormat. 0 when there is none of that name. "pix": a pixel format. "sample_fmt": FFmpeg's
+ * number of a sample format. "sample_bits": its code as for qmio_set_dst_audio, 0 when there is none of that name. -1
+ * for an unknown pixel or sample format, any other kind and null.
+ */
+QMIO_API intptr_t qmio_get_id(const char* name, const char* kind);
+
+/* Bytes of a picture with rows aligned to 16 bytes; negative when there is no such picture. */
+QMIO_API int qmio_get_bufsize(int fmt, int width, int height);
+
+/*
+ * The filter text of a Windows file dialog: pairs of texts, each ended by a NUL, the whole by one more. Kinds, in any
+ * case: "sup", "supported"; "pic", "picture", "img", "image"; "vid", "video"; "aud", "audio"; "all" for all of them;
+ * any other gives "All Files" alone.
+ *
+ * buf   may be null: only the size is wanted.
+ * Returns the bytes that the text takes, all NULs counted.
+ */
+QMIO_API int qmio_get_ext(char* buf, const char* kind);
+
 /* ---- Parameters ------------------------------------------------------------------------------------------------- */
 
 /*
- * Numbers about the source. Keys are compared without regard to case; -1 for a null handle and an unknown key.
+ * Texts about a file, by keys in any case:
+ *   "ver", "build"         the library's version, and when it was compiled as twelve digits; need no handle
+ *   "fmt", "fdescr"        name and description of the container that is read
+ *   "ofmt", "ofdescr"      of the container that is written
+ *   "codec", "cdescr"      of the video decoder
+ *   "acodec", "acdescr"    of the first track's decoder
+ *   "pix", "pdescr"        of the decoded pictures' pixel format
+ * An empty text for any other key and for what there is not; null for a null handle. Valid until the handle is closed.
+ */
+QMIO_API const char* qmio_get_file_info(MediaHandle* h, const char* key);
+
+/*
+ * Numbers about a file, by keys in any case. -1 for a null handle and an unknown key. Pointers come as numbers; what
+ * they point to is the handle's. Those marked with a star qmio_get_stream_param answers, too.
  *
- *   "check"                0 when the source is open, -1 after qmio_cancel
- *   "width", "height"      size of the pictures in pixels; 0 without video
- *   "frames"               number of video frames by the source's own word; 1 for a still picture and when unknown
- *   "nvideo", "naudio"     video streams, audio tracks
- *   "video", "audio"       stream index of the video and of the first audio track; -1 for none
- *   "dts_frame"            number of the frame decoded last; -1 for none
- *   "sample_rate"          of the first audio track, in Hz; 0 without one
- *   "channels"             of all audio tracks together
- *   "vb", "ab"             bits per second of the video and of the first audio track; 0 when unknown
- *
- * qmio_get_stream_param answers the same keys and, for the audio track `track`, "sample_rate" and "channels" (0 for a
- * track that does not exist); and "par" and "sar", 1000 times the pixel aspect ratio by the decoder and by the
- * container, 0 when unknown.
+ *   "check"                       0 while the file is open, -1 after qmio_cancel
+ *   "error"                       0, or -1 when the last packet could not be read because nothing is open
+ *   "width", "height" *           size of the pictures in pixels; 0 without video
+ *   "frames" *                    number of video frames by the source's own word; 1 for a still picture and when
+ * unknown "nvideo", "naudio" *          video streams, audio tracks "video", "audio" *            stream index of the
+ * video and of the first audio track; -1 for none "fmt" *                       FFmpeg's input format "codec", "acodec"
+ * *           AVCodec of the video decoder and of the first track's; 0 for none "pix" *                       pixel
+ * format of the decoded pictures; -1 without video "start" *                     frame number that the file's start
+ * time code stands for; 0 without one "interlace", "top_field" *    whether the picture decoded last is interlaced, and
+ * its top field the first; -1 before any "dts_frame"                   number of the frame decoded last; -1 for none
+ *   "sample_rate", "audio_rate"   Hz: of the first track in the file (0 without one), as delivered
+ *   "sample_fmt_id", "audio_fmt_id"   the same for sample formats, FFmpeg's numbers (-1 without a track)
+ *   "sample_fmt", "audio_fmt"     the same as codes of qmio_set_dst_audio (0 without a track)
+ *   "channels", "audio_channels"  channels of all tracks together, in the file and as delivered
+ *   "align" *                     bytes that the first track's codec works in; 0 without one
+ *   "packet" *                    stream index of the packet read last
+ *   "xfmt", "xvcodec", "xacodec", "xvstream"   FFmpeg's contexts of the container, the video decoder and the first
+ *                                 track, and the video stream; 0 for none
+ *   "audio_map"                   the channel map: int32_t per user channel, 64 of them
+ *   "vb", "ab"                    bits per second of the video and of the first audio track; 0 when unknown
  */
 QMIO_API int64_t qmio_get_file_param(MediaHandle* h, const char* key);
+
+/*
+ * Numbers about the streams, by keys in any case. -1 for a null handle and an unknown key. `track` counts only for the
+ * keys of sound, which give 0 for a track that there is not, and for "set_gop".
+ *
+ *   "vpts"                        pts of the picture decoded last in its stream's time base, 0 before any; in a writer
+ *                                 the number of the next picture
+ *   "apts"                        the same for the sound decoded last; in a writer the track's next sample
+ *   "frame_type"                  letter of the picture decoded last ('I', 'P', 'B'), '?' before any
+ *   "frame_num"                   number of the picture decoded last by its time
+ *   "gop", "set_gop"              a number that the handle keeps for the host, 12 at first; sets it to `track` and
+ *                                 returns what it was
+ *   "frame_pos"                   byte position in the file; -1 where there is none
+ *   "pkt_size"                    bytes of the packet read last
+ *   "par", "sar", "dar"           1000 x the aspect ratio of pixels by the decoder, of pixels by the container, of the
+ *                                 picture; 0 when unknown
+ *   "sample_rate", "file_sample_rate"       Hz: of the track in the file
+ *   "audio_rate", "user_sample_rate"        as delivered
+ *   "sample_fmt_id", "file_sample_format"   sample format in the file, FFmpeg's number
+ *   "audio_fmt_id", "user_sample_format"    as delivered
+ *   "sample_fmt", "file_sample_fmt"         sample format in the file, a code of qmio_set_dst_audio
+ *   "audio_fmt", "user_sample_fmt"          as delivered
+ *   "channels", "file_channels"             channels in the file
+ *   "audio_channels", "user_channels"       as delivered
+ */
 QMIO_API int64_t qmio_get_stream_param(MediaHandle* h, const char* key, int track);
+
+/*
+ * Times, by keys in any case. The record is cleared first and filled as far as the key says.
+ *   "video"    start, duration, time base, frame rate (25/1 when nothing is known), container times, frame count
+ *   "audio"    the same for the first track, without rate and count
+ *   "packet"   of the packet read last: pts, dts, duration; start, time base and rate of its stream
+ *   "seek"     the position of the last seek in microseconds, in `start`; returns 0
+ *   "key"      fills nothing; returns 1 when the packet read last is a key packet
+ *   "dur"      fills nothing; returns the number of published frame positions
+ * rec   may be null for the last two.
+ * Returns 1 when the record was filled; 0 for null, an unknown key and what there is not.
+ */
+QMIO_API int qmio_get_time_param(MediaHandle* h, const char* key, qmio_time_param* rec);
+
+/*
+ * "packet" writes pts and dts of the record into the packet read last. "video" and "audio" fill the record as above,
+ * but with nothing that the file does not say itself. Returns 1; 0 for null, an unknown key and what there is not.
+ */
+QMIO_API int qmio_set_time_param(MediaHandle* h, const char* key, qmio_time_param* rec);
+
+/*
+ * The time code of a frame: hours, minutes, seconds and frames, a byte each, from the highest to the lowest. Counted
+ * from frame 0 at the video's frame rate; no frame number is dropped. -1 for null and without video or frame rate.
+ */
+QMIO_API int qmio_get_smpte(MediaHandle* h, int frame);
 
 /* ---- Pixel formats as data -------------------------------------------------------------------------------------- */
 

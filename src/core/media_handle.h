@@ -87,6 +87,7 @@ struct ReaderState {
     int64_t seek_position = 0;  // last seek target in microseconds; 0 after a failed seek
     AVRational frame_rate{0, 1};
     int32_t frame_time_ms = 0;
+    int32_t gop = 12;         // a number of the host's, kept for it
     AVDiscard skip_frame = AVDISCARD_DEFAULT;  // what the host's options leave out, whatever a seek does
     bool moved = false;                        // packets were read or a seek was made since the source was opened
     PendingSeek pending;

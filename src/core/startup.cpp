@@ -2,6 +2,7 @@
 #include "core/ffmpeg_log.h"
 #include "core/pixel_constants.h"
 #include "core/settings.h"
+#include "ffmpeg/catalogue.h"
 #include "ffmpeg/codec_lookup.h"
 #include "ffmpeg/ffmpeg.h"
 #include "platform/loaded_library.h"
@@ -85,6 +86,7 @@ void detach_library() {
         av_log_set_level(level_before);
     current.value = Settings();
     ffmpeg::clear_vetoes();
+    ffmpeg::forget_pixel_formats();
     qmlib::close_log();
 }
 

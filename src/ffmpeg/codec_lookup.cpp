@@ -42,18 +42,6 @@ const AVCodec* find_encoder(AVCodecID id) {
     return find(id, av_codec_is_encoder);
 }
 
-#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(61, 13, 100)
-const AVSampleFormat* sample_formats(const AVCodec& encoder) {
-    const void* formats = nullptr;
-    avcodec_get_supported_config(nullptr, &encoder, AV_CODEC_CONFIG_SAMPLE_FORMAT, 0, &formats, nullptr);
-    return static_cast<const AVSampleFormat*>(formats);
-}
-#else
-const AVSampleFormat* sample_formats(const AVCodec& encoder) {
-    return encoder.sample_fmts;
-}
-#endif
-
 void veto_decoder(const char* name) {
     veto(avcodec_find_decoder_by_name(name));
 }

@@ -10,9 +10,6 @@ namespace qmio::ffmpeg {
 const AVCodec* find_decoder(AVCodecID id);
 const AVCodec* find_encoder(AVCodecID id);
 
-// What the encoder takes, ended by AV_SAMPLE_FMT_NONE; null when it does not say.
-const AVSampleFormat* sample_formats(const AVCodec& encoder);
-
 // Takes the codec of this name out of lookups by id. A name that FFmpeg does not know is ignored. Start-up only.
 void veto_decoder(const char* name);
 void veto_encoder(const char* name);

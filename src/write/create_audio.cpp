@@ -3,7 +3,7 @@
 #include "core/codec_open.h"
 #include "core/option_string.h"
 #include "core/trace.h"
-#include "ffmpeg/codec_lookup.h"
+#include "ffmpeg/catalogue.h"
 #include "write/create.h"
 
 namespace qmio::write {

@@ -1,0 +1,206 @@
+// Texts and numbers about a file.
+#include "audio/sample_formats.h"
+#include "core/entry.h"
+#include "ffmpeg/frame_flags.h"
+#include "ffmpeg/pixel_format.h"
+#include "info/keys.h"
+#include "info/version.h"
+#include "qmio.h"
+
+namespace qmio::info {
+
+namespace {
+
+const AVCodecContext* video_codec(const MediaHandle& handle) {
+    return handle.reader.pCodecCtx;
+}
+const AVCodecContext* audio_codec(const MediaHandle& handle) {
+    return handle.audio.track_codec[0];
+}
+
+// ---- texts ----
+
+struct Text {
+    const char* name;
+    const char* (*value)(const MediaHandle& handle);
+};
+
+template <class Object>
+const char* name_of(const Object* object) {
+    return object != nullptr ? object->name : nullptr;
+}
+template <class Object>
+const char* description_of(const Object* object) {
+    return object != nullptr ? object->long_name : nullptr;
+}
+
+const AVInputFormat* input_format(const MediaHandle& handle) {
+    return handle.format_ctx != nullptr ? handle.format_ctx->iformat : nullptr;
+}
+const AVOutputFormat* output_format(const MediaHandle& handle) {
+    return handle.format_ctx != nullptr ? handle.format_ctx->oformat : nullptr;
+}
+
+const char* pixel_text(const MediaHandle& handle, const char* key) {
+    const AVCodecContext* codec = video_codec(handle);
+    return codec != nullptr ? qmio_get_pix_info(ffmpeg::pixel_format_to_interface(codec->pix_fmt), key) : nullptr;
+}
+
+constexpr Text kTexts[] = {
+    {"fmt", [](const MediaHandle& h) { return name_of(input_format(h)); }},
+    {"fdescr", [](const MediaHandle& h) { return description_of(input_format(h)); }},
+    {"ofmt", [](const MediaHandle& h) { return name_of(output_format(h)); }},
+    {"ofdescr", [](const MediaHandle& h) { return description_of(output_format(h)); }},
+    {"codec", [](const MediaHandle& h) { return name_of(h.reader.video_codec); }},
+    {"cdescr", [](const MediaHandle& h) { return description_of(h.reader.video_codec); }},
+    {"pix", [](const MediaHandle& h) { return pixel_text(h, "name"); }},
+    {"pdescr", [](const MediaHandle& h) { return pixel_text(h, "descr"); }},
+    {"acodec", [](const MediaHandle& h) { return name_of(h.audio.track_decoder[0]); }},
+    {"acdescr", [](const MediaHandle& h) { return description_of(h.audio.track_decoder[0]); }},
+};
+
+const char* file_text(const MediaHandle& handle, const char* key) {
+    const Text* known = find_key(kTexts, key);
+    const char* text = known != nullptr ? known->value(handle) : nullptr;
+    return text != nullptr ? text : "";
+}
+
+// ---- numbers ----
+
+const char* timecode_text(const MediaHandle& handle) {
+    const AVStream* stream = handle.reader.video_st;
+    const AVDictionaryEntry* entry =
+        stream != nullptr ? av_dict_get(stream->metadata, "timecode", nullptr, 0) : nullptr;
+    if (entry == nullptr && handle.format_ctx != nullptr)
+        entry = av_dict_get(handle.format_ctx->metadata, "timecode", nullptr, 0);
+    return entry != nullptr ? entry->value : nullptr;
+}
+
+// The frame that the time code of the file's start names; 0 when it has none.
+int64_t start_frame(const MediaHandle& handle) {
+    const char* text = timecode_text(handle);
+    AVTimecode timecode = {};
+    const bool known = video_codec(handle) != nullptr && text != nullptr &&
+                       av_timecode_init_from_string(&timecode, handle.reader.frame_rate, text, nullptr) >= 0;
+    return known ? timecode.start : 0;
+}
+
+int64_t of_picture(const MediaHandle& handle, bool (*question)(const AVFrame&)) {
+    const AVFrame* picture = decoded_picture(handle);
+    return picture != nullptr ? question(*picture) : -1;
+}
+
+int64_t file_channels(const MediaHandle& handle) {
+    int64_t channels = 0;
+    for (const AVCodecContext* codec : handle.audio.track_codec)
+        channels += codec != nullptr ? codec->ch_layout.nb_channels : 0;
+    return channels;
+}
+
+int64_t user_channels(const MediaHandle& handle) {
+    int64_t channels = 0;
+    for (const int32_t count : handle.audio.track_chans)
+        channels += count;
+    return channels;
+}
+
+// A number out of a codec context, or `otherwise` without one.
+template <class Value>
+int64_t of_codec(const AVCodecContext* codec, int64_t otherwise, Value&& value) {
+    return codec != nullptr ? static_cast<int64_t>(value(*codec)) : otherwise;
+}
+
+constexpr FileKey kNumbers[] = {
+    {"check", false, [](const MediaHandle& h) -> int64_t { return h.format_ctx != nullptr ? 0 : -1; }},
+    {"error", false, [](const MediaHandle& h) -> int64_t { return h.reader.read_result; }},
+    {"width", true, [](const MediaHandle& h) -> int64_t { return h.reader.width; }},
+    {"height", true, [](const MediaHandle& h) -> int64_t { return h.reader.height; }},
+    {"frames", true, [](const MediaHandle& h) -> int64_t { return h.reader.frame_count; }},
+    {"nvideo", true, [](const MediaHandle& h) -> int64_t { return h.reader.video_stream_count; }},
+    {"naudio", true, [](const MediaHandle& h) -> int64_t { return h.audio.track_count; }},
+    {"video", true, [](const MediaHandle& h) -> int64_t { return h.reader.video_stream_index; }},
+    {"audio", true, [](const MediaHandle& h) -> int64_t { return h.audio.track_stream[0]; }},
+    {"fmt", true, [](const MediaHandle& h) { return address(input_format(h)); }},
+    {"codec", true, [](const MediaHandle& h) { return address(h.reader.video_codec); }},
+    {"acodec", true, [](const MediaHandle& h) { return address(h.audio.track_decoder[0]); }},
+    {"pix", true,
+     [](const MediaHandle& h) {
+         return of_codec(video_codec(h), -1,
+                         [](const AVCodecContext& codec) { return ffmpeg::pixel_format_to_interface(codec.pix_fmt); });
+     }},
+    {"start", true, start_frame},
+    {"interlace", true, [](const MediaHandle& h) { return of_picture(h, ffmpeg::is_interlaced); }},
+    {"top_field", true, [](const MediaHandle& h) { return of_picture(h, ffmpeg::is_top_field_first); }},
+    {"dts_frame", false, [](const MediaHandle& h) -> int64_t { return h.reader.have_frame; }},
+    {"sample_rate", false,
+     [](const MediaHandle& h) {
+         return of_codec(audio_codec(h), 0, [](const AVCodecContext& codec) { return codec.sample_rate; });
+     }},
+    {"audio_rate", false, [](const MediaHandle& h) -> int64_t { return h.audio.user_rate; }},
+    {"sample_fmt_id", false,
+     [](const MediaHandle& h) {
+         return of_codec(audio_codec(h), -1, [](const AVCodecContext& codec) { return codec.sample_fmt; });
+     }},
+    {"audio_fmt_id", false, [](const MediaHandle& h) -> int64_t { return h.audio.user_fmt; }},
+    {"sample_fmt", false,
+     [](const MediaHandle& h) {
+         return of_codec(audio_codec(h), 0,
+                         [](const AVCodecContext& codec) { return audio::code_of_sample_format(codec.sample_fmt); });
+     }},
+    {"audio_fmt", false,
+     [](const MediaHandle& h) {
+         return of_codec(audio_codec(h), 0,
+                         [&](const AVCodecContext&) { return audio::code_of_sample_format(h.audio.user_fmt); });
+     }},
+    {"channels", false, file_channels},
+    {"audio_channels", false, user_channels},
+    {"align", true,
+     [](const MediaHandle& h) {
+         return of_codec(audio_codec(h), 0, [](const AVCodecContext& codec) { return codec.block_align; });
+     }},
+    {"packet", true, [](const MediaHandle& h) -> int64_t { return h.reader.packet->stream_index; }},
+    {"xfmt", false, [](const MediaHandle& h) { return address(h.format_ctx.get()); }},
+    {"xvcodec", false, [](const MediaHandle& h) { return address(video_codec(h)); }},
+    {"xacodec", false, [](const MediaHandle& h) { return address(audio_codec(h)); }},
+    {"xvstream", false, [](const MediaHandle& h) { return address(h.reader.video_st); }},
+    {"audio_map", false, [](const MediaHandle& h) { return address(h.audio.chan_map.data()); }},
+    {"vb", false,
+     [](const MediaHandle& h) {
+         return of_codec(video_codec(h), 0, [](const AVCodecContext& codec) { return codec.bit_rate; });
+     }},
+    {"ab", false,
+     [](const MediaHandle& h) {
+         return of_codec(audio_codec(h), 0, [](const AVCodecContext& codec) { return codec.bit_rate; });
+     }},
+};
+
+}  // namespace
+
+const FileKey* find_file_key(const char* key) {
+    return find_key(kNumbers, key);
+}
+
+const AVFrame* decoded_picture(const MediaHandle& handle) {
+    const AVFrame* frame = handle.reader.pFrame.get();
+    return frame != nullptr && frame->data[0] != nullptr ? frame : nullptr;
+}
+
+}  // namespace qmio::info
+
+using namespace qmio;
+
+const char* qmio_get_file_info(MediaHandle* h, const char* key) {
+    if (key != nullptr && av_strcasecmp(key, "ver") == 0)
+        return info::kVersion;
+    if (key != nullptr && av_strcasecmp(key, "build") == 0)
+        return info::build_stamp();
+    return with_handle<const char*>(h, nullptr, "",
+                                    [key](MediaHandle& handle) { return info::file_text(handle, key); });
+}
+
+int64_t qmio_get_file_param(MediaHandle* h, const char* key) {
+    return with_handle<int64_t>(h, info::kUnknownKey, info::kUnknownKey, [key](MediaHandle& handle) {
+        const info::FileKey* known = info::find_file_key(key);
+        return known != nullptr ? known->value(handle) : info::kUnknownKey;
+    });
+}

@@ -1,0 +1,39 @@
+// Values by key. Keys are compared without regard to case.
+#pragma once
+
+#include <cstdint>
+#include <iterator>
+
+#include "core/media_handle.h"
+
+namespace qmio::info {
+
+inline constexpr int64_t kUnknownKey = -1;
+
+// The entry of a table of records with a `name`; null when there is none, and for a null key.
+template <class Entry, std::size_t count>
+const Entry* find_key(const Entry (&table)[count], const char* key) {
+    for (const Entry& entry : table)
+        if (key != nullptr && av_strcasecmp(entry.name, key) == 0)
+            return &entry;
+    return nullptr;
+}
+
+// A key about the whole file.
+struct FileKey {
+    const char* name;
+    bool of_streams;  // answered as a key of the streams, too
+    int64_t (*value)(const MediaHandle& handle);
+};
+
+// Null for a key that there is not.
+const FileKey* find_file_key(const char* key);
+
+inline int64_t address(const void* object) {
+    return static_cast<int64_t>(reinterpret_cast<intptr_t>(object));
+}
+
+// The picture decoded last; null when there is none.
+const AVFrame* decoded_picture(const MediaHandle& handle);
+
+}  // namespace qmio::info

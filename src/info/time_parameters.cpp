@@ -1,0 +1,205 @@
+// The times of streams and packets, and the time code of a frame.
+#include <initializer_list>
+
+#include "core/entry.h"
+#include "core/frame_index.h"
+#include "core/frame_numbers.h"
+#include "info/keys.h"
+#include "qmio.h"
+
+namespace qmio::info {
+
+namespace {
+
+bool is_valid(AVRational ratio) {
+    return ratio.num >= 1 && ratio.den >= 1;
+}
+
+// The first one that is valid; the last one otherwise.
+AVRational first_valid(std::initializer_list<AVRational> ratios) {
+    AVRational last{0, 0};
+    for (const AVRational ratio : ratios) {
+        last = ratio;
+        if (is_valid(ratio))
+            break;
+    }
+    return last;
+}
+
+void set_rate(qmio_time_param& record, AVRational rate) {
+    record.frame_rate_num = rate.num;
+    record.frame_rate_den = rate.den;
+}
+
+void set_time_base(qmio_time_param& record, AVRational base) {
+    record.time_base_num = base.num;
+    record.time_base_den = base.den;
+}
+
+int64_t start_of(const AVStream& stream) {
+    return stream.start_time != AV_NOPTS_VALUE ? stream.start_time : 0;
+}
+
+void fill_stream(const MediaHandle& handle, const AVStream& stream, qmio_time_param& record) {
+    record.start = start_of(stream);
+    record.duration = stream.duration;
+    set_time_base(record, stream.time_base);
+    record.container_start = handle.format_ctx->start_time;
+    record.container_duration = handle.format_ctx->duration;
+}
+
+// The record and the stream that a key is about; false when either is missing.
+bool begin(qmio_time_param* record, const MediaHandle& handle, const AVStream* stream) {
+    if (record != nullptr)
+        *record = {};
+    return record != nullptr && stream != nullptr && handle.format_ctx != nullptr;
+}
+
+int64_t frames_in(const MediaHandle& handle, const AVStream& stream) {
+    if (!is_valid(stream.avg_frame_rate))
+        return 1;
+    return stream.nb_frames >= 1 ? stream.nb_frames : handle.reader.frame_count;
+}
+
+AVRational codec_time_base(const MediaHandle& handle) {
+    const AVCodecContext* codec =
+        handle.reader.pCodecCtx != nullptr ? handle.reader.pCodecCtx : handle.writer.video_codec_ctx;
+    return codec != nullptr ? codec->time_base : AVRational{0, 0};
+}
+
+int get_video(MediaHandle& handle, qmio_time_param* record) {
+    AVStream* const stream = handle.reader.video_st;
+    if (!begin(record, handle, stream))
+        return 0;
+    fill_stream(handle, *stream, *record);
+    set_rate(*record, first_valid({guessed_frame_rate(handle, *stream), stream->avg_frame_rate, stream->r_frame_rate,
+                                   AVRational{25, 1}}));
+    set_time_base(*record, first_valid({stream->time_base, codec_time_base(handle), AVRational{1, 25}}));
+    record->frame_count = frames_in(handle, *stream);
+    return 1;
+}
+
+int get_audio(MediaHandle& handle, qmio_time_param* record) {
+    const AVStream* const stream = handle.audio.track_av_stream[0];
+    if (!begin(record, handle, stream))
+        return 0;
+    fill_stream(handle, *stream, *record);
+    return 1;
+}
+
+AVStream* stream_of_packet(const MediaHandle& handle) {
+    const AVFormatContext* container = handle.format_ctx.get();
+    const int index = handle.reader.packet->stream_index;
+    const bool exists = container != nullptr && index >= 0 && static_cast<unsigned>(index) < container->nb_streams;
+    return exists ? container->streams[index] : nullptr;
+}
+
+int get_packet(MediaHandle& handle, qmio_time_param* record) {
+    AVStream* const stream = stream_of_packet(handle);
+    if (!begin(record, handle, stream))
+        return 0;
+    const AVPacket& packet = *handle.reader.packet;
+    record->pts = packet.pts;
+    record->dts = packet.dts;
+    record->duration = packet.duration;
+    record->start = start_of(*stream);
+    set_time_base(*record, stream->time_base);
+    // Deliberately in another order than for the video stream, and without a rate to end with.
+    set_rate(*record, first_valid({guessed_frame_rate(handle, *stream), stream->r_frame_rate, stream->avg_frame_rate}));
+    return 1;
+}
+
+int get_index_length(MediaHandle& handle, qmio_time_param* record) {
+    begin(record, handle, nullptr);
+    return static_cast<int>(frame_index::frame_total(handle.index_mapping.get()));
+}
+
+int get_key_flag(MediaHandle& handle, qmio_time_param* record) {
+    begin(record, handle, nullptr);
+    return (handle.reader.packet->flags & AV_PKT_FLAG_KEY) != 0 ? 1 : 0;
+}
+
+// Deliberately 0, though the record is filled.
+int get_seek_position(MediaHandle& handle, qmio_time_param* record) {
+    begin(record, handle, nullptr);
+    if (record != nullptr)
+        record->start = handle.reader.seek_position;
+    return 0;
+}
+
+// ---- what the setter calls setting ----
+
+int copy_video(MediaHandle& handle, qmio_time_param* record) {
+    AVStream* const stream = handle.reader.video_st;
+    if (!begin(record, handle, stream))
+        return 0;
+    fill_stream(handle, *stream, *record);
+    set_rate(*record, guessed_frame_rate(handle, *stream));
+    record->frame_count = stream->nb_frames;
+    return 1;
+}
+
+int set_packet(MediaHandle& handle, qmio_time_param* record) {
+    if (record == nullptr)
+        return 0;
+    handle.reader.packet->pts = record->pts;
+    handle.reader.packet->dts = record->dts;
+    return 1;
+}
+
+struct TimeKey {
+    const char* name;
+    int (*run)(MediaHandle& handle, qmio_time_param* record);
+};
+
+constexpr TimeKey kGetters[] = {
+    {"dur", get_index_length}, {"video", get_video},  {"audio", get_audio},
+    {"packet", get_packet},    {"key", get_key_flag}, {"seek", get_seek_position},
+};
+constexpr TimeKey kSetters[] = {{"video", copy_video}, {"audio", get_audio}, {"packet", set_packet}};
+
+template <std::size_t count>
+int run(const TimeKey (&table)[count], MediaHandle* h, const char* key, qmio_time_param* record) {
+    return with_handle(h, 0, 0, [&](MediaHandle& handle) {
+        if (const TimeKey* known = find_key(table, key); known != nullptr)
+            return known->run(handle, record);
+        return begin(record, handle, nullptr) ? 1 : 0;
+    });
+}
+
+// Hours, minutes, seconds and frames, a byte each, from the highest to the lowest.
+int32_t timecode(int64_t frame, AVRational rate) {
+    const int64_t second = frame * rate.den / rate.num;
+    const int64_t minute = second / 60;
+    const int64_t hour = minute / 60;
+    const int64_t rest = frame - second * rate.num / rate.den;
+    const auto byte = [](int64_t value, int shift) { return static_cast<uint32_t>(value & 0xFF) << shift; };
+    return static_cast<int32_t>(byte(hour, 24) | byte(minute - 60 * hour, 16) | byte(second - 60 * minute, 8) |
+                                byte(rest, 0));
+}
+
+int32_t timecode_of(const MediaHandle& handle, int frame) {
+    constexpr int32_t kNone = -1;
+    AVStream* const stream = handle.reader.video_st;
+    if (stream == nullptr)
+        return kNone;
+    const AVRational rate = guessed_frame_rate(handle, *stream);
+    return is_valid(rate) ? timecode(frame, rate) : kNone;
+}
+
+}  // namespace
+}  // namespace qmio::info
+
+using namespace qmio;
+
+int qmio_get_time_param(MediaHandle* h, const char* key, qmio_time_param* rec) {
+    return info::run(info::kGetters, h, key, rec);
+}
+
+int qmio_set_time_param(MediaHandle* h, const char* key, qmio_time_param* rec) {
+    return info::run(info::kSetters, h, key, rec);
+}
+
+int qmio_get_smpte(MediaHandle* h, int frame) {
+    return with_handle(h, -1, -1, [frame](MediaHandle& handle) { return info::timecode_of(handle, frame); });
+}
