@@ -5,6 +5,7 @@
 #include <memory>
 #include <sstream>
 
+#include "info_json.h"
 #include "source.h"
 #include "verbs.h"
 
@@ -58,9 +59,16 @@ void print_audio(const Source& source) {
         print_track(source, track);
 }
 
-void info(const std::string& name) {
-    const Source source(name);
-    std::cout << name << '\n';
+struct InfoOptions {
+    std::string file;
+    bool json = false;
+};
+
+void info(const InfoOptions& options) {
+    const Source source(options.file);
+    if (options.json)
+        return print_json(source, std::cout);
+    std::cout << options.file << '\n';
     print_video(source);
     print_audio(source);
 }
@@ -69,9 +77,10 @@ void info(const std::string& name) {
 
 void add_info(CLI::App& app) {
     CLI::App* verb = app.add_subcommand("info", "Print streams, sizes, rates, counts and durations of a file");
-    auto name = std::make_shared<std::string>();
-    verb->add_option("FILE", *name, "The file to look at")->required();
-    verb->callback([name] { info(*name); });
+    auto options = std::make_shared<InfoOptions>();
+    verb->add_option("FILE", options->file, "The file to look at")->required();
+    verb->add_flag("--json", options->json, "Everything that the library tells, by key, as JSON");
+    verb->callback([options] { info(*options); });
 }
 
 }  // namespace host

@@ -16,10 +16,18 @@ void add_verbs(CLI::App& app) {
     host::add_info(app);
     host::add_frames(app);
     host::add_sheet(app);
+    host::add_audio(app);
+    host::add_wave(app);
+    host::add_convert(app);
+    host::add_make(app);
+    host::add_timecode(app);
+    host::add_formats(app);
+    host::add_codecs(app);
+    host::add_pixel_formats(app);
 }
 
 int run(std::vector<std::string> arguments) {
-    CLI::App app("Reads media files by frame number.", "qmio");
+    CLI::App app("Reads media files by frame number, and writes them.", "qmio");
     app.allow_windows_style_options(false);  // a path may begin with a slash, on Windows too
     app.require_subcommand(1);
     app.failure_message(CLI::FailureMessage::help);

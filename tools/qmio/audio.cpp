@@ -1,0 +1,69 @@
+// qmio audio FILE --track 0 --rate 48000 --channels 2 --format s16 --out out.wav: a track's sound as a WAV file.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <map>
+#include <memory>
+
+#include "failure.h"
+#include "output.h"
+#include "progress.h"
+#include "sound.h"
+#include "verbs.h"
+
+namespace host {
+
+namespace {
+
+struct AudioOptions {
+    std::string file;
+    std::string out = "out.wav";
+    int track = 0;
+    int rate = 48000;
+    int channels = 2;
+    std::string format = "s16";
+};
+
+// What WAV files hold, by sample format.
+const std::map<std::string, std::string>& encoders() {
+    static const std::map<std::string, std::string> names = {{"u8", "pcm_u8"},     {"s16", "pcm_s16le"},
+                                                             {"s32", "pcm_s32le"}, {"s64", "pcm_s64le"},
+                                                             {"flt", "pcm_f32le"}, {"dbl", "pcm_f64le"}};
+    return names;
+}
+
+std::string output_options(const AudioOptions& options) {
+    return "fmt=wav,acodec=" + encoders().at(options.format) + ",ar=" + std::to_string(options.rate) +
+           ",ac=" + std::to_string(options.channels) + ",afmt=" + options.format;
+}
+
+void audio(const AudioOptions& options) {
+    Sound sound(options.file, options.track, {options.channels, options.rate, sample_format_code(options.format)});
+    Output file(options.out, output_options(options));
+    const int64_t seconds = sound.duration_ms() / 1000;
+    Progress progress("audio, seconds", static_cast<int>(seconds));
+    for (Sound::Piece piece = sound.next(); piece.bytes > 0; piece = sound.next()) {
+        file.write(0, piece.samples, piece.bytes);
+        progress.reach(static_cast<int>(std::min(sound.delivered_ms() / 1000, seconds)));
+    }
+    file.close();
+}
+
+}  // namespace
+
+void add_audio(CLI::App& app) {
+    CLI::App* verb = app.add_subcommand("audio", "Write the sound of a track as a WAV file");
+    auto options = std::make_shared<AudioOptions>();
+    verb->add_option("FILE", options->file, "The file to read")->required();
+    verb->add_option("--track", options->track, "Number of the track, counted from 0")
+        ->check(CLI::Range(0, 15))
+        ->capture_default_str();
+    verb->add_option("--rate", options->rate, "Sample rate in Hz")->check(CLI::Range(1, 768000))->capture_default_str();
+    verb->add_option("--channels", options->channels, "Channels")->check(CLI::Range(1, 8))->capture_default_str();
+    verb->add_option("--format", options->format, "Sample format")
+        ->check(CLI::IsMember(encoders()))
+        ->capture_default_str();
+    verb->add_option("--out", options->out, "The WAV file to write")->capture_default_str();
+    verb->callback([options] { audio(*options); });
+}
+
+}  // namespace host

@@ -1,0 +1,70 @@
+#include "output.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+#include <vector>
+
+#include "failure.h"
+#include "text.h"
+
+namespace host {
+
+namespace {
+
+// The library says on standard error why it failed; what is wrong with the place itself can be seen from here.
+std::string reason_of_failed_creation(const std::string& name) {
+    std::error_code error;
+    const std::filesystem::path path = path_of(name);
+    if (std::filesystem::is_directory(path, error))
+        return "cannot be written: it is a folder";
+    if (path.has_parent_path() && !std::filesystem::is_directory(path.parent_path(), error))
+        return "cannot be written: there is no such folder";
+    if (!std::ofstream(path, std::ios::binary | std::ios::app))
+        return "cannot be written: no permission, or no room";
+    return "cannot be made with these options";
+}
+
+MediaHandle* create(const std::string& name, const std::string& options) {
+    try {
+        return qmio_create_ex_w(wide_of(name).c_str(), wide_of(options).c_str(), QMIO_CREATE_INTERLEAVED);
+    } catch (const std::system_error&) {
+        throw Failure(name, "the name or the options are not valid UTF-8");
+    }
+}
+
+}  // namespace
+
+Output::Output(const std::string& name, const std::string& options) : name_(name), handle_(create(name, options)) {
+    if (handle_ == nullptr)
+        throw Failure(name, reason_of_failed_creation(name));
+}
+
+void Output::write(imio_picture& picture) {
+    AVPacket* packet = imio_encode_frame(handle(), &picture);
+    if (packet == nullptr)
+        return;
+    const int bytes = qmio_pkt_time(nullptr, packet, nullptr);
+    const int result = qmio_put_frame(handle(), packet);
+    qmio_pkt_free(packet);
+    if (result < 0)
+        throw Failure(name_, "cannot be written: error " + std::to_string(result));
+    written_ += static_cast<std::uintmax_t>(bytes);
+}
+
+void Output::write(int track, const uint8_t* samples, int bytes) {
+    const int result = qmio_write_track(handle(), track, samples, bytes);
+    if (result < 0)
+        throw Failure(name_, "track " + std::to_string(track) + " does not take its sound: " + std::to_string(result));
+}
+
+void Output::close() {
+    handle_.reset();
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path_of(name_.substr(0, name_.find('|'))), error);
+    if (!error && size < written_)
+        throw Failure(name_, "cannot be written whole");
+}
+
+}  // namespace host

@@ -1,0 +1,43 @@
+// A file that the library writes.
+#pragma once
+
+#include <qmio.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace host {
+
+class Output {
+  public:
+    // Makes the file `name` (UTF-8) from an option string of the library. Throws a Failure that names the file.
+    Output(const std::string& name, const std::string& options);
+
+    MediaHandle* handle() const { return handle_.get(); }
+    int width() const { return static_cast<int>(qmio_get_file_param(handle(), "width")); }
+    int height() const { return static_cast<int>(qmio_get_file_param(handle(), "height")); }
+    bool has_video() const { return qmio_get_file_param(handle(), "nvideo") > 0; }
+    int track_count() const { return static_cast<int>(qmio_get_file_param(handle(), "naudio")); }
+    int track_param(const char* key, int track) const {
+        return static_cast<int>(qmio_get_stream_param(handle(), key, track));
+    }
+
+    // Write what is in the form that the file was made for; throw a Failure when it is not taken.
+    void write(imio_picture& picture);
+    void write(int track, const uint8_t* samples, int bytes);
+
+    // Completes the file. Throws a Failure when it is shorter than what was written into it.
+    void close();
+
+  private:
+    struct Closer {
+        void operator()(MediaHandle* handle) const { qmio_close(handle); }
+    };
+
+    std::string name_;
+    std::unique_ptr<MediaHandle, Closer> handle_;
+    std::uintmax_t written_ = 0;  // bytes that the file has to have at least, as far as is known
+};
+
+}  // namespace host

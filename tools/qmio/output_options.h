@@ -1,0 +1,34 @@
+// What a new file needs to be told, where the user left it out.
+#pragma once
+
+#include <string>
+
+#include "option_list.h"
+
+namespace host {
+
+inline const std::vector<std::string> kVideoEncoderKeys = {"vcodec", "codec:v", "codec", "c:v"};
+inline const std::vector<std::string> kPixelFormatKeys = {"pix", "pix_fmt"};
+
+struct PictureForm {
+    int width = 0;
+    int height = 0;
+    std::string rate;  // N or N/D
+};
+
+struct TrackForm {
+    int channels = 2;
+    int rate = 48000;
+};
+
+// Size, frame rate and a pixel format that the encoder takes. Nothing when no video is asked for. Throws a Failure
+// for an encoder that there is not.
+void add_picture_defaults(OptionList& options, const PictureForm& form);
+
+// "ac=2,ar=48000,afmt=fltp" for an encoder, in a sample format that it takes. Throws a Failure as above.
+std::string track_defaults(const std::string& encoder, const TrackForm& form);
+
+// The number of the pixel format in which the pictures have to come.
+int pixel_format_of(const OptionList& options);
+
+}  // namespace host

@@ -1,0 +1,52 @@
+// The sound of one track of a file, in the form that is asked for, piece by piece.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "source.h"
+
+namespace host {
+
+// Channels, rate in Hz, and sample format as the library's code (bits, negative when planar, 0 and -1 for float).
+struct SoundForm {
+    int channels = 2;
+    int rate = 48000;
+    int format = 16;
+};
+
+// The code of a format's name ("s16", "fltp"). Throws a Failure for a name that is none.
+int sample_format_code(const std::string& name);
+
+class Sound {
+  public:
+    // Throws a Failure when the file has no such track or its sound cannot be decoded.
+    Sound(const std::string& file, int track, const SoundForm& form);
+
+    const SoundForm& form() const { return form_; }
+    int bytes_per_frame() const { return form_.channels * qmio_sample_size(source_.handle()); }
+    int64_t duration_ms() const { return qmio_get_dur(source_.handle()); }
+
+    // The next piece; empty at the end. Valid until the next call. Damaged packets are passed over.
+    struct Piece {
+        const uint8_t* samples = nullptr;
+        int bytes = 0;
+    };
+    Piece next();
+
+    // How much was given so far.
+    int64_t delivered_frames() const { return delivered_frames_; }
+    int64_t delivered_ms() const { return delivered_frames_ * 1000 / form_.rate; }
+
+  private:
+    bool next_packet();
+
+    Source source_;
+    SoundForm form_;
+    std::vector<uint8_t> buffer_;
+    bool in_packet_ = false;
+    int64_t delivered_frames_ = 0;
+};
+
+}  // namespace host

@@ -1,0 +1,75 @@
+#include "sound_writer.h"
+
+#include <algorithm>
+
+namespace host {
+
+namespace {
+
+constexpr int kMostFrames = 32768;
+
+// A run of frames out of a planar block of `frames`, its planes moved together.
+std::vector<uint8_t> cut_planes(const uint8_t* samples, const SoundForm& form, int sample_size, int frames, int first,
+                                int count) {
+    std::vector<uint8_t> run;
+    for (int channel = 0; channel < form.channels; ++channel) {
+        const uint8_t* begin = samples + (static_cast<std::ptrdiff_t>(channel) * frames + first) * sample_size;
+        run.insert(run.end(), begin, begin + static_cast<std::ptrdiff_t>(count) * sample_size);
+    }
+    return run;
+}
+
+}  // namespace
+
+int sample_size(int format) {
+    const int bits = format < -1 ? -format : format;
+    return bits == 128 ? 8 : bits <= 0 ? 4 : bits / 8;
+}
+
+SoundForm form_of_track(const Output& output, int track) {
+    return {output.track_param("file_channels", track), output.track_param("file_sample_rate", track),
+            output.track_param("file_sample_fmt", track)};
+}
+
+void write_samples(Output& output, int track, const SoundForm& form, const uint8_t* samples, int bytes) {
+    const int size_of_one = sample_size(form.format);
+    const int frames = bytes / (size_of_one * form.channels);
+    const bool planar = form.format < 0;
+    for (int first = 0; first < frames; first += kMostFrames) {
+        const int count = std::min(frames - first, kMostFrames);
+        const int size = count * size_of_one * form.channels;
+        if (planar)
+            output.write(track, cut_planes(samples, form, size_of_one, frames, first, count).data(), size);
+        else
+            output.write(track, samples + static_cast<std::ptrdiff_t>(first) * size_of_one * form.channels, size);
+    }
+}
+
+SoundWriter::SoundWriter(Output& output, int track, const std::string& file, int file_track)
+    : output_(output), track_(track) {
+    // A track whose encoder is not known is not written.
+    const SoundForm form = form_of_track(output, track);
+    if (form.channels > 0 && file_track >= 0)
+        sound_ = std::make_unique<Sound>(file, file_track, form);
+}
+
+bool SoundWriter::write_piece() {
+    const Sound::Piece piece = sound_ != nullptr ? sound_->next() : Sound::Piece();
+    if (piece.bytes <= 0)
+        sound_.reset();
+    else
+        write_samples(output_, track_, sound_->form(), piece.samples, piece.bytes);
+    return piece.bytes > 0;
+}
+
+void SoundWriter::write_until(double seconds) {
+    while (sound_ != nullptr && static_cast<double>(sound_->delivered_ms()) < seconds * 1000)
+        write_piece();
+}
+
+void SoundWriter::write_rest() {
+    while (write_piece()) {
+    }
+}
+
+}  // namespace host

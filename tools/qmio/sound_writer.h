@@ -1,0 +1,39 @@
+// A track of a file that is read into a track of one that is written.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "output.h"
+#include "sound.h"
+
+namespace host {
+
+// Bytes of a sample in a format of the library's codes.
+int sample_size(int format);
+
+// Samples in the form of the track, however many: the library takes a limited number at a time.
+void write_samples(Output& output, int track, const SoundForm& form, const uint8_t* samples, int bytes);
+
+// The form that a track of the output takes.
+SoundForm form_of_track(const Output& output, int track);
+
+class SoundWriter {
+  public:
+    SoundWriter(Output& output, int track, const std::string& file, int file_track);
+
+    // Writes on to this time, counted from the start; to the end.
+    void write_until(double seconds);
+    void write_rest();
+
+  private:
+    bool write_piece();
+
+    Output& output_;
+    int track_;
+    std::unique_ptr<Sound> sound_;
+};
+
+}  // namespace host
