@@ -34,7 +34,9 @@ void Resampler::prepare(const SoundForm& from, const SoundForm& to) {
 bool Resampler::init() {
     // Without speakers on either side libswresample would guess which channel is which.
     const bool has_layouts = default_layout_mask(from_.channels) != 0 && default_layout_mask(to_.channels) != 0;
-    if (context_ == nullptr || !has_layouts || swr_init(context_.get()) < 0)
+    // It takes a format that is none, too, and later divides by the size of its samples.
+    const bool has_formats = av_get_bytes_per_sample(from_.format) > 0 && av_get_bytes_per_sample(to_.format) > 0;
+    if (context_ == nullptr || !has_layouts || !has_formats || swr_init(context_.get()) < 0)
         reset();
     return context_ != nullptr;
 }

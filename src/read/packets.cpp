@@ -30,6 +30,13 @@ bool is_selected_audio(const AudioState& audio, int stream) {
     return false;
 }
 
+// Its stream and its times stay known.
+void release_bytes(AVPacket& packet) {
+    av_buffer_unref(&packet.buf);
+    packet.data = nullptr;
+    packet.size = 0;
+}
+
 }  // namespace
 
 bool read_packet(MediaHandle& handle) {
@@ -70,6 +77,7 @@ int get_frame(MediaHandle& handle) {
 
 int release_frame(MediaHandle& handle) {
     av_packet_unref(handle.reader.packet.get());
+    release_bytes(*handle.audio.audio_packet);
     return 0;
 }
 

@@ -15,16 +15,11 @@ const AVCodec* find_encoder(const std::string& name) {
     return reinterpret_cast<const AVCodec*>(encoder);
 }
 
-// The usual one where the encoder takes it, else the first that it names.
+// The one that the encoder names first, or the usual one when it names none.
 std::string pixel_format_for(const std::string& encoder) {
     const auto* formats = static_cast<const int32_t*>(qmio_get_codec_info(find_encoder(encoder), nullptr, "format"));
-    const int usual = qmio_fmtid("AV_PIX_FMT_YUV420P");
-    if (formats == nullptr || *formats == -1)
-        return qmio_get_pix_info(usual, "name");
-    for (const int32_t* format = formats; *format != -1; ++format)
-        if (*format == usual)
-            return qmio_get_pix_info(usual, "name");
-    const char* name = qmio_get_pix_info(*formats, "name");
+    const bool has_formats = formats != nullptr && *formats != -1;
+    const char* name = qmio_get_pix_info(has_formats ? *formats : qmio_fmtid("AV_PIX_FMT_YUV420P"), "name");
     return name != nullptr ? name : "";
 }
 

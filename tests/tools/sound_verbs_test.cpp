@@ -1,0 +1,91 @@
+// qmio audio and wave.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "support/open_media.h"
+#include "tools/command_line.h"
+#include "tools/png_file.h"
+
+namespace qmio::test {
+namespace {
+
+using testing::HasSubstr;
+
+// The chunk of a WAV file that holds its samples.
+Bytes wav_data(const std::filesystem::path& path) {
+    const Bytes file = read_bytes(path);
+    for (std::size_t place = 12; place + 8 <= file.size();) {
+        uint32_t size = 0;
+        std::memcpy(&size, file.data() + place + 4, sizeof size);
+        if (std::memcmp(file.data() + place, "data", 4) == 0)
+            return {file.begin() + static_cast<std::ptrdiff_t>(place) + 8,
+                    file.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(place + 8 + size, file.size()))};
+        place += 8 + size + size % 2;
+    }
+    return {};
+}
+
+TEST(AudioVerb, WritesTheSamplesOfTheFile) {
+    const TempDir folder;
+    const auto file = folder / "out.wav";
+    const Outcome outcome = run_qmio({"audio", made("tone.wav"), "--channels", "1", "--out", utf8(file)});
+    ASSERT_EQ(outcome.exit_code, 0) << outcome.error_text;
+    const Bytes expected = wav_data(media_path("tone.wav"));
+    EXPECT_EQ(expected.size(), 2U * 96000);
+    EXPECT_EQ(wav_data(file), expected);
+}
+
+TEST(AudioVerb, FormIsTheUsersChoice) {
+    const TempDir folder;
+    const auto file = folder / "out.wav";
+    ASSERT_EQ(run_qmio({"audio", made("tone.wav"), "--rate", "24000", "--channels", "2", "--format", "flt", "--out",
+                        utf8(file)})
+                  .exit_code,
+              0);
+    const Media media = open_media(file);
+    ASSERT_NE(media, nullptr);
+    EXPECT_EQ(file_param(media, "sample_rate"), 24000);
+    EXPECT_EQ(file_param(media, "channels"), 2);
+    EXPECT_EQ(file_param(media, "sample_fmt"), 0) << "float";
+    EXPECT_NEAR(static_cast<double>(wav_data(file).size()), 2.0 * 24000 * 2 * 4, 24000 * 8 * 0.01);
+}
+
+TEST(AudioVerb, ATrackThatIsNotThereIsNamed) {
+    const TempDir folder;
+    const Outcome outcome = run_qmio({"audio", made("tone.wav"), "--track", "3", "--out", utf8(folder / "out.wav")});
+    EXPECT_EQ(outcome.exit_code, 1);
+    EXPECT_THAT(outcome.error_text, HasSubstr("has no track 3"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "out.wav"));
+}
+
+bool is_wave(const uint8_t* pixel) {
+    return pixel[2] > 200 && pixel[0] < 150;
+}
+
+TEST(WaveVerb, ShowsEveryTrackAtItsLoudness) {
+    const TempDir folder;
+    const auto file = folder / "wave.png";
+    ASSERT_EQ(run_qmio({"wave", made("two_audio_tracks.mp4"), "--out", utf8(file), "--width", "400"}).exit_code, 0);
+    const PngFile picture = read_png(file);
+    ASSERT_EQ(picture.width, 400);
+    int bands = 0;
+    bool inside = false;
+    for (int y = 0; y < picture.height; ++y) {
+        const bool wave = is_wave(picture.pixel(200, y));
+        bands += wave && !inside;
+        inside = wave;
+    }
+    EXPECT_EQ(bands, 2) << "one per track";
+}
+
+TEST(WaveVerb, AFileWithoutSoundIsNamed) {
+    const TempDir folder;
+    const Outcome outcome = run_qmio({"wave", made("plain.mp4"), "--out", utf8(folder / "wave.png")});
+    EXPECT_EQ(outcome.exit_code, 1);
+    EXPECT_THAT(outcome.error_text, HasSubstr("has no sound"));
+}
+
+}  // namespace
+}  // namespace qmio::test
