@@ -132,7 +132,7 @@ typedef struct pkt_time_info {
     int64_t reserved[3];
 } pkt_time_info;
 
-/* Times of a stream or packet; timestamps in units of its time base. */
+/* Times of a stream or packet, in units of its time base; what is unknown is the smallest 64-bit integer. */
 typedef struct qmio_time_param {
     int64_t pts;      /* of a packet */
     int64_t dts;      /* of a packet */
@@ -420,11 +420,13 @@ QMIO_API int qmio_set_dst_audio(MediaHandle* h, int chans, int rate, int fmt_cod
  *
  * buf   receives the samples. Packed: channel after channel, frame after frame. Planar: one plane after the other,
  *       without gaps. How long a frame is decides its codec: 1,024 to 4,608 samples are usual, lossless codecs go to
- *       65,536 and a little more; room for two seconds holds the frames of all common ones.
+ *       65,536 and more, a little over a second. Uncompressed sound comes in frames as long as its packet: ask
+ *       qmio_get_stream_param "pkt_size" before the call; no such codec makes more than 8 samples out of a byte.
  * pkt   its data and size advance as they are used; it stays the caller's. Packets of a track that is not chosen are
  *       delivered, too.
  * A channel of a packed format that the map feeds from a channel which the source does not have gets the source's
- * first; one without source becomes silent. Planes are not mapped.
+ * first, also where converting made more channels: stereo asked for as 6 packed channels has its first in the last
+ * four. One without source becomes silent. Planes are not mapped; those beyond what there is are silent.
  * Returns the bytes written; 0 when the packet gave nothing (more), is damaged, is no audio, or anything is null.
  */
 QMIO_API int qmio_audio_frame(MediaHandle* h, void* buf);
@@ -482,11 +484,11 @@ QMIO_API AVPacket* qmio_pkt_dup(MediaHandle* h, AVPacket* dst);
 
 /*
  * Makes `src` the packet that the handle's qmio_video_frame and qmio_audio_frame decode. Decoding sound uses up the
- * handle's copy for it; qmio_pkt_get still gives the packet whole. Returns 1, or 0 when either is null.
+ * handle's copy for it; qmio_pkt_get still gives the packet whole. Returns 1; 0 for null and when memory is short.
  */
 QMIO_API int qmio_pkt_put(MediaHandle* h, const AVPacket* src);
 
-/* Lays a packet aside in the handle, and copies it back from there. Return 1, or 0 when either is null. */
+/* Lays a packet aside in the handle, and copies it back from there. Return 1; 0 for null and when memory is short. */
 QMIO_API int qmio_pkt_save(MediaHandle* h, const AVPacket* src);
 QMIO_API int qmio_pkt_restore(MediaHandle* h, AVPacket* dst);
 
@@ -522,7 +524,8 @@ enum {
  * name      a file name or URL, cut at the first '|'; or, for the narrow forms, "mem:": the pointer is a block of the
  *           caller's memory, laid out as for opening: 32 bytes of header with the size of the data behind it. What does
  *           not fit is left out. The block stays the caller's until the close, which writes the number of bytes into
- *           the header: "mem:", eight upper-case hexadecimal digits, a full stop.
+ *           the header: "mem:", eight upper-case hexadecimal digits (the low 32 bits), a full stop. A block whose
+ *           header tells no size is refused; one whose creation fails late may be left with eight zeros there.
  * options   key=value pairs, separated by ',', line feeds or blanks; at most 511 characters of a key or a value count.
  *           A value in double quotes keeps commas and blanks; lines that begin with '#', '/' or ';' are comments; a
  *           carriage return belongs to the value that it follows. A wide string holds at most 4,095 bytes as ANSI text.
@@ -543,12 +546,13 @@ enum {
  *             timecode                       start time code, hh:mm:ss:ff
  *             strict:v, strict:a             "experimental" allows experimental encoders
  *           Every other key is handed to FFmpeg: to the container if it knows it, "key:v" or "key" to the video
- * encoder, "key:a" or "key" to the audio encoders ("b:v=2M,g=50,preset=fast,movflags=faststart"). Numbers may end in k,
- * M or G (with an i: powers of 1024) and B (times 8). Keys that nobody knows are ignored. flags     QMIO_CREATE_ flags;
- * others are FFmpeg's AVIO_FLAG_ flags for the output
+ *           encoder, "key:a" or "key" to the audio encoders ("b:v=2M,g=50,preset=fast,movflags=faststart"). Numbers may
+ *           end in k, M or G (with an i: powers of 1024) and B (times 8). Keys that nobody knows are ignored.
+ *           Narrow options are in the ANSI code page, like names.
+ * flags     QMIO_CREATE_ flags; others are FFmpeg's AVIO_FLAG_ flags for the output
  *
- * Returns the handle; null when something cannot be made, after a message on standard error and in the log. An audio
- * encoder that is not known leaves its track out. qmio_write_track tells such a track by its result.
+ * Returns the handle; null when something cannot be made, after a message on standard error and in the log where it was
+ * an encoder, the output or the header. An audio encoder that is not known leaves its track out. qmio_write_track tells such a track by its result.
  */
 QMIO_API MediaHandle* qmio_create_a(const char* name, const char* options);
 QMIO_API MediaHandle* qmio_create_ex_a(const char* name, const char* options, uint32_t flags);
@@ -564,7 +568,8 @@ QMIO_API MediaHandle* qmio_create_ex_w(const wchar_t* name, const wchar_t* optio
  * pic    (the imio_ form) the same, its rows aligned to the record's alignment; nothing else of the record is read.
  *
  * The _write_ forms return 0 when the packet was written and also when the encoder wants more pictures first; a
- * negative FFmpeg error when writing failed; 0 for null and for a handle without video. The _encode_ forms return
+ * negative FFmpeg error when writing failed; 0 for null, for a handle without video and for a picture that cannot be
+ * encoded, an alignment that is no power of two among them. The _encode_ forms return
  * the packet instead, which becomes the caller's (qmio_pkt_free), or null when none came out. No packet is lost: one
  * that an encoder gave in surplus comes with the next call, or is written by qmio_close.
  */
@@ -588,7 +593,7 @@ enum {
     QMIO_TRACK_NO_ENCODER = -5,
     QMIO_TRACK_NO_STREAM = -6, /* the handle was cancelled */
     QMIO_TRACK_NO_FORM = -7,   /* the options gave no channels or no sample format */
-    QMIO_TRACK_NO_RING = -8,   /* one frame of the encoder is larger than 192,000 bytes */
+    QMIO_TRACK_NO_RING = -8,   /* a frame of the encoder is above 192,000 bytes or 48,000 samples */
     QMIO_TRACK_NO_BUFFER = -9,
     QMIO_TRACK_ENCODE_FAILED = -10,
     QMIO_TRACK_NO_DATA = -11,    /* null data for an encoder that takes any number of samples */
@@ -601,13 +606,14 @@ enum {
  *
  * data    samples of all channels: packed, or plane behind plane for a planar format. Null: silence, as much as `bytes`
  *         would be.
- * bytes   what is left over behind the last whole sample is dropped. At most 48,000 samples at a time for encoders of
- *         fixed frames (AAC, MP2, AC-3, ...): what exceeds them is not kept as it should be.
+ * bytes   what is left over behind the last whole sample is dropped. At most 48,000 samples less one frame of the encoder
+ *         at a time for encoders of fixed frames (AAC, MP2, AC-3, ...; 32,768 is right for all usual ones): what
+ *         exceeds that is not kept as it should be.
  *
  * Encoders of fixed frames get whole ones; the rest waits for the next call. qmio_close fills up the last frame with
  * silence. What an audio encoder itself holds back is not fetched at the end.
- * Returns 0 or more when all went well, whatever the disk said (see qmio_write_frame for that); below 0 a QMIO_TRACK_
- * code.
+ * Returns 0 or more when all went well, whatever the disk said; below 0 a QMIO_TRACK_ code. Output is buffered: after
+ * qmio_flush a full disk shows in the result of the next qmio_write_frame or qmio_put_frame.
  */
 QMIO_API int qmio_write_track(MediaHandle* h, int track, const uint8_t* data, int bytes);
 QMIO_API int qmio_write_audio(MediaHandle* h, const uint8_t* data, int bytes);
@@ -626,9 +632,10 @@ QMIO_API int qmio_flush(MediaHandle* h);
 
 /*
  * Abandons a source or an output, also while another thread's call on the handle is waiting for the network: that call
- * returns, then the source is closed, or the output as it is, without a trailer. Returns 0. The handle stays and has to
- * be closed, after that other call has returned; until then reading from it gives its end. A read of a local file, pipe
- * or device that the system itself has blocked ends only when the system ends it.
+ * returns, then the source is closed, or the output as it is, without a trailer and without what is still buffered.
+ * Returns 0. The handle stays and has to be closed, after that other call has returned; until then reading from it gives
+ * its end. A read or write of a local file, pipe or device that the system itself has blocked ends only when the system
+ * ends it. Not while qmio_close runs on the handle.
  */
 QMIO_API int qmio_cancel(MediaHandle* h);
 
@@ -806,13 +813,16 @@ QMIO_API const char* qmio_get_file_info(MediaHandle* h, const char* key);
  *   "check"                       0 while the file is open, -1 after qmio_cancel
  *   "error"                       0, or -1 when the last packet could not be read because nothing is open
  *   "width", "height" *           size of the pictures in pixels; 0 without video
- *   "frames" *                    number of video frames by the source's own word; 1 for a still picture and when
- * unknown "nvideo", "naudio" *          video streams, audio tracks "video", "audio" *            stream index of the
- * video and of the first audio track; -1 for none "fmt" *                       FFmpeg's input format "codec", "acodec"
- * *           AVCodec of the video decoder and of the first track's; 0 for none "pix" *                       pixel
- * format of the decoded pictures; -1 without video "start" *                     frame number that the file's start
- * time code stands for; 0 without one "interlace", "top_field" *    whether the picture decoded last is interlaced, and
- * its top field the first; -1 before any "dts_frame"                   number of the frame decoded last; -1 for none
+ *   "frames" *                    number of video frames by the source's own word; 1 for a still picture and
+ *                                 when unknown
+ *   "nvideo", "naudio" *          video streams, audio tracks
+ *   "video", "audio" *            stream index of the video and of the first audio track; -1 for none
+ *   "fmt" *                       FFmpeg's input format
+ *   "codec", "acodec" *           AVCodec of the video decoder and of the first track's; 0 for none
+ *   "pix" *                       pixel format of the decoded pictures; -1 without video
+ *   "start" *                     frame number that the file's start time code stands for; 0 without one
+ *   "interlace", "top_field" *    whether the picture decoded last is interlaced, its top field first; -1 before any
+ *   "dts_frame"                   number of the frame decoded last; -1 for none
  *   "sample_rate", "audio_rate"   Hz: of the first track in the file (0 without one), as delivered
  *   "sample_fmt_id", "audio_fmt_id"   the same for sample formats, FFmpeg's numbers (-1 without a track)
  *   "sample_fmt", "audio_fmt"     the same as codes of qmio_set_dst_audio (0 without a track)
@@ -830,8 +840,8 @@ QMIO_API int64_t qmio_get_file_param(MediaHandle* h, const char* key);
  * Numbers about the streams, by keys in any case. -1 for a null handle and an unknown key. `track` counts only for the
  * keys of sound, which give 0 for a track that there is not, and for "set_gop".
  *
- *   "vpts"                        pts of the picture decoded last in its stream's time base, 0 before any; in a writer
- *                                 the number of the next picture
+ *   "vpts"                        pts of the picture decoded last in its stream's time base, 0 before any, the
+ *                                 smallest 64-bit integer when unknown; in a writer the number of the next picture
  *   "apts"                        the same for the sound decoded last; in a writer the track's next sample
  *   "frame_type"                  letter of the picture decoded last ('I', 'P', 'B'), '?' before any
  *   "frame_num"                   number of the picture decoded last by its time

@@ -29,12 +29,6 @@ int32_t to_file_channel(const AudioState& audio, int32_t track_channel) {
     return static_cast<int32_t>(channel);
 }
 
-int32_t find_track(const AudioState& audio, int32_t stream) {
-    const auto end = audio.track_stream.begin() + audio.track_count;
-    const auto found = std::find(audio.track_stream.begin(), end, stream);
-    return found != end && stream >= 0 ? static_cast<int32_t>(found - audio.track_stream.begin()) : kNotFound;
-}
-
 int32_t mapped_channel(const AudioState& audio, int32_t user_channel) {
     const bool has_entry = user_channel >= 0 && user_channel < kMaxUserChannels;
     return has_entry ? audio.chan_map[static_cast<std::size_t>(user_channel)] : user_channel;
@@ -50,6 +44,7 @@ namespace {
 
 int32_t set_track(AudioState& audio, int32_t track) {
     constexpr int32_t kFailed = 0;
+    // A negative number is taken also where there are no tracks.
     if (track >= audio.track_count)
         return kFailed;
     const std::size_t source = static_cast<std::size_t>(std::max(track, 0));

@@ -28,9 +28,6 @@ constexpr bool is_track(int32_t track) {
 int32_t to_track_channel(const AudioState& audio, int32_t file_channel);
 int32_t to_file_channel(const AudioState& audio, int32_t track_channel);
 
-// The track of a stream; kNotFound for one that is no audio track.
-int32_t find_track(const AudioState& audio, int32_t stream);
-
 // The file channel that feeds a channel of the host; beyond the map's end channels feed themselves.
 int32_t mapped_channel(const AudioState& audio, int32_t user_channel);
 void map_channels_to_themselves(AudioState& audio);

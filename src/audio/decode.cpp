@@ -1,12 +1,12 @@
 #include "audio/decode.h"
 
-#include <initializer_list>
 #include <optional>
 
 #include "audio/channels.h"
 #include "audio/deliver.h"
 #include "audio/sample_formats.h"
 #include "core/entry.h"
+#include "core/frame_numbers.h"
 #include "core/trace.h"
 #include "qmio.h"
 
@@ -17,7 +17,7 @@ namespace {
 constexpr const wchar_t* kTag = L"qmio_audio_pkt";
 
 bool can_decode(const AudioState& audio, int32_t track) {
-    return track != kNotFound && audio.track_codec[static_cast<std::size_t>(track)] != nullptr;
+    return track != kNoTrack && audio.track_codec[static_cast<std::size_t>(track)] != nullptr;
 }
 
 bool is_rest(const PacketRest& rest, const AVPacket& packet) {
@@ -47,13 +47,6 @@ int decode_step(AudioState& audio, std::size_t track, AVPacket& packet, int* got
     return result;
 }
 
-int64_t first_known(std::initializer_list<int64_t> timestamps) {
-    for (const int64_t timestamp : timestamps)
-        if (timestamp != AV_NOPTS_VALUE)
-            return timestamp;
-    return AV_NOPTS_VALUE;
-}
-
 // Deliberately by the first track's clock whichever track the frame belongs to, and only while there is a video frame.
 int32_t time_of_frame(const MediaHandle& handle) {
     constexpr int32_t kUnknown = -1;
@@ -61,12 +54,12 @@ int32_t time_of_frame(const MediaHandle& handle) {
     const AVStream* stream = audio.track_av_stream[0];
     if (handle.reader.pFrame == nullptr || stream == nullptr)
         return kUnknown;
-    const AVFrame& frame = *audio.audio_frame;
-    const int64_t timestamp = first_known({frame.pts, frame.pkt_dts, audio.audio_packet->pts, audio.audio_packet->dts});
+    const int64_t timestamp = picture_timestamp(*audio.audio_frame, audio.audio_packet.get());
     if (timestamp == AV_NOPTS_VALUE)
         return kUnknown;
-    const int64_t start = stream->start_time == AV_NOPTS_VALUE ? 0 : stream->start_time;
-    const double ms = static_cast<double>(timestamp - start) * 1000 * av_q2d(stream->time_base);
+    // As doubles: a host's packet may carry any number.
+    const double ticks = static_cast<double>(timestamp) - static_cast<double>(start_or_zero(*stream));
+    const double ms = ticks * 1000 * av_q2d(stream->time_base);
     return ms > -2147483648.0 && ms < 2147483648.0 ? static_cast<int32_t>(ms) : kUnknown;
 }
 

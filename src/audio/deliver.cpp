@@ -55,7 +55,8 @@ ffmpeg::Resampler* resampler_for(AudioState& audio, std::size_t track, const ffm
     const ffmpeg::SoundForm target{delivered_channels(audio, track), static_cast<AVSampleFormat>(audio.user_fmt),
                                    audio.user_rate};
     ffmpeg::Resampler& own = audio.track_own_swr[track];
-    if (!own || own.from() != form || own.to() != target) {
+    // Where there is none for this pair of forms it is not tried again at every frame.
+    if (own.from() != form || own.to() != target) {
         own.prepare(form, target);
         own.init();
     }

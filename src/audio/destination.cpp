@@ -13,10 +13,6 @@ namespace {
 
 constexpr const wchar_t* kTag = L"qmio_set_dst_audio";
 
-bool is_writer(const MediaHandle& handle) {
-    return (handle.writer.mode & mode::writer) != 0;
-}
-
 void free_resamplers(AudioState& audio) {
     audio.swr.reset();
     for (ffmpeg::Resampler& resampler : audio.track_swr)
@@ -110,7 +106,7 @@ int32_t set_destination(MediaHandle& handle, int32_t channels, int32_t rate, int
     audio.user_fmt = audio.cur_track < 0 ? av_get_packed_sample_fmt(format) : format;
     free_resamplers(audio);
     audio.user_rate = rate;
-    audio.user_chans = channels;
+    audio.user_chans = std::max(channels, 0);
     if (!is_writer(handle))
         update_tables(audio);
     map_channels_to_themselves(audio);

@@ -48,7 +48,7 @@ int32_t scatter_by_map(const AudioState& audio, uint8_t* target, const uint8_t* 
 int32_t scatter_at_flat_place(const AudioState& audio, uint8_t* target, const uint8_t* source, int32_t samples,
                               int32_t track) {
     const int32_t first = to_file_channel(audio, track_channel(track, 0));
-    if (first >= audio.user_chans)
+    if (first < 0 || first >= audio.user_chans)
         return 0;
     if (samples < 1)
         return samples;

@@ -1,5 +1,6 @@
 // The host's sound into the form of a track that is being written.
 #include <cstring>
+#include <limits>
 
 #include "audio/channels.h"
 #include "audio/planes.h"
@@ -44,7 +45,7 @@ ffmpeg::Resampler* resampler_for(AudioState& audio, std::size_t track) {
     if (file == audio.swr.to())
         return &audio.swr;
     ffmpeg::Resampler& own = audio.track_swr[track];
-    if (!own || own.from() != audio.swr.from() || own.to() != file) {
+    if (own.from() != audio.swr.from() || own.to() != file) {
         own.prepare(audio.swr.from(), file);
         own.init();
     }
@@ -57,6 +58,8 @@ int32_t convert(ffmpeg::Resampler& resampler, uint8_t* target, const uint8_t* so
     const ffmpeg::SoundForm& file = resampler.to();
     const int input = source_bytes / static_cast<int>(block_size(user, 1));
     const int output = resampler.expected(input, user.rate);
+    if (block_size(file, output) > static_cast<std::size_t>(std::numeric_limits<int32_t>::max()))
+        return kFailed;
     Planes to = planes_in(target, file, output);
     trace_planes("dst", file, output);
     const Planes from = planes_in(const_cast<uint8_t*>(source), user, input);
@@ -82,8 +85,7 @@ int32_t resample_track(MediaHandle& handle, int32_t track, uint8_t* target, cons
         return source_bytes;
     }
     // A reader's resampler leads the other way.
-    const bool is_writer = (handle.writer.mode & mode::writer) != 0;
-    if (!is_writer || !is_track(track) || audio.track_codec[static_cast<std::size_t>(track)] == nullptr)
+    if (!is_writer(handle) || !is_track(track) || audio.track_codec[static_cast<std::size_t>(track)] == nullptr)
         return 0;
     ffmpeg::Resampler* const resampler = resampler_for(audio, static_cast<std::size_t>(track));
     return resampler != nullptr ? convert(*resampler, target, source, source_bytes) : 0;

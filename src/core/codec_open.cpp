@@ -1,6 +1,7 @@
 #include "core/codec_open.h"
 
 #include <mutex>
+#include <utility>
 
 #include "core/settings.h"
 
@@ -18,11 +19,16 @@ int open_once(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary*
 }  // namespace
 
 int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary* options) {
+    // A failed attempt empties the options and takes the channel layout out of the context.
+    ffmpeg::Dictionary options_again = options != nullptr ? options->copy() : ffmpeg::Dictionary();
+    const ffmpeg::ChannelLayout layout(context.ch_layout);
     const int result = open_once(context, codec, options);
     // FFmpeg gives up altogether when the system has no thread left to give.
     if (result != AVERROR(EAGAIN) && result != AVERROR(ENOMEM))
         return result;
-    // What the first attempt took out of the options is in the context by now.
+    if (options != nullptr)
+        *options = std::move(options_again);
+    layout.copy_to(context.ch_layout);
     context.thread_count = 1;
     return open_once(context, codec, options);
 }

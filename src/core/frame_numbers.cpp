@@ -23,11 +23,11 @@ int32_t to_int32(double value) {
     return std::isnan(value) ? kNoFrame : static_cast<int32_t>(std::clamp(value, low, high));
 }
 
+}  // namespace
+
 int64_t start_or_zero(const AVStream& stream) {
     return stream.start_time != AV_NOPTS_VALUE ? stream.start_time : 0;
 }
-
-}  // namespace
 
 AVRational guessed_frame_rate(const MediaHandle& handle, AVStream& stream) {
     return av_guess_frame_rate(handle.format_ctx.get(), &stream, nullptr);

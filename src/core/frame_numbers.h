@@ -12,6 +12,9 @@ inline constexpr int kNoFrame = -1;
 // The frame rate that FFmpeg guesses for the stream.
 AVRational guessed_frame_rate(const MediaHandle& handle, AVStream& stream);
 
+// The stream's start time; 0 when unknown.
+int64_t start_or_zero(const AVStream& stream);
+
 // Frame number -> timestamp of the stream, start time included. Integer arithmetic, each division truncating.
 int64_t frame_to_timestamp(const MediaHandle& handle, AVStream& stream, int64_t frame);
 

@@ -87,7 +87,7 @@ struct ReaderState {
     int64_t seek_position = 0;  // last seek target in microseconds; 0 after a failed seek
     AVRational frame_rate{0, 1};
     int32_t frame_time_ms = 0;
-    int32_t gop = 12;         // a number of the host's, kept for it
+    int32_t gop = 12;                          // a number of the host's, kept for it
     AVDiscard skip_frame = AVDISCARD_DEFAULT;  // what the host's options leave out, whatever a seek does
     bool moved = false;                        // packets were read or a seek was made since the source was opened
     PendingSeek pending;
@@ -208,6 +208,15 @@ AVIOInterruptCB interrupt_callback(MediaHandle& handle);
 
 // True while there is a container to read from: not before the open, after a cancel or in a writer.
 bool is_demuxing(const MediaHandle& handle);
+
+bool is_writer(const MediaHandle& handle);
+
+// The audio track that a stream is; kNoTrack for any other stream.
+inline constexpr int32_t kNoTrack = -1;
+int32_t find_track(const AudioState& audio, int32_t stream);
+
+// The container's stream that a packet names; null when there is none.
+AVStream* stream_of_packet(const MediaHandle& handle, const AVPacket& packet);
 
 // Closes the container and forgets the streams that it owned.
 void release_container(MediaHandle& handle);

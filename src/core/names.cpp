@@ -52,6 +52,12 @@ std::optional<std::string> ansi_options(const wchar_t* wide, std::size_t limit) 
     return options;
 }
 
+std::optional<std::string> utf8_options(const char* ansi) {
+    if (ansi == nullptr)
+        return std::nullopt;
+    return platform::narrow(platform::widen(ansi, platform::kCodePageAnsi), platform::kCodePageUtf8);
+}
+
 std::wstring wide_name(const char* name) {
     return platform::widen(name, settings().code_page);
 }

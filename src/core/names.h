@@ -13,6 +13,9 @@ std::optional<std::string> core_name(const wchar_t* wide);
 // An option string in the ANSI code page; empty when it is longer than `limit` bytes or null.
 std::optional<std::string> ansi_options(const wchar_t* wide, std::size_t limit);
 
+// An option string of the ANSI code page as FFmpeg takes it: UTF-8, on every system. Empty for null.
+std::optional<std::string> utf8_options(const char* ansi);
+
 // A core name as wide text, for messages.
 std::wstring wide_name(const char* name);
 

@@ -126,7 +126,8 @@ bool cut_stream_suffix(std::string& key, int filter) {
 void add_known_options(void* object, ffmpeg::Dictionary& dictionary, const char* options, int filter,
                        int search_flags) {
     for_each_option(options, [&](const Token& token) {
-        // FFmpeg has options named "ar" and "ac" too; handed on, one track's would end up in all of them.
+        // FFmpeg has options named "ar" and "ac" too; handed on, one track's would end up in all of them. The same with a
+        // suffix ("ar:a"), which no longer names a track.
         if (creation_key(token.key) != CreationKey::none)
             return;
         std::string key = token.key;

@@ -1,4 +1,4 @@
-// One packet in, at most one picture out, over FFmpeg's send/receive interface.
+// One packet in, at most one frame out, over FFmpeg's send/receive interface.
 #pragma once
 
 #include <cstddef>
@@ -9,19 +9,19 @@
 
 namespace qmio::ffmpeg {
 
-// Keeps the pictures that a decoder yields in surplus, so that none is lost. The codec context stays the caller's.
+// Keeps the frames that a decoder yields in surplus, so that none is lost. The codec context stays the caller's.
 class Decoder {
   public:
     void attach(AVCodecContext* context) { context_ = context; }
 
-    // Feeds `packet` (null or empty: drains) and moves the oldest decoded picture into `frame`. Sets *got to 1 when
+    // Feeds `packet` (null or empty: drains) and moves the oldest decoded frame into `frame`. Sets *got to 1 when
     // there was one. Returns the bytes used, always the whole packet, or a negative FFmpeg error.
     int decode(AVFrame* frame, int* got, const AVPacket* packet);
 
     // True while frames of packets that were fed are waiting.
     bool has_kept() const { return !kept_.empty(); }
 
-    // Moves the oldest picture that can come out without new input into `frame`; false when there is none.
+    // Moves the oldest frame that can come out without new input into `frame`; false when there is none.
     bool take_kept(AVFrame* frame);
 
     // Forgets everything decoded and makes the codec ready for packets of another place.

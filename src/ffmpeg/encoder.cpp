@@ -5,10 +5,10 @@ namespace qmio::ffmpeg {
 int Encoder::encode(AVPacket* packet, int* got, const AVFrame* frame) {
     *got = 0;
     const int result = feed(frame);
-    // A packet that is there is handed out first; the error belongs to a frame whose packet never comes.
+    // A packet that is there is handed out beside an error, which belongs to a frame whose packet never comes.
     if (take_kept(packet))
         *got = 1;
-    return result < 0 && *got == 0 ? result : 0;
+    return result < 0 ? result : 0;
 }
 
 bool Encoder::take_kept(AVPacket* packet) {

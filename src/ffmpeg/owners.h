@@ -12,6 +12,7 @@ struct Deleter {
     void operator()(AVFrame* frame) const { av_frame_free(&frame); }
     void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
     void operator()(SwsContext* context) const { sws_freeContext(context); }
+    void operator()(AVAudioFifo* fifo) const { av_audio_fifo_free(fifo); }
     void operator()(SwrContext* context) const { swr_free(&context); }
     // A demuxer is closed, a muxer only freed: its output is closed before, by who opened it.
     void operator()(AVFormatContext* context) const {
@@ -38,8 +39,23 @@ using CodecContextPtr = std::unique_ptr<AVCodecContext, Deleter>;
 using FormatContextPtr = std::unique_ptr<AVFormatContext, Deleter>;
 using CustomIoPtr = std::unique_ptr<AVIOContext, Deleter>;
 using ScalerPtr = std::unique_ptr<SwsContext, Deleter>;
+using AudioFifoPtr = std::unique_ptr<AVAudioFifo, Deleter>;
 using ResamplerPtr = std::unique_ptr<SwrContext, Deleter>;
 using BlockPtr = std::unique_ptr<uint8_t, BlockDeleter>;
+
+// A channel layout of our own.
+class ChannelLayout {
+  public:
+    explicit ChannelLayout(const AVChannelLayout& layout) { av_channel_layout_copy(&layout_, &layout); }
+    ChannelLayout(const ChannelLayout&) = delete;
+    ChannelLayout& operator=(const ChannelLayout&) = delete;
+    ~ChannelLayout() { av_channel_layout_uninit(&layout_); }
+
+    void copy_to(AVChannelLayout& target) const { av_channel_layout_copy(&target, &layout_); }
+
+  private:
+    AVChannelLayout layout_ = {};
+};
 
 // A block that only ever grows, with what it held forgotten.
 class Block {
@@ -74,6 +90,12 @@ class Dictionary {
         return *this;
     }
     ~Dictionary() { av_dict_free(&entries_); }
+
+    Dictionary copy() const {
+        Dictionary twin;
+        av_dict_copy(&twin.entries_, entries_, 0);
+        return twin;
+    }
 
     void set(const char* key, const char* value) { av_dict_set(&entries_, key, value, 0); }
     const char* get(const char* key) const {

@@ -37,8 +37,15 @@ bool Resampler::init() {
     // It takes a format that is none, too, and later divides by the size of its samples.
     const bool has_formats = av_get_bytes_per_sample(from_.format) > 0 && av_get_bytes_per_sample(to_.format) > 0;
     if (context_ == nullptr || !has_layouts || !has_formats || swr_init(context_.get()) < 0)
-        reset();
+        context_.reset();
     return context_ != nullptr;
+}
+
+void Resampler::restart() {
+    if (context_ == nullptr)
+        return;
+    swr_close(context_.get());
+    init();
 }
 
 int Resampler::expected(int count, int rate) const {

@@ -25,10 +25,13 @@ class Resampler {
     // Replaces what was there. Nothing is converted before `init` said yes.
     void prepare(const SoundForm& from, const SoundForm& to);
 
-    // False when the two forms cannot be converted; the resampler is empty then.
+    // False when the two forms cannot be converted; the resampler is empty then, but knows for which.
     bool init();
 
-    void reset() { context_.reset(); }
+    void reset() { *this = Resampler(); }
+
+    // Forgets the sound that is still inside.
+    void restart();
 
     explicit operator bool() const { return context_ != nullptr; }
     const void* address() const { return context_.get(); }

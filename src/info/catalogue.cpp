@@ -46,6 +46,7 @@ bool is_codec(const AVCodec& codec, const char* kind) {
     return same_in_any_case(kind, "decoder") && av_codec_is_decoder(&codec) != 0;
 }
 
+// Deliberately case-sensitive, unlike the kinds.
 const void* codec_info(const AVCodec& codec, char* buffer, const char* key) {
     if (key == nullptr || same(key, "name")) {
         copy_text(buffer, codec.name);
@@ -118,6 +119,7 @@ intptr_t address(const void* object) {
     return reinterpret_cast<intptr_t>(object);
 }
 
+// Kinds are deliberately case-sensitive here.
 intptr_t object_id(const char* name, const char* kind) {
     if (same(kind, "codec") || same(kind, "decoder"))
         return address(avcodec_find_decoder_by_name(name));
@@ -188,6 +190,7 @@ const char* qmio_get_format_info(const AVOutputFormat* format, char* buf, const 
 const AVCodec* qmio_get_format_prop(const AVOutputFormat* format, const char* key) {
     if (format == nullptr || !same_in_any_case(key, "vcodec") || format->video_codec == AV_CODEC_ID_NONE)
         return nullptr;
+    // Encoder or decoder, deliberately: whichever is registered first.
     const AVCodec* codec = ffmpeg::first_codec();
     while (codec != nullptr && (codec->type != AVMEDIA_TYPE_VIDEO || codec->id != format->video_codec))
         codec = ffmpeg::next_codec(codec);
@@ -195,13 +198,15 @@ const AVCodec* qmio_get_format_prop(const AVOutputFormat* format, const char* ke
 }
 
 const char* qmio_get_pix_info(int fmt, const char* key) {
-    return pixel_info(fmt, key);
+    return guarded<const char*>("", [=] { return pixel_info(fmt, key); });
 }
 
 intptr_t qmio_get_id(const char* name, const char* kind) {
-    return kind != nullptr ? find_id(name, kind) : kUnknown;
+    return guarded(kUnknown, [=] { return kind != nullptr ? find_id(name, kind) : kUnknown; });
 }
 
 int qmio_get_bufsize(int fmt, int width, int height) {
-    return av_image_get_buffer_size(ffmpeg::pixel_format_from_interface(fmt), width, height, kPictureAlignment);
+    return guarded(-1, [=] {
+        return av_image_get_buffer_size(ffmpeg::pixel_format_from_interface(fmt), width, height, kPictureAlignment);
+    });
 }

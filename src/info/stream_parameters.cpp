@@ -11,10 +11,6 @@ namespace qmio::info {
 
 namespace {
 
-bool is_writer(const MediaHandle& handle) {
-    return (handle.writer.mode & mode::writer) != 0;
-}
-
 // ---- tracks ----
 
 struct TrackKey {

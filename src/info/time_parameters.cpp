@@ -36,22 +36,22 @@ void set_time_base(qmio_time_param& record, AVRational base) {
     record.time_base_den = base.den;
 }
 
-int64_t start_of(const AVStream& stream) {
-    return stream.start_time != AV_NOPTS_VALUE ? stream.start_time : 0;
-}
-
 void fill_stream(const MediaHandle& handle, const AVStream& stream, qmio_time_param& record) {
-    record.start = start_of(stream);
+    record.start = start_or_zero(stream);
     record.duration = stream.duration;
     set_time_base(record, stream.time_base);
     record.container_start = handle.format_ctx->start_time;
     record.container_duration = handle.format_ctx->duration;
 }
 
-// The record and the stream that a key is about; false when either is missing.
-bool begin(qmio_time_param* record, const MediaHandle& handle, const AVStream* stream) {
+void clear(qmio_time_param* record) {
     if (record != nullptr)
         *record = {};
+}
+
+// The record, cleared, and the stream that a key is about; false when either is missing.
+bool begin(qmio_time_param* record, const MediaHandle& handle, const AVStream* stream) {
+    clear(record);
     return record != nullptr && stream != nullptr && handle.format_ctx != nullptr;
 }
 
@@ -87,22 +87,15 @@ int get_audio(MediaHandle& handle, qmio_time_param* record) {
     return 1;
 }
 
-AVStream* stream_of_packet(const MediaHandle& handle) {
-    const AVFormatContext* container = handle.format_ctx.get();
-    const int index = handle.reader.packet->stream_index;
-    const bool exists = container != nullptr && index >= 0 && static_cast<unsigned>(index) < container->nb_streams;
-    return exists ? container->streams[index] : nullptr;
-}
-
 int get_packet(MediaHandle& handle, qmio_time_param* record) {
-    AVStream* const stream = stream_of_packet(handle);
+    AVStream* const stream = stream_of_packet(handle, *handle.reader.packet);
     if (!begin(record, handle, stream))
         return 0;
     const AVPacket& packet = *handle.reader.packet;
     record->pts = packet.pts;
     record->dts = packet.dts;
     record->duration = packet.duration;
-    record->start = start_of(*stream);
+    record->start = start_or_zero(*stream);
     set_time_base(*record, stream->time_base);
     // Deliberately in another order than for the video stream, and without a rate to end with.
     set_rate(*record, first_valid({guessed_frame_rate(handle, *stream), stream->r_frame_rate, stream->avg_frame_rate}));
@@ -110,18 +103,18 @@ int get_packet(MediaHandle& handle, qmio_time_param* record) {
 }
 
 int get_index_length(MediaHandle& handle, qmio_time_param* record) {
-    begin(record, handle, nullptr);
+    clear(record);
     return static_cast<int>(frame_index::frame_total(handle.index_mapping.get()));
 }
 
 int get_key_flag(MediaHandle& handle, qmio_time_param* record) {
-    begin(record, handle, nullptr);
+    clear(record);
     return (handle.reader.packet->flags & AV_PKT_FLAG_KEY) != 0 ? 1 : 0;
 }
 
 // Deliberately 0, though the record is filled.
 int get_seek_position(MediaHandle& handle, qmio_time_param* record) {
-    begin(record, handle, nullptr);
+    clear(record);
     if (record != nullptr)
         record->start = handle.reader.seek_position;
     return 0;
@@ -163,7 +156,8 @@ int run(const TimeKey (&table)[count], MediaHandle* h, const char* key, qmio_tim
     return with_handle(h, 0, 0, [&](MediaHandle& handle) {
         if (const TimeKey* known = find_key(table, key); known != nullptr)
             return known->run(handle, record);
-        return begin(record, handle, nullptr) ? 1 : 0;
+        clear(record);
+        return 0;
     });
 }
 
@@ -193,6 +187,8 @@ int32_t timecode_of(const MediaHandle& handle, int frame) {
 using namespace qmio;
 
 int qmio_get_time_param(MediaHandle* h, const char* key, qmio_time_param* rec) {
+    if (h == nullptr)
+        info::clear(rec);
     return info::run(info::kGetters, h, key, rec);
 }
 

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "core/entry.h"
+#include "core/frame_numbers.h"
 #include "ffmpeg/packet_copy.h"
 #include "qmio.h"
 
@@ -9,19 +10,10 @@ using namespace qmio;
 
 namespace {
 
-enum PacketType { kOther = 0, kVideo = kVideoKind, kAudio = kAudioKind };
-
-bool is_audio_stream(const AudioState& audio, int stream) {
-    for (int track = 0; track < audio.track_count; ++track)
-        if (audio.track_stream[static_cast<std::size_t>(track)] == stream)
-            return true;
-    return false;
-}
-
 int type_of(const MediaHandle& handle, const AVPacket& packet) {
-    if (packet.stream_index == handle.reader.video_stream_index)
-        return kVideo;
-    return is_audio_stream(handle.audio, packet.stream_index) ? kAudio : kOther;
+    if (packet.stream_index == handle.reader.video_stream_index && packet.stream_index >= 0)
+        return QMIO_PACKET_VIDEO;
+    return find_track(handle.audio, packet.stream_index) != kNoTrack ? QMIO_PACKET_AUDIO : QMIO_PACKET_OTHER;
 }
 
 // A record's bytes may be somebody else's memory that FFmpeg does not count the users of.
@@ -29,15 +21,8 @@ bool own_bytes(AVPacket& packet) {
     return packet.data == nullptr || av_packet_make_refcounted(&packet) >= 0;
 }
 
-AVStream* stream_of(const MediaHandle& handle, const AVPacket& packet) {
-    const AVFormatContext* container = handle.format_ctx.get();
-    const bool exists = container != nullptr && packet.stream_index >= 0 &&
-                        static_cast<unsigned>(packet.stream_index) < container->nb_streams;
-    return exists ? container->streams[packet.stream_index] : nullptr;
-}
-
 void tell_stream_times(MediaHandle& handle, AVStream& stream, pkt_time_info& info) {
-    info.start_time = stream.start_time != AV_NOPTS_VALUE ? stream.start_time : 0;
+    info.start_time = start_or_zero(stream);
     const AVRational rate = av_guess_frame_rate(handle.format_ctx.get(), &stream, nullptr);
     info.frame_rate_num = rate.num;
     info.frame_rate_den = rate.den;
@@ -120,8 +105,9 @@ int qmio_pkt_restore(MediaHandle* h, AVPacket* dst) {
 }
 
 int qmio_pkt_type(MediaHandle* h, const AVPacket* p) {
-    return with_handle<int>(h, kOther, kOther,
-                            [&](MediaHandle& handle) { return p != nullptr ? type_of(handle, *p) : kOther; });
+    return with_handle<int>(h, QMIO_PACKET_OTHER, QMIO_PACKET_OTHER, [&](MediaHandle& handle) {
+        return p != nullptr ? type_of(handle, *p) : int{QMIO_PACKET_OTHER};
+    });
 }
 
 int qmio_pkt_time(MediaHandle* h, const AVPacket* p, pkt_time_info* info) {
@@ -134,7 +120,7 @@ int qmio_pkt_time(MediaHandle* h, const AVPacket* p, pkt_time_info* info) {
     info->dts = p->dts;
     info->duration = p->duration;
     return with_handle(h, p->size, p->size, [&](MediaHandle& handle) {
-        if (AVStream* const stream = stream_of(handle, *p); stream != nullptr)
+        if (AVStream* const stream = stream_of_packet(handle, *p); stream != nullptr)
             tell_stream_times(handle, *stream, *info);
         return p->size;
     });

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 #include <vector>
 
 namespace qmio::qmlib {
@@ -32,18 +33,18 @@ std::unique_ptr<AudioRing> AudioRing::create(int capacity, int bytes_per_sample,
     const AVSampleFormat format = format_of(bytes_per_sample, planar);
     if (format == AV_SAMPLE_FMT_NONE || channels < 1 || (planar && channels > kMaxPlanes) || capacity < 1)
         return nullptr;
-    AVAudioFifo* fifo = av_audio_fifo_alloc(format, channels, capacity);
+    ffmpeg::AudioFifoPtr fifo(av_audio_fifo_alloc(format, channels, capacity));
     if (fifo == nullptr)
         return nullptr;
-    return std::unique_ptr<AudioRing>(new AudioRing(fifo, capacity, bytes_per_sample, channels, planar));
+    return std::unique_ptr<AudioRing>(new AudioRing(std::move(fifo), capacity, bytes_per_sample, channels, planar));
 }
 
-AudioRing::AudioRing(AVAudioFifo* fifo, int capacity, int bytes_per_sample, int channels, bool planar)
-    : fifo_(fifo), capacity_(capacity), bytes_per_sample_(bytes_per_sample), channels_(channels), planar_(planar) {}
-
-AudioRing::~AudioRing() {
-    av_audio_fifo_free(fifo_);
-}
+AudioRing::AudioRing(ffmpeg::AudioFifoPtr fifo, int capacity, int bytes_per_sample, int channels, bool planar)
+    : fifo_(std::move(fifo)),
+      capacity_(capacity),
+      bytes_per_sample_(bytes_per_sample),
+      channels_(channels),
+      planar_(planar) {}
 
 int AudioRing::write(const uint8_t* data, int count) {
     const int room = std::clamp(count, 0, capacity_ - ready());
@@ -54,7 +55,7 @@ int AudioRing::write(const uint8_t* data, int count) {
     auto* first = const_cast<uint8_t*>(data);
     for (std::size_t index = 0; index < (planar_ ? static_cast<std::size_t>(channels_) : 1); ++index)
         planes[index] = first + plane * index;
-    return room > 0 ? std::max(av_audio_fifo_write(fifo_, planes.data(), room), 0) : 0;
+    return room > 0 ? std::max(av_audio_fifo_write(fifo_.get(), planes.data(), room), 0) : 0;
 }
 
 int AudioRing::fill(uint8_t value, int count) {
@@ -72,11 +73,11 @@ int AudioRing::read(uint8_t* data, int count) {
     const std::size_t plane = static_cast<std::size_t>(bytes_per_sample_) * static_cast<std::size_t>(count);
     for (std::size_t index = 0; index < (planar_ ? static_cast<std::size_t>(channels_) : 1); ++index)
         planes[index] = data + plane * index;
-    return std::max(av_audio_fifo_read(fifo_, planes.data(), count), 0);
+    return std::max(av_audio_fifo_read(fifo_.get(), planes.data(), count), 0);
 }
 
 int AudioRing::ready() const {
-    return av_audio_fifo_size(fifo_);
+    return av_audio_fifo_size(fifo_.get());
 }
 
 }  // namespace qmio::qmlib

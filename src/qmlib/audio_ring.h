@@ -12,11 +12,8 @@ namespace qmio::qmlib {
 // plane behind plane without gaps, each plane as long as the count of the call.
 class AudioRing {
   public:
-    // Null for a form that is none, and when memory is short.
+    // Null for a form that is none, for more than 64 planes, and when memory is short.
     static std::unique_ptr<AudioRing> create(int capacity, int bytes_per_sample, int channels, bool planar);
-    ~AudioRing();
-    AudioRing(const AudioRing&) = delete;
-    AudioRing& operator=(const AudioRing&) = delete;
 
     // Stores what fits of `count` samples, and returns how many that were.
     int write(const uint8_t* data, int count);
@@ -31,9 +28,9 @@ class AudioRing {
     int ready() const;
 
   private:
-    AudioRing(AVAudioFifo* fifo, int capacity, int bytes_per_sample, int channels, bool planar);
+    AudioRing(ffmpeg::AudioFifoPtr fifo, int capacity, int bytes_per_sample, int channels, bool planar);
 
-    AVAudioFifo* fifo_;
+    ffmpeg::AudioFifoPtr fifo_;
     int capacity_;
     int bytes_per_sample_;
     int channels_;

@@ -3,6 +3,7 @@
 #include "audio/open_tracks.h"
 #include "core/codec_open.h"
 #include "core/entry.h"
+#include "core/half_built.h"
 #include "core/memory_block.h"
 #include "core/names.h"
 #include "core/option_string.h"
@@ -39,7 +40,9 @@ MediaHandle* qmio_open_ex_a(const char* name, const char* options) {
         if (memory_block::is_block(name))
             return read::open_core(name, options);
         const std::optional<std::string> converted = core_name(name);
-        return converted ? read::open_core(converted->c_str(), options) : nullptr;
+        // A code page may make that prefix out of other letters, too.
+        const bool is_name = converted && !memory_block::is_block(converted->c_str());
+        return is_name ? read::open_core(converted->c_str(), options) : nullptr;
     });
 }
 
@@ -59,12 +62,6 @@ MediaHandle* qmio_open_ex_w(const wchar_t* name, const wchar_t* options) {
 namespace qmio::read {
 
 namespace {
-
-// Closes a handle that did not become whole, however its opening ended.
-struct CloseHandle {
-    void operator()(MediaHandle* handle) const { qmio_close(handle); }
-};
-using OpeningHandle = std::unique_ptr<MediaHandle, CloseHandle>;
 
 ffmpeg::Dictionary configured_options(const char* entry) {
     ffmpeg::Dictionary dictionary;
@@ -138,7 +135,7 @@ MediaHandle* open_core(const char* name, const char* options) {
         trace(TraceSwitch::open, kOpenTag, L"enc %d [%s] param [%S]\n", settings().code_page,
               wide_name(handle_name(name).c_str()), options);
     }
-    OpeningHandle handle(create_handle());
+    HalfBuiltHandle handle(create_handle());
     if (handle == nullptr || !open_steps(*handle, name, options, started))
         return nullptr;
     return handle.release();

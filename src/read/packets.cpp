@@ -22,12 +22,8 @@ namespace {
 constexpr const wchar_t* kTag = L"qmio_get_frame";
 
 bool is_selected_audio(const AudioState& audio, int stream) {
-    for (int track = 0; track < audio.track_count; ++track) {
-        const bool selected = audio.cur_track < 0 || audio.cur_track == track;
-        if (selected && audio.track_stream[static_cast<std::size_t>(track)] == stream)
-            return true;
-    }
-    return false;
+    const int32_t track = find_track(audio, stream);
+    return track != kNoTrack && (audio.cur_track < 0 || audio.cur_track == track);
 }
 
 // Its stream and its times stay known.

@@ -229,22 +229,29 @@ int set_target_format(MediaHandle& handle, int number) {
     return 1;
 }
 
+// In a writer there is nothing to seek; its frame counter is the time of its next picture.
+template <class Result, class Routine>
+Result seek_reader(MediaHandle* h, Result failure, Routine&& routine) {
+    return with_handle<Result>(
+        h, 0, failure, [&](MediaHandle& handle) -> Result { return is_writer(handle) ? failure : routine(handle); });
+}
+
 }  // namespace
 
 int qmio_seek_frame(MediaHandle* h, int frame) {
-    return with_handle(h, 0, kSeekFailed, [=](MediaHandle& handle) { return read::seek_frame(handle, frame); });
+    return seek_reader<int>(h, kSeekFailed, [=](MediaHandle& handle) { return read::seek_frame(handle, frame); });
 }
 
 int qmio_seek_frame_ex(MediaHandle* h, int frame) {
-    return with_handle(h, 0, kSeekFailed, [=](MediaHandle& handle) { return seek_frame_ex(handle, frame); });
+    return seek_reader<int>(h, kSeekFailed, [=](MediaHandle& handle) { return seek_frame_ex(handle, frame); });
 }
 
 int qmio_seek_frame_ex_old(MediaHandle* h, int frame) {
-    return with_handle(h, 0, kSeekFailed, [=](MediaHandle& handle) { return seek_frame_ex_old(handle, frame); });
+    return seek_reader<int>(h, kSeekFailed, [=](MediaHandle& handle) { return seek_frame_ex_old(handle, frame); });
 }
 
 int64_t qmio_seek_ts(MediaHandle* h, int64_t ts, int kind) {
-    return with_handle<int64_t>(h, 0, 0, [=](MediaHandle& handle) { return seek_timestamp(handle, ts, kind); });
+    return seek_reader<int64_t>(h, 0, [=](MediaHandle& handle) { return seek_timestamp(handle, ts, kind); });
 }
 
 int qmio_set_dst_fmt(MediaHandle* h, int pix_fmt) {

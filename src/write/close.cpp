@@ -21,10 +21,6 @@ void trace_close(const wchar_t* text) {
     trace(TraceSwitch::close, kTag, L"%s", text);
 }
 
-bool is_writer(const MediaHandle& handle) {
-    return (handle.writer.mode & mode::writer) != 0;
-}
-
 void trace_start(const MediaHandle& handle) {
     if (!tracing(TraceSwitch::close))
         return;
@@ -76,7 +72,7 @@ void finish_streams(MediaHandle& handle) {
 void write_trailer(MediaHandle& handle) {
     if (handle.format_ctx->pb == nullptr)
         return;
-    trace_close(L"custom io\n");
+    trace_close(L"custom io\n");  // deliberately for an output of any kind
     if (handle.writer.header_result < 0)
         return;
     trace_close(L"before write trailer\n");
@@ -98,7 +94,8 @@ void close_writer(MediaHandle& handle) {
     trace_close(L"close format context\n");
 }
 
-// The header of a memory target tells how many bytes were written: eight digits and a full stop in place of its end.
+// The header of a memory target tells how many bytes were written: eight digits, deliberately the low 32 bits alone, and
+// a full stop in place of its end.
 void finish_memory_block(const WriterState& writer) {
     if (writer.mem_block == nullptr || writer.memory == nullptr)
         return;

@@ -1,14 +1,18 @@
 #include "write/create.h"
 
-#include <algorithm>
-#include <cstring>
+#include <memory>
+#include <optional>
+#include <string>
 
 #include "core/entry.h"
 #include "core/frame_index.h"
+#include "core/half_built.h"
 #include "core/memory_block.h"
 #include "core/names.h"
 #include "core/option_string.h"
+#include "core/settings.h"
 #include "core/trace.h"
+#include "platform/text.h"
 #include "qmio.h"
 #include "write/creation_options.h"
 
@@ -18,21 +22,20 @@ namespace {
 
 constexpr std::size_t kMaxWideOptions = 4095;
 
-struct CloseHandle {
-    void operator()(MediaHandle* handle) const { qmio_close(handle); }
-};
-// Closes a handle that did not become whole, however its creation ended.
-using NewHandle = std::unique_ptr<MediaHandle, CloseHandle>;
-
 MediaHandle* create_core(const char* name, const char* options, uint32_t flags);
 
 MediaHandle* create_narrow(const char* name, const char* options, uint32_t flags) {
     if (name == nullptr)
         return nullptr;
+    const std::optional<std::string> text = utf8_options(options);
+    const char* const options_text = text ? text->c_str() : nullptr;
     if (memory_block::is_block(name))
-        return create_core(name, options, flags);
+        return create_core(name, options_text, flags);
     const std::optional<std::string> converted = core_name(name);
-    return converted ? create_core(converted->c_str(), options, flags) : nullptr;
+    // A code page may make that prefix out of other letters, too.
+    if (!converted || memory_block::is_block(converted->c_str()))
+        return nullptr;
+    return create_core(converted->c_str(), options_text, flags);
 }
 
 MediaHandle* create_wide(const wchar_t* wide, const wchar_t* options, uint32_t flags) {
@@ -43,7 +46,7 @@ MediaHandle* create_wide(const wchar_t* wide, const wchar_t* options, uint32_t f
     if (options == nullptr)
         return create_core(name->c_str(), nullptr, flags);
     const std::optional<std::string> narrow = ansi_options(options, kMaxWideOptions);
-    return narrow ? create_core(name->c_str(), narrow->c_str(), flags) : nullptr;
+    return narrow ? create_core(name->c_str(), utf8_options(narrow->c_str())->c_str(), flags) : nullptr;
 }
 
 // ---- the steps ----
@@ -52,7 +55,10 @@ MediaHandle* create_wide(const wchar_t* wide, const wchar_t* options, uint32_t f
 std::string file_name_of(const char* name) {
     if (memory_block::is_block(name))
         return memory_block::header_text(name);
-    return std::string(name, std::strcspn(name, "|"));
+    // Looked for in wide text: in some code pages a '|' is the second half of a letter.
+    const std::wstring wide = wide_name(name);
+    const std::size_t bar = wide.find(L'|');
+    return bar == std::wstring::npos ? name : platform::narrow(wide.substr(0, bar), settings().code_page);
 }
 
 uint32_t mode_of(uint32_t flags) {
@@ -73,6 +79,7 @@ bool make_container(MediaHandle& handle, uint32_t flags) {
         return false;
     handle.format_ctx.reset(container);
     trace(TraceSwitch::create, write::kCreateTag, L"context ok, flags 0x%X\n", flags);
+    av_freep(&container->url);
     container->url = av_strdup(url_of(handle.file_name).c_str());
     container->interrupt_callback = interrupt_callback(handle);
     return container->url != nullptr;
@@ -133,7 +140,7 @@ bool create_steps(MediaHandle& handle, const char* name, const char* options, ui
 }
 
 MediaHandle* create_core(const char* name, const char* options, uint32_t flags) {
-    NewHandle handle(create_handle());
+    HalfBuiltHandle handle(create_handle());
     if (handle == nullptr || !create_steps(*handle, name, options, flags))
         return nullptr;
     return handle.release();
@@ -162,6 +169,15 @@ namespace qmio::write {
 AVCodecContext* add_codec(MediaHandle& handle, const AVCodec& encoder) {
     handle.stream_codec.emplace_back(avcodec_alloc_context3(&encoder));
     return handle.stream_codec.back().get();
+}
+
+ffmpeg::Dictionary encoder_options(const Creation& creation, AVCodecContext& codec, AddOptions add,
+                                   const wchar_t* heading) {
+    ffmpeg::Dictionary options;
+    add(codec, options, creation.options);
+    trace(TraceSwitch::options, kCreateTag, L"%s", heading);
+    dump_dictionary(options, kCreateTag);
+    return options;
 }
 
 void ask_for_global_header(const MediaHandle& handle, AVCodecContext& codec, const wchar_t* text) {

@@ -33,6 +33,11 @@ void close_output(MediaHandle& handle);
 // A codec context of the handle for a new stream; null when memory is short.
 AVCodecContext* add_codec(MediaHandle& handle, const AVCodec& encoder);
 
+// What the encoder knows among the options, added by `add` and listed under `heading`.
+using AddOptions = void (*)(AVCodecContext& codec, ffmpeg::Dictionary& dictionary, const char* options);
+ffmpeg::Dictionary encoder_options(const Creation& creation, AVCodecContext& codec, AddOptions add,
+                                   const wchar_t* heading);
+
 // The rest of what both kinds of encoder are asked before they are opened.
 void ask_for_global_header(const MediaHandle& handle, AVCodecContext& codec, const wchar_t* text);
 void set_compliance(const Creation& creation, AVCodecContext& codec, const char* key, const wchar_t* text);

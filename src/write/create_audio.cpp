@@ -29,6 +29,7 @@ int32_t negotiate(const AVCodec& encoder, int32_t wanted) {
     return taken || formats == nullptr ? wanted : formats[0];
 }
 
+// Deliberately a number of 32 bits, though the context has room for more.
 void set_bit_rate(const Creation& creation, AVCodecContext& codec) {
     int32_t rate = find_number(creation.options, "ab");
     if (rate == 0)
@@ -52,17 +53,9 @@ void describe(const Creation& creation, AVCodecContext& codec, std::size_t track
         av_channel_layout_default(&codec.ch_layout, writer.channels[track]);
 }
 
-ffmpeg::Dictionary encoder_options(const Creation& creation, AVCodecContext& codec) {
-    ffmpeg::Dictionary options;
-    add_audio_encoder_options(codec, options, creation.options);
-    trace(TraceSwitch::options, kCreateTag, L"audio opts:\n");
-    dump_dictionary(options, kCreateTag);
-    return options;
-}
-
 bool open_encoder(const Creation& creation, AVCodecContext& codec, std::size_t track) {
     const AVCodec& encoder = *creation.handle.writer.audio_encoder[track];
-    ffmpeg::Dictionary options = encoder_options(creation, codec);
+    ffmpeg::Dictionary options = encoder_options(creation, codec, add_audio_encoder_options, L"audio opts:\n");
     set_compliance(creation, codec, "strict:a", L"audio experimental\n");
     ask_for_global_header(creation.handle, codec, L"audio global header\n");
     if (open_codec(codec, encoder, &options) >= 0)
@@ -72,15 +65,18 @@ bool open_encoder(const Creation& creation, AVCodecContext& codec, std::size_t t
     return false;
 }
 
-// An encoder that takes a fixed number of samples gets them through a ring.
+// An encoder that takes a fixed number of samples gets them through a ring, where one of its frames fits.
 bool make_ring(WriterState& writer, const AVCodecContext& codec, std::size_t track) {
     if ((codec.codec->capabilities & AV_CODEC_CAP_VARIABLE_FRAME_SIZE) != 0)
         return true;
-    const int bytes = audio::sample_bytes(codec.sample_fmt);
-    const int channels = codec.ch_layout.nb_channels;
-    if (int64_t{bytes} * channels * codec.frame_size <= kTrackBufferSize)
-        writer.audio_ring[track] =
-            qmlib::AudioRing::create(kRingSamples, bytes, channels, av_sample_fmt_is_planar(codec.sample_fmt) != 0);
+    const int32_t format = writer.sample_fmt[track];
+    const int bytes = audio::sample_bytes(format);
+    const int channels = writer.channels[track];
+    const bool fits =
+        codec.frame_size <= kRingSamples && int64_t{bytes} * channels * codec.frame_size <= kTrackBufferSize;
+    if (fits)
+        writer.audio_ring[track] = qmlib::AudioRing::create(
+            kRingSamples, bytes, channels, av_sample_fmt_is_planar(static_cast<AVSampleFormat>(format)) != 0);
     writer.audio_buffer[track].reset(static_cast<uint8_t*>(av_malloc(kTrackBufferSize)));
     return writer.audio_buffer[track] != nullptr;
 }
@@ -99,6 +95,9 @@ bool adopt_encoder(MediaHandle& handle, AVCodecContext& codec, AVStream& stream,
     WriterState& writer = handle.writer;
     if (avcodec_parameters_from_context(stream.codecpar, &codec) < 0)
         return false;
+    // An option of FFmpeg's ("ch_layout") may have overruled "ac": what the encoder opened with is what it takes.
+    if (writer.channels[track] > 0)
+        writer.channels[track] = codec.ch_layout.nb_channels;
     writer.audio_packets[track].attach(&codec);
     writer.frame_samples[track] = codec.frame_size;
     enter_track(handle.audio, track, stream, codec);

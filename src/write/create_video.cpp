@@ -65,16 +65,8 @@ void describe(const Creation& creation, AVCodecContext& codec, AVStream& stream)
     codec.pix_fmt = writer.pix_fmt;
 }
 
-ffmpeg::Dictionary encoder_options(const Creation& creation, AVCodecContext& codec) {
-    ffmpeg::Dictionary options;
-    add_video_encoder_options(codec, options, creation.options);
-    trace(TraceSwitch::options, kCreateTag, L"video opts:\n");
-    dump_dictionary(options, kCreateTag);
-    return options;
-}
-
 bool open_encoder(const Creation& creation, AVCodecContext& codec) {
-    ffmpeg::Dictionary options = encoder_options(creation, codec);
+    ffmpeg::Dictionary options = encoder_options(creation, codec, add_video_encoder_options, L"video opts:\n");
     set_compliance(creation, codec, "strict:v", L"video experimental\n");
     const int result = open_codec(codec, *creation.handle.writer.video_encoder, &options);
     report(kCreateTag, L"unused opts:\n");
@@ -93,6 +85,7 @@ bool adopt_encoder(MediaHandle& handle, AVCodecContext& codec, AVStream& stream)
     WriterState& writer = handle.writer;
     if (avcodec_parameters_from_context(stream.codecpar, &codec) < 0)
         return false;
+    // Options tell the encoder; muxers take it from the stream.
     stream.sample_aspect_ratio = codec.sample_aspect_ratio;
     writer.video_packets.attach(&codec);
     writer.video_frame.reset(av_frame_alloc());

@@ -34,7 +34,7 @@ void trace_option(TraceFormat<const char*, const char*, Values...> format, const
 }
 
 std::wstring wide(const char* text) {
-    return text != nullptr ? platform::widen(text, platform::kCodePageAnsi) : std::wstring();
+    return text != nullptr ? platform::widen(text, platform::kCodePageUtf8) : std::wstring();
 }
 
 std::string lowercase(std::string text) {

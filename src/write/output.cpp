@@ -29,8 +29,11 @@ bool open_memory(Creation& creation) {
     MediaHandle& handle = creation.handle;
     char* const block = const_cast<char*>(creation.name);
     int64_t size = 0;
-    if (!memory_block::parse_size(block, size))
+    // Without a size nothing of the block is known to be the host's.
+    if (!memory_block::parse_size(block, size)) {
+        report(kCreateTag, L"open [%s] ERR\n", wide_name(handle.file_name));
         return false;
+    }
     handle.writer.mem_block = block;
     handle.writer.memory = std::make_unique<qmlib::MemoryOutput>(memory_block::data(block), size);
     handle.custom_io = qmlib::make_custom_io(*handle.writer.memory);

@@ -71,11 +71,6 @@ Result measure(TrackWrite& write) {
     return kDone;
 }
 
-// The planes' alignment is a block; where that is no power of two FFmpeg could not align to it.
-int plane_alignment(int32_t block) {
-    return (block & (block - 1)) == 0 ? block : 1;
-}
-
 // Points the work frame at `samples` samples. Returns what avcodec_fill_audio_frame returns.
 int fill_frame(TrackWrite& write, const uint8_t* data, int32_t bytes, int32_t samples) {
     AVFrame& frame = *write.writer().audio_frame;
@@ -87,8 +82,8 @@ int fill_frame(TrackWrite& write, const uint8_t* data, int32_t bytes, int32_t sa
         return AVERROR(ENOMEM);
     frame.pts = write.writer().audio_pts[write.track];
     write.writer().audio_pts[write.track] += samples;
-    return avcodec_fill_audio_frame(&frame, codec.ch_layout.nb_channels, codec.sample_fmt, data, bytes,
-                                    plane_alignment(write.block));
+    // Planes follow one another without gaps: any other alignment than 1 would refuse them where they do not end on it.
+    return avcodec_fill_audio_frame(&frame, codec.ch_layout.nb_channels, codec.sample_fmt, data, bytes, 1);
 }
 
 void rescale(AVPacket& packet, AVRational from, AVRational to, bool is_variable) {
@@ -118,11 +113,9 @@ Result encode_and_put(TrackWrite& write) {
     int got = 0;
     const int result = packets.encode(writer.packet.get(), &got, writer.audio_frame.get());
     av_frame_unref(writer.audio_frame.get());
-    if (result < 0)
-        return kEncodeFailed;
     for (bool more = got != 0; more; more = packets.take_kept(writer.packet.get()))
         put(write, *writer.packet);
-    return kDone;
+    return result < 0 ? kEncodeFailed : kDone;
 }
 
 int32_t write_frame(TrackWrite& write, const uint8_t* data, int32_t bytes, int32_t samples) {
@@ -171,7 +164,7 @@ int32_t write_through_ring(TrackWrite& write) {
     const int stored = store(write, *ring, write.data, write.samples);
     const int32_t result = write_ready_frames(write, *ring);
     // Deliberately advanced by the number of samples stored, not by their bytes: what a full ring left over is not what
-    // comes after that in the data. Hosts give a ring's worth at a time.
+    // comes after that in the data. Hosts stay below a ring's worth at a time.
     if (result >= 0 && stored < write.samples)
         store(write, *ring, write.data != nullptr ? write.data + stored : nullptr, write.samples - stored);
     return result;

@@ -34,7 +34,8 @@ bool is_alignment(int32_t alignment) {
     return alignment > 0 && (alignment & (alignment - 1)) == 0;
 }
 
-// The frame borrows the host's pixels for the time of the call: an encoder that keeps them makes its own copy.
+// The frame borrows the host's pixels for the time of the call: FFmpeg copies what it must keep of a frame without a
+// buffer of its own.
 bool point_at(AVFrame& frame, const AVCodecContext& codec, AVPixelFormat format, const imio_picture& picture) {
     frame.format = format;
     frame.width = codec.width;
@@ -71,6 +72,7 @@ int encode_frame(WriterState& writer, const imio_picture& picture, int64_t numbe
     if (!point_at(frame, *writer.video_codec_ctx, writer.pix_fmt, picture))
         return AVERROR(EINVAL);
     frame.pts = number;
+    // FFmpeg's own encoders take a fixed quantiser from the frame, not from the context.
     frame.quality = writer.video_codec_ctx->global_quality;
     mark_fields(frame, writer.video_codec_ctx->field_order);
     return writer.video_packets.encode(&packet, got, &frame);
@@ -111,21 +113,16 @@ imio_picture whole_picture(const uint8_t* data) {
 AVPacket* encode(MediaHandle& handle, const imio_picture* picture) {
     if (!can_encode(handle, picture))
         return nullptr;
-    AVPacket* packet = qmio_pkt_alloc();
-    if (packet == nullptr)
-        return nullptr;
-    if (!encode_picture(handle, picture, *packet)) {
-        qmio_pkt_free(packet);
-        packet = nullptr;
-    }
-    return packet;
+    ffmpeg::PacketPtr packet(qmio_pkt_alloc());
+    const bool done = packet != nullptr && encode_picture(handle, *picture, *packet);
+    return done ? packet.release() : nullptr;
 }
 
 int write(MediaHandle& handle, const imio_picture* picture) {
     if (!can_encode(handle, picture))
         return 0;
     AVPacket& packet = *handle.writer.packet;
-    if (!encode_picture(handle, picture, packet))
+    if (!encode_picture(handle, *picture, packet))
         return 0;
     const int result = put_packet(handle, &packet, false);
     av_packet_unref(&packet);
@@ -134,9 +131,10 @@ int write(MediaHandle& handle, const imio_picture* picture) {
 
 }  // namespace
 
-bool encode_picture(MediaHandle& handle, const imio_picture* picture, AVPacket& packet) {
+bool encode_picture(MediaHandle& handle, const imio_picture& picture, AVPacket& packet) {
+    av_packet_unref(&packet);  // sets what FFmpeg takes for unknown
     int got = 0;
-    const int result = encode_frame(handle.writer, *picture, handle.reader.want_frame, &got, packet);
+    const int result = encode_frame(handle.writer, picture, handle.reader.want_frame, &got, packet);
     trace_encoded(handle, result, got, packet);
     // A picture that failed uses up its number all the same.
     ++handle.reader.want_frame;
@@ -154,6 +152,7 @@ int put_packet(MediaHandle& handle, AVPacket* packet, bool closing) {
     const PacketTimes times{packet->pts, packet->dts};
     const int64_t position = output_position(handle);
     const int result = write_packet(handle, *packet);
+    // The position is entered whatever became of the packet.
     trace_put(handle, result, times, closing);
     enter_position(handle, times.dts, position);
     return result;
@@ -171,10 +170,11 @@ void drain_video(MediaHandle& handle) {
             trace(TraceSwitch::close, kCloseTag, L"*** flush encode: res %d, got %d, frm %d, pts %s, dts %s, size %d\n",
                   result, got, handle.reader.want_frame, timestamp_text(packet.pts), timestamp_text(packet.dts),
                   packet.size);
+        if (got != 0)
+            put_packet(handle, &packet, true);
+        av_packet_unref(&packet);
         if (result < 0 || got == 0)
             return;
-        put_packet(handle, &packet, true);
-        av_packet_unref(&packet);
     }
 }
 

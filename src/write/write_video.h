@@ -8,7 +8,7 @@ namespace qmio::write {
 
 // Encodes a picture, whose pixels are in the encoder's format and size already, into `packet`. False when no packet
 // came out of it.
-bool encode_picture(MediaHandle& handle, const imio_picture* picture, AVPacket& packet);
+bool encode_picture(MediaHandle& handle, const imio_picture& picture, AVPacket& packet);
 
 // Writes a packet whose times are in the codec's time base, and enters its position into the frame-position index.
 // `closing` only chooses the switch of the trace line. Returns 0 or a negative FFmpeg error.

@@ -86,7 +86,7 @@ std::vector<Reference> real_references(const std::string& name) {
 }
 
 Player::Player(const std::filesystem::path& path, const wchar_t* options)
-    : media_(qmio_open_ex_w(path.wstring().c_str(), options)),
+    : media_(qmio_open_ex_w(wide_name(path).c_str(), options)),
       width_(is_open() ? static_cast<int>(file_param(media_, "width")) : 0),
       height_(is_open() ? static_cast<int>(file_param(media_, "height")) : 0),
       buffer_(picture_buffer(media_)) {}
