@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "ffmpeg/frozen_pixel_formats.h"
 
@@ -18,14 +20,21 @@ struct Frozen {
     int format;  // FFmpeg's
 };
 
+int format_named(std::string name) {
+    for (char& letter : name)
+        letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+    return av_get_pix_fmt(name.c_str());
+}
+
 #define FROZEN_KNOWN(number, name) Frozen{number, #name, AV_PIX_FMT_##name},
 #define FROZEN_NOTHING(number, name)
-#if FF_API_XVMC
-#define FROZEN_LEAVING FROZEN_KNOWN
-#else
-#define FROZEN_LEAVING FROZEN_NOTHING
-#endif
-const Frozen kKnown[] = {QMIO_FROZEN_PIXEL_FORMATS(FROZEN_KNOWN, FROZEN_NOTHING, FROZEN_LEAVING, FROZEN_NOTHING)};
+// Asked for by name, since later versions do not have the constant.
+#define FROZEN_LEAVING(number, name) Frozen{number, #name, format_named(#name)},
+const std::vector<Frozen> kKnown = [] {
+    std::vector<Frozen> all = {QMIO_FROZEN_PIXEL_FORMATS(FROZEN_KNOWN, FROZEN_NOTHING, FROZEN_LEAVING, FROZEN_NOTHING)};
+    std::erase_if(all, [](const Frozen& frozen) { return frozen.format == AV_PIX_FMT_NONE; });
+    return all;
+}();
 
 #define FROZEN_NUMBER(number, name) number,
 // Two dropped names share their number with one that FFmpeg still has, or had until lately.

@@ -1,5 +1,5 @@
 // A host that loads the library by hand and does what its input says, one command a line, one line of answer each:
-//   load PATH   unload   open NAME   error   demuxers   message TEXT
+//   load PATH   unload   open NAME   open_wide UTF8_NAME   error   demuxers   message TEXT
 // It uses libavformat itself, as a host may, and so sees what the library leaves behind there.
 #include <iostream>
 #include <optional>
@@ -16,8 +16,21 @@ namespace {
 
 struct MediaHandle;
 using Open = MediaHandle*(const char*);
+using OpenWide = MediaHandle*(const wchar_t*);
 using Close = int(MediaHandle*);
 using GetError = int(char*);
+
+// Without the locale, which path::wstring asks for its letters.
+std::wstring wide(const std::string& utf8) {
+    const auto path = qmio::test::path_of(utf8);
+    if constexpr (sizeof(wchar_t) == sizeof(char32_t)) {
+        const std::u32string text = path.u32string();
+        return {text.begin(), text.end()};
+    } else {
+        const std::u16string text = path.u16string();
+        return {text.begin(), text.end()};
+    }
+}
 
 class Host {
   public:
@@ -28,6 +41,8 @@ class Host {
             return unload();
         if (command == "open")
             return open(argument);
+        if (command == "open_wide")
+            return open_wide(argument);
         if (command == "error")
             return error();
         if (command == "demuxers")
@@ -48,8 +63,13 @@ class Host {
         return "unloaded";
     }
 
-    std::string open(const std::string& name) {
-        MediaHandle* media = library_->function<Open>("qmio_open_a")(name.c_str());
+    std::string open(const std::string& name) { return opened(library_->function<Open>("qmio_open_a")(name.c_str())); }
+
+    std::string open_wide(const std::string& name) {
+        return opened(library_->function<OpenWide>("qmio_open_w")(wide(name).c_str()));
+    }
+
+    std::string opened(MediaHandle* media) {
         if (media == nullptr)
             return "null";
         library_->function<Close>("qmio_close")(media);

@@ -1,5 +1,6 @@
 # cmake -DLIBRARY=... -DHEADER=... -DNAMES=... -DNM=... -DOBJDUMP=... -P check_exports.cmake
-#   The library exports exactly what its header declares, and every function among it is a name of the interface.
+#   The library exports exactly what its header declares, functions as code and integers as data, and every function among
+#   it is a name of the interface.
 #   A DLL is listed with objdump, since nm does not show a PE file's export table.
 cmake_minimum_required(VERSION 3.24)
 
@@ -29,6 +30,17 @@ function(exported_by_shared_object output)
   set(${output} "${rows}" PARENT_SCOPE)
 endfunction()
 
+# Everything that the symbol table has in sections of one of the `kinds` (nm's letters) and that looks like ours.
+function(symbols_of_kind output kinds)
+  run_lister(text ${NM} ${ARGN} --defined-only ${LIBRARY})
+  string(REGEX MATCHALL " [${kinds}] [A-Za-z_][A-Za-z0-9_@]*\r?\n" rows "${text}\n")
+  list(TRANSFORM rows STRIP)
+  list(TRANSFORM rows REPLACE "^[${kinds}] " "")
+  list(TRANSFORM rows REPLACE "@.*$" "")
+  list(FILTER rows INCLUDE REGEX "^(qmio_|imio_|AV_PIX_FMT_)")
+  set(${output} "${rows}" PARENT_SCOPE)
+endfunction()
+
 function(declared_in_header functions data)
   file(READ ${HEADER} text)
   string(REGEX REPLACE "/\\*([^*]|\\*+[^*/])*\\*+/" "" text "${text}")
@@ -48,8 +60,12 @@ endfunction()
 
 if(LIBRARY MATCHES "\\.dll$")
   exported_by_dll(exported)
+  symbols_of_kind(code "T")
+  symbols_of_kind(variables "BDR")
 else()
   exported_by_shared_object(exported)
+  symbols_of_kind(code "T" -D)
+  symbols_of_kind(variables "BDR" -D)
 endif()
 declared_in_header(functions data)
 list(REMOVE_DUPLICATES functions)
@@ -68,6 +84,14 @@ expect_none("exported but not declared" ${undeclared})
 set(missing ${functions} ${data})
 list(REMOVE_ITEM missing ${exported})
 expect_none("declared but not exported" ${missing})
+
+set(not_code ${functions})
+list(REMOVE_ITEM not_code ${code})
+expect_none("functions that are not exported as code" ${not_code})
+
+set(not_data ${data})
+list(REMOVE_ITEM not_data ${variables})
+expect_none("integers that are not exported as data" ${not_data})
 
 set(unknown ${functions})
 list(REMOVE_ITEM unknown ${interface})

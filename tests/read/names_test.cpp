@@ -1,41 +1,78 @@
 // Names as hosts give them: narrow or wide, with characters that mean something elsewhere, and too long.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <optional>
+#include <ostream>
 
+#include "support/dynamic_library.h"
 #include "support/media.h"
 #include "support/open_media.h"
+#include "support/process.h"
 #include "support/temp_dir.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 namespace {
 
 using namespace qmio::test;
 
-// The narrow name in the system's ANSI code page; nothing where that page lacks a character of it.
-std::optional<std::string> ansi(const std::filesystem::path& path) {
-    try {
-        const std::string narrow = path.string();
-        if (std::filesystem::path(narrow) == path)
-            return narrow;
-    } catch (const std::exception&) {
-    }
-    return std::nullopt;
+// The name as a host writes it in narrow text; nothing where the system's code page lacks a letter of it.
+#ifdef _WIN32
+std::optional<std::string> narrow_name(const std::filesystem::path& path) {
+    char narrow[2 * MAX_PATH] = "";
+    wchar_t wide[2 * MAX_PATH] = L"";
+    ::WideCharToMultiByte(CP_ACP, 0, path.c_str(), -1, narrow, sizeof narrow, nullptr, nullptr);
+    ::MultiByteToWideChar(CP_ACP, 0, narrow, -1, wide, 2 * MAX_PATH);
+    return path == wide ? std::optional<std::string>(narrow) : std::nullopt;
 }
+constexpr const char* kLacksLetters = "the ANSI code page of this run lacks letters of this name";
+#else
+std::optional<std::string> narrow_name(const std::filesystem::path& path) {
+    return path.string();
+}
+constexpr const char* kLacksLetters = "";
+#endif
 
-class Names : public testing::TestWithParam<const char*> {
+struct Written {
+    const char* trait;
+    const char* name;
+    bool in_windows_1251 = true;
+
+    friend std::ostream& operator<<(std::ostream& out, const Written& written) { return out << written.name; }
+};
+
+constexpr Written kWritten[] = {
+    {"Plain", "plain.mp4"},
+    {"Spaces", "with spaces  in it.mp4"},
+    {"Brackets", "[brackets] (and) {others}.mp4"},
+    {"Percent", "100%.mp4"},
+    {"PercentCodes", "%d %s %03d.mp4"},
+    {"Punctuation", "#hash;semicolon,comma=equals&ampersand.mp4"},
+    {"Quotes", "'quotes`.mp4"},
+    {"NoExtension", "no_extension"},
+    {"ManyDots", "many.dots.in.it..mp4"},
+    {"Cyrillic", "мультимедиа [100%] 1.mp4"},
+    {"Japanese", "映像ファイル.mp4", false},
+    {"JapaneseBackslashes", "表示 [100%] ソース.mp4", false},  // two letters end in 0x5C in code page 932
+    {"Emoji", "🎬🎞.mp4", false},
+    {"Latin", "ÄÖÜ é ñ.mp4", false},
+    {"LikeAMemoryBlock", "memory.mp4"},
+    {"LikeAnEscape", "ufile.mp4"},
+};
+
+class Names : public testing::TestWithParam<Written> {
   protected:
     void SetUp() override { std::filesystem::copy_file(media_path("small_h264_aac.mp4"), path_); }
 
     TempDir folder_;
-    std::filesystem::path path_ = folder_ / path_of(GetParam());
+    std::filesystem::path path_ = folder_ / path_of(GetParam().name);
 };
 
-INSTANTIATE_TEST_SUITE_P(Written, Names,
-                         testing::Values("plain.mp4", "with spaces  in it.mp4", "[brackets] (and) {others}.mp4",
-                                         "100%.mp4", "%d %s %03d.mp4", "#hash;semicolon,comma=equals&ampersand.mp4",
-                                         "'quotes`.mp4", "no_extension", "many.dots.in.it..mp4", "мультимедиа.mp4",
-                                         "映像ファイル.mp4", "🎬🎞.mp4", "ÄÖÜ é ñ.mp4", "memory.mp4", "ufile.mp4"),
-                         [](const auto& chosen) { return "Name" + std::to_string(chosen.index); });
+INSTANTIATE_TEST_SUITE_P(Written, Names, testing::ValuesIn(kWritten),
+                         [](const auto& chosen) { return std::string(chosen.param.trait); });
 
 TEST_P(Names, OpenWide) {
     EXPECT_TRUE(Media(qmio_open_w(wide_name(path_).c_str())));
@@ -43,9 +80,9 @@ TEST_P(Names, OpenWide) {
 }
 
 TEST_P(Names, OpenNarrow) {
-    const auto narrow = ansi(path_);
+    const auto narrow = narrow_name(path_);
     if (!narrow)
-        GTEST_SKIP() << "the ANSI code page of this system cannot write this name";
+        GTEST_SKIP() << kLacksLetters;
     EXPECT_TRUE(Media(qmio_open_a(narrow->c_str())));
     EXPECT_TRUE(Media(qmio_open_ex_a(narrow->c_str(), "threads=1")));
 }
@@ -54,6 +91,66 @@ TEST_P(Names, OpenTheRightFileAmongOthers) {
     std::filesystem::copy_file(media_path("tone.wav"), folder_ / "other.wav");
     EXPECT_EQ(file_param(open_media(path_), "width"), 160);
     EXPECT_EQ(file_param(open_media(folder_ / "other.wav"), "video"), -1);
+}
+
+// The configured code page is the one that names pass through on their way to the file.
+class EncodedNames : public testing::TestWithParam<const char*> {
+  protected:
+    // A host that has loaded a library with the code page in its configuration.
+    EncodedNames() : host_(host_program("config_host")) {
+        const auto library = folder_ / library_file_name("qmio");
+        std::filesystem::copy_file(path_of(QMIO_LIBRARY), library);
+        auto configuration = library;
+        std::ofstream(configuration.replace_extension(".cfx"))
+            << "<library><log>quiet</log><encoding>" << GetParam() << "</encoding></library>";
+        EXPECT_EQ(ask("load", utf8(library)), "loaded");
+    }
+
+    std::string ask(const std::string& verb, const std::string& argument) {
+        host_.write_line(verb + " " + argument);
+        return host_.read_line().value_or("the host has ended");
+    }
+
+    bool code_page_has(const Written& written, const std::filesystem::path& path) const {
+        const std::string encoding = GetParam();
+        return encoding == "utf-8" || (encoding == "acp" && narrow_name(path)) ||
+               (encoding == "win1251" && written.in_windows_1251);
+    }
+
+    TempDir folder_;
+    Process host_;
+};
+
+INSTANTIATE_TEST_SUITE_P(Through, EncodedNames, testing::Values("utf-8", "acp", "win1251"), [](const auto& chosen) {
+    std::string name = chosen.param;
+    std::erase(name, '-');
+    return name;
+});
+
+TEST_P(EncodedNames, OpenWhereTheCodePageHasTheirLetters) {
+    for (const Written& written : kWritten) {
+        const auto path = folder_ / path_of(written.name);
+        std::filesystem::copy_file(media_path("small_h264_aac.mp4"), path);
+        const char* const expected = code_page_has(written, path) ? "opened" : "null";
+        EXPECT_EQ(ask("open_wide", utf8(path)), expected) << written.name;
+        if (const auto narrow = narrow_name(path)) {
+            EXPECT_EQ(ask("open", *narrow), expected) << written.name;
+        }
+        std::filesystem::remove(path);
+        EXPECT_EQ(ask("open_wide", utf8(path)), "null") << written.name;
+    }
+}
+
+TEST_P(EncodedNames, OfStillsOpenWhereTheCodePageHasTheirLetters) {
+    for (const Written& written : kWritten) {
+        const auto path = folder_ / path_of(written.name);
+        std::filesystem::copy_file(media_path("still.png"), path);
+        const char* const expected = code_page_has(written, path) ? "opened" : "null";
+        EXPECT_EQ(ask("open_wide", "avio:" + utf8(path)), expected) << written.name;
+        if (const auto narrow = narrow_name(path)) {
+            EXPECT_EQ(ask("open", "avio:" + *narrow), expected) << written.name;
+        }
+    }
 }
 
 TEST(StillNames, MayHoldWhatMeansSomethingInASequencesName) {

@@ -1,17 +1,20 @@
 #!/bin/sh
-# make_media.sh OUT GENERATOR REFERENCE [REAL]
+# make_media.sh OUT PROGRAMS [REAL]
 #   Makes the tests' media in OUT, each file named for its trait and followed by FILE.frames, the hashes of the pictures
-#   that the ffmpeg program decodes from it; OUT/real gets the same for every video of the folder REAL.
-#   GENERATOR and REFERENCE are the built numbered_frames and reference_frames.
+#   that the ffmpeg program decodes from it, and FILE.sound, those of its sound; OUT/real gets the same for every file of
+#   the folder REAL. What is made for its sound alone lies in OUT/sound.
+#   PROGRAMS is the folder of the built numbered_frames, reference_frames, reference_sound and merge_packets.
 #   What OUT was made from is stamped into it: while that has not changed, a second run does nothing.
 set -eu
 
-out=$1 generator=$2 reference=$3 real=${4:-}
+out=$1 programs=$2 real=${3:-}
+generator=$programs/numbered_frames
 here=$(cd "$(dirname "$0")" && pwd)
 
 fingerprint() {
     cat "$here"/make_media.sh "$here"/numbered_frames.cpp "$here"/numbered_picture.h \
-        "$here"/reference_frames.cpp "$here"/picture_hash.h
+        "$here"/reference_frames.cpp "$here"/picture_hash.h \
+        "$here"/reference_sound.cpp "$here"/sound_hash.h "$here"/merge_packets.cpp
     ffmpeg -version | head -n 1
     [ -z "$real" ] || ls -ln "$real"
 }
@@ -155,6 +158,108 @@ make_opening() {
     ff -f lavfi -i $picture=1 -c:v libvpx -deadline realtime -cpu-used 8 -g 10 -b:v 200k small_vp8.webm
 }
 
+# tones CHANNELS RATE SECONDS [FIRST]: noise and a tone of its own in every channel, from FIRST Hz on.
+tones() {
+    expressions='' channel=0
+    while [ $channel -lt "$1" ]; do
+        expressions="$expressions|0.4*sin(2*PI*$((${4:-300} + 110 * channel))*t)+0.05*(random($channel)-0.5)"
+        channel=$((channel + 1))
+    done
+    set -- "$1" "$2" "$3" $(echo mono stereo 2.1 4.0 5.0 5.1 6.1 7.1 | cut -d ' ' -f "$1")
+    echo "aevalsrc=${expressions#|}:sample_rate=$2:duration=$3:channel_layout=$4"
+}
+
+# sound FILE CHANNELS RATE ARGUMENT...: a second and a bit of sound into FILE.
+sound() {
+    file=sound/$1 source=$(tones "$2" "$3" 1.1)
+    shift 3
+    ff -f lavfi -i "$source" "$@" "$file"
+}
+
+make_sound_codecs() {
+    sound mono_u8.wav 1 8000 -c:a pcm_u8
+    sound stereo_u8.wav 2 11025 -c:a pcm_u8
+    sound stereo_s16.wav 2 44100 -c:a pcm_s16le
+    sound three_s16.mov 3 48000 -c:a pcm_s16be
+    sound five_one_s24.mov 6 48000 -c:a pcm_s24le
+    sound seven_one_s16.wav 8 48000 -c:a pcm_s16le
+    sound stereo_s32.mkv 2 96000 -c:a pcm_s32le
+    sound stereo_f32.wav 2 44100 -c:a pcm_f32le
+    sound stereo_f64.mkv 2 48000 -c:a pcm_f64le
+    sound stereo_s64.nut 2 48000 -c:a pcm_s64le
+    sound alaw.wav 1 8000 -c:a pcm_alaw
+    sound stereo.aac 2 44100 -c:a aac
+    sound mono.m4a 1 22050 -c:a aac
+    sound five_one_aac.mp4 6 48000 -c:a aac
+    sound stereo.ac3 2 32000 -c:a ac3
+    sound five_one_ac3.mkv 6 48000 -c:a ac3
+    sound five_one_eac3.ts 6 48000 -c:a eac3
+    sound stereo_16_bit.flac 2 44100 -c:a flac
+    sound five_one_24_bit.flac 6 96000 -c:a flac -sample_fmt s32 -bits_per_raw_sample 24
+    sound longest_frames.flac 2 8000 -c:a flac -compression_level 0 -frame_size 65535 -strict experimental
+    sound mono.opus 1 48000 -c:a libopus -b:a 48k
+    sound five_one_opus.mkv 6 48000 -c:a libopus -b:a 128k
+    sound stereo.ogg 2 44100 -c:a libvorbis
+    sound five_one_vorbis.mkv 6 48000 -c:a libvorbis
+    sound stereo.mp3 2 44100 -c:a libmp3lame
+    sound mono.mp3 1 22050 -c:a libmp3lame
+    sound no_gapless.mp3 2 32000 -c:a libmp3lame -write_xing 0 -id3v2_version 0
+    sound stereo_alac.m4a 2 44100 -c:a alac
+    sound five_one_alac_24_bit.m4a 6 48000 -c:a alac -sample_fmt s32p
+    sound stereo.wma 2 44100 -c:a wmav2
+    sound stereo.mp2 2 48000 -c:a mp2
+    sound ima_adpcm.wav 2 22050 -c:a adpcm_ima_wav
+    sound stereo.wv 2 44100 -c:a wavpack
+    sound stereo.tta 2 44100 -c:a tta
+    sound five_one.dts 6 48000 -c:a dca -strict experimental -b:a 1M
+    sound stereo.thd 2 48000 -c:a truehd -strict experimental
+    sound g722.wav 1 16000 -c:a g722
+    sound speex.ogg 1 16000 -c:a libspeex
+}
+
+# Several frames of sound in every packet, and sound that changes its form on the way.
+make_sound_oddities() {
+    "$programs/merge_packets" sound/stereo.mp2 sound/three_frames_per_packet_mp2.mkv 3
+    "$programs/merge_packets" sound/stereo.mp2 sound/eight_frames_per_packet_mp2.mkv 8
+    sound mono_44100.aac 1 44100 -c:a aac
+    sound stereo_22050.aac 2 22050 -c:a aac
+    sound five_one_48000.ac3 6 48000 -c:a ac3
+    cd sound
+    cat mono_44100.aac stereo.aac >mono_then_stereo.aac
+    cat stereo.aac mono_44100.aac >stereo_then_mono.aac
+    cat stereo.aac stereo_22050.aac >44100_then_22050.aac
+    cat stereo.ac3 five_one_48000.ac3 >stereo_32000_then_five_one_48000.ac3
+    rm mono_44100.aac stereo_22050.aac five_one_48000.ac3
+    cd ..
+}
+
+# One file for every number of tracks, and sixteen in another container.
+make_tracks() {
+    set -f # the sources are full of asterisks
+    set -- 1 2 6 1 3 8 2 1 4 2 1 5 1 7 2 1
+    inputs='' maps='' track=0
+    for channels; do
+        inputs="$inputs -f lavfi -i $(tones "$channels" 16000 0.25 $((200 + 37 * track)))"
+        maps="$maps -map $track:a"
+        track=$((track + 1))
+        ff $inputs $maps -c:a pcm_s16le sound/tracks_$track.mkv
+    done
+    ff $inputs $maps -c:a pcm_s16le sound/tracks_16.mov
+    set +f
+}
+
+make_mixed_tracks() {
+    set -- -f lavfi -i "$(tones 2 48000 1)" -f lavfi -i "$(tones 1 44100 1)" -f lavfi -i "$(tones 6 48000 1)" \
+        -f lavfi -i "$(tones 2 96000 1)" -f lavfi -i "$(tones 2 48000 1)" -f lavfi -i "$(tones 1 8000 1)" \
+        -f lavfi -i "$(tones 2 22050 1)" -f lavfi -i "$(tones 2 44100 1)" -f lavfi -i "$(tones 2 44100 1)" \
+        -f lavfi -i "$(tones 2 16000 1)"
+    ff "$@" -map 0 -map 1 -map 2 -map 3 -map 4 -map 5 -map 6 -map 7 -map 8 -map 9 -c:a:0 pcm_s16le -c:a:1 aac \
+        -c:a:2 ac3 -c:a:3 flac -c:a:4 libopus -c:a:5 pcm_u8 -c:a:6 libmp3lame -c:a:7 pcm_f32le -c:a:8 libvorbis \
+        -c:a:9 pcm_s16le sound/mixed_tracks.mkv
+    ff -f lavfi -i "$(tones 2 16000 1)" -f lavfi -i "$(tones 2 48000 1)" -map 0 -map 1 -c:a pcm_s16le \
+        sound/low_rate_first.mkv
+}
+
 # What ffprobe says of the first video stream, one line each: width, height, pixel format.
 first_video() {
     ffprobe -v error -select_streams v:0 -show_entries stream=width,height,pix_fmt \
@@ -167,10 +272,54 @@ reference() {
     set -- "$1" "$2" $(first_video "$1")
     [ "${3:-0}" -gt 0 ] || return 0
     ff -noautorotate -flags -output_corrupt -i "$1" -map 0:v:0 -autoscale 0 -fps_mode passthrough -f rawvideo - \
-        2>/dev/null | "$reference" "$5" "$3" "$4" "$2" || {
+        2>/dev/null | "$programs/reference_frames" "$5" "$3" "$4" "$2" || {
         echo "no reference for $1" >&2
         rm -f "$2"
     }
+}
+
+# The audio streams by ffprobe's word, a line each: sample format, rate, channels.
+audio_streams() {
+    # Streams of a programme are told twice; the index in front makes them one again.
+    ffprobe -v error -select_streams a -show_entries stream=index,sample_fmt,sample_rate,channels -of csv=p=0 "$1" \
+        2>/dev/null | grep , | sort -nu | tr ',' ' '
+}
+
+# sound_reference FILE LIST: what the ffmpeg program decodes from each audio stream, in the decoder's own format.
+sound_reference() {
+    track=0
+    audio_streams "$1" | while read -r _ format rate channels _; do
+        case $format in
+            u8*) bytes=1 raw=u8 ;;
+            s16*) bytes=2 raw=s16le ;;
+            s32*) bytes=4 raw=s32le ;;
+            s64*) bytes=8 raw=s64le ;;
+            flt*) bytes=4 raw=f32le ;;
+            dbl*) bytes=8 raw=f64le ;;
+            *) bytes=0 raw=none ;;
+        esac
+        if [ $bytes -gt 0 ] && [ $track -lt 16 ]; then
+            ff -i "$1" -map 0:a:$track -c:a pcm_$raw -f data - 2>/dev/null |
+                "$programs/reference_sound" $track "$format" $bytes "$channels" "$rate" >>"$2" ||
+                echo "no reference for the sound of $1" >&2
+        fi
+        track=$((track + 1))
+    done
+}
+
+make_sound_references() {
+    for path in "$real"/*; do
+        [ ! -f "$path" ] || sound_reference "$path" "real/$(basename "$path").sound"
+    done &
+    for file in *.* sound/*; do
+        case $file in
+            *.frames | *.sound) ;;
+            */tracks_?.mkv | */tracks_1[0-5].mkv) ;; # the beginning of tracks_16.mkv
+            *_then_five_one_*) ;;                    # of two forms, which the ffmpeg program brings into one
+            *) sound_reference "$file" "$file.sound" ;;
+        esac
+    done
+    wait $!
 }
 
 make_references() {
@@ -185,7 +334,7 @@ make_references() {
 }
 
 make_all() {
-    mkdir real
+    mkdir real sound
     make_gops
     make_codecs &
     make_rates
@@ -197,7 +346,12 @@ make_all() {
     make_sound
     make_live
     make_opening
+    make_sound_codecs
+    make_sound_oddities
+    make_tracks
+    make_mixed_tracks
     make_references
+    make_sound_references
 }
 
 mkdir -p "$out"
