@@ -77,6 +77,91 @@ TEST(Header, SeekingFunctionsKeepTheirPrototypes) {
     EXPECT_PROTOTYPE(qmio_set_dst_fmt, int(Handle, int));
 }
 
+TEST(Header, AudioFunctionsKeepTheirPrototypes) {
+    EXPECT_PROTOTYPE(qmio_set_track, int(Handle, int));
+    EXPECT_PROTOTYPE(qmio_map_audio, int(Handle, int, int));
+    EXPECT_PROTOTYPE(qmio_user_chans, int(Handle));
+    EXPECT_PROTOTYPE(qmio_track_chans, int(Handle, int));
+    EXPECT_PROTOTYPE(qmio_stream_chans, int(Handle, int));
+    EXPECT_PROTOTYPE(qmio_ffch2trch, int(Handle, int));
+    EXPECT_PROTOTYPE(qmio_trch2ffch, int(Handle, int));
+    EXPECT_PROTOTYPE(qmio_stream2ffch, int(Handle, int));
+    EXPECT_PROTOTYPE(qmio_ffch2stream, int(Handle, int));
+    EXPECT_PROTOTYPE(qmio_stream2trch, int(Handle, int));
+    EXPECT_PROTOTYPE(qmio_trch2stream, int(Handle, int));
+    EXPECT_PROTOTYPE(qmio_audio_remap, int(Handle, void*, const void*, int, int));
+    EXPECT_PROTOTYPE(qmio_remap_audio, int(Handle, void*, const void*, int, int));
+    EXPECT_PROTOTYPE(qmio_set_dst_audio, int(Handle, int, int, int));
+    EXPECT_PROTOTYPE(qmio_audio_frame, int(Handle, void*));
+    EXPECT_PROTOTYPE(qmio_audio_pkt, int(Handle, void*, AVPacket*));
+    EXPECT_PROTOTYPE(qmio_resample_track, int(Handle, int, void*, const void*, int));
+    EXPECT_PROTOTYPE(qmio_sample_size, int(Handle));
+}
+
+TEST(Header, PacketFunctionsKeepTheirPrototypes) {
+    EXPECT_PROTOTYPE(qmio_pkt_alloc, AVPacket * ());
+    EXPECT_PROTOTYPE(qmio_pkt_free, int(AVPacket*));
+    EXPECT_PROTOTYPE(qmio_pkt_release, int(AVPacket*));
+    EXPECT_PROTOTYPE(qmio_pkt_clone, int(AVPacket*));
+    EXPECT_PROTOTYPE(qmio_pkt_copy, AVPacket * (AVPacket*, const AVPacket*));
+    EXPECT_PROTOTYPE(qmio_pkt_get, AVPacket * (Handle, AVPacket*));
+    EXPECT_PROTOTYPE(qmio_pkt_dup, AVPacket * (Handle, AVPacket*));
+    EXPECT_PROTOTYPE(qmio_pkt_put, int(Handle, const AVPacket*));
+    EXPECT_PROTOTYPE(qmio_pkt_save, int(Handle, const AVPacket*));
+    EXPECT_PROTOTYPE(qmio_pkt_restore, int(Handle, AVPacket*));
+    EXPECT_PROTOTYPE(qmio_pkt_type, int(Handle, const AVPacket*));
+    EXPECT_PROTOTYPE(qmio_pkt_time, int(Handle, const AVPacket*, pkt_time_info*));
+    EXPECT_PROTOTYPE(qmio_pkt_ts, int(Handle, AVPacket*, int64_t));
+}
+
+TEST(Header, WritingFunctionsKeepTheirPrototypes) {
+    EXPECT_PROTOTYPE(qmio_create_a, Handle(const char*, const char*));
+    EXPECT_PROTOTYPE(qmio_create_ex_a, Handle(const char*, const char*, uint32_t));
+    EXPECT_PROTOTYPE(qmio_create_w, Handle(const wchar_t*, const wchar_t*));
+    EXPECT_PROTOTYPE(qmio_create_ex_w, Handle(const wchar_t*, const wchar_t*, uint32_t));
+    EXPECT_PROTOTYPE(imio_encode_frame, AVPacket * (Handle, const imio_picture*));
+    EXPECT_PROTOTYPE(imio_write_frame, int(Handle, const imio_picture*));
+    EXPECT_PROTOTYPE(qmio_encode_frame, AVPacket * (Handle, const uint8_t*));
+    EXPECT_PROTOTYPE(qmio_write_frame, int(Handle, const uint8_t*));
+    EXPECT_PROTOTYPE(qmio_put_frame, int(Handle, AVPacket*));
+    EXPECT_PROTOTYPE(qmio_write_track, int(Handle, int, const uint8_t*, int));
+    EXPECT_PROTOTYPE(qmio_write_audio, int(Handle, const uint8_t*, int));
+}
+
+TEST(Header, CreationFlagsKeepTheirBits) {
+    EXPECT_EQ(int{QMIO_CREATE_INTERLEAVED}, 0x40000);
+    EXPECT_EQ(int{QMIO_CREATE_FRAME_INDEX}, 0x80000);
+    EXPECT_EQ(int{QMIO_CREATE_SUPPRESSED}, 0x100000);
+}
+
+TEST(Header, ResultsOfWritingATrackKeepTheirNumbers) {
+    EXPECT_EQ(int{QMIO_TRACK_NO_HANDLE}, -1);
+    EXPECT_EQ(int{QMIO_TRACK_NO_TRACK}, -2);
+    EXPECT_EQ(int{QMIO_TRACK_NO_STREAM_INDEX}, -3);
+    EXPECT_EQ(int{QMIO_TRACK_NO_CODEC}, -4);
+    EXPECT_EQ(int{QMIO_TRACK_NO_ENCODER}, -5);
+    EXPECT_EQ(int{QMIO_TRACK_NO_STREAM}, -6);
+    EXPECT_EQ(int{QMIO_TRACK_NO_FORM}, -7);
+    EXPECT_EQ(int{QMIO_TRACK_NO_RING}, -8);
+    EXPECT_EQ(int{QMIO_TRACK_NO_BUFFER}, -9);
+    EXPECT_EQ(int{QMIO_TRACK_ENCODE_FAILED}, -10);
+    EXPECT_EQ(int{QMIO_TRACK_NO_DATA}, -11);
+    EXPECT_EQ(int{QMIO_TRACK_FILL_FAILED}, -12);
+}
+
+TEST(Header, PacketTimesRecordHas72BytesWithItsFieldsInPlace) {
+    EXPECT_EQ(sizeof(pkt_time_info), 72U);
+    EXPECT_EQ(offsetof(pkt_time_info, pts), 0U);
+    EXPECT_EQ(offsetof(pkt_time_info, dts), 8U);
+    EXPECT_EQ(offsetof(pkt_time_info, start_time), 16U);
+    EXPECT_EQ(offsetof(pkt_time_info, duration), 24U);
+    EXPECT_EQ(offsetof(pkt_time_info, time_base_num), 32U);
+    EXPECT_EQ(offsetof(pkt_time_info, time_base_den), 36U);
+    EXPECT_EQ(offsetof(pkt_time_info, frame_rate_num), 40U);
+    EXPECT_EQ(offsetof(pkt_time_info, frame_rate_den), 44U);
+    EXPECT_EQ(offsetof(pkt_time_info, reserved), 48U);
+}
+
 TEST(Header, PictureFunctionsKeepTheirPrototypes) {
     EXPECT_PROTOTYPE(imio_cvt, int(imio_picture*, const imio_picture*));
     EXPECT_PROTOTYPE(imio_scale, int(imio_picture*, const imio_picture*));

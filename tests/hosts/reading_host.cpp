@@ -1,0 +1,62 @@
+// A host that reads a film by the numbers of its frames as its input says, one command a line, one line of answer each:
+//   open PATH       "opened" or "null"
+//   frame NUMBER    what the seek returned and the number in the picture that came then; -1 without picture
+//   close
+#include <iostream>
+#include <memory>
+#include <sstream>
+
+#include "support/numbered_picture.h"
+#include "support/open_media.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using namespace qmio::test;
+
+class Host {
+  public:
+    std::string answer(std::istringstream& order) {
+        std::string verb;
+        order >> verb >> std::ws;
+        if (verb == "open")
+            return open(order);
+        if (verb == "frame")
+            return frame(order);
+        media_.reset();
+        return "closed";
+    }
+
+  private:
+    std::string open(std::istringstream& order) {
+        std::string path;
+        std::getline(order, path);
+        media_.reset(qmio_open_ex_w(wide_name(path_of(path)).c_str(), L"threads=1"));
+        return media_ ? "opened" : "null";
+    }
+
+    std::string frame(std::istringstream& order) {
+        int number = 0;
+        order >> number;
+        Bytes pixels = picture_buffer(media_);
+        const int found = qmio_seek_frame(media_.get(), number);
+        const bool delivered = qmio_read_frame(media_.get(), pixels.data()) > 1 ||
+                               qmio_video_pkt(media_.get(), pixels.data(), nullptr) > 1;
+        const int width = static_cast<int>(file_param(media_, "width"));
+        const int height = static_cast<int>(file_param(media_, "height"));
+        return std::to_string(found) + " " +
+               std::to_string(delivered ? read_number(pixels.data(), width, height, width * 4) : -1);
+    }
+
+    Media media_;
+};
+
+}  // namespace
+
+int main() {
+    Host host;
+    for (std::string line; std::getline(std::cin, line);) {
+        std::istringstream order(line);
+        std::cout << host.answer(order) << std::endl;
+    }
+}

@@ -1,0 +1,64 @@
+// A host that writes a film of numbered pictures as its input says, one command a line, one line of answer each:
+//   create PATH     publishes where its frames begin; each can be decoded by itself
+//   delayed PATH    the same with frames that refer to others, behind and before them
+//   write COUNT     the next pictures, all of them on the disk when the answer comes
+//   close
+#include <iostream>
+#include <memory>
+#include <sstream>
+
+#include "support/temp_dir.h"
+#include "write/made_pictures.h"
+
+namespace {
+
+using namespace qmio::test;
+
+constexpr const char* kFilm = "fmt=mpegts,vcodec=mpeg2video,pix_fmt=yuv420p,size=160x96,r=25,b:v=2M,threads:v=1";
+constexpr const char* kPlain = ",g=1,flags:v=+low_delay";
+constexpr const char* kDelayed = ",g=8,bf=2";
+
+class Host {
+  public:
+    std::string answer(std::istringstream& order) {
+        std::string verb;
+        order >> verb >> std::ws;
+        if (verb == "create" || verb == "delayed")
+            return create(order, verb == "create" ? kPlain : kDelayed);
+        if (verb == "write")
+            return write(order);
+        writer_.reset();
+        return "closed";
+    }
+
+  private:
+    std::string create(std::istringstream& order, const std::string& options) {
+        std::string path;
+        std::getline(order, path);
+        writer_ = std::make_unique<Writer>(path_of(path), kFilm + options, unsigned{QMIO_CREATE_FRAME_INDEX});
+        return writer_->is_open() ? "created" : "null";
+    }
+
+    std::string write(std::istringstream& order) {
+        int count = 0;
+        order >> count;
+        for (int written = 0; written < count; ++written)
+            writer_->write_picture(maker_, next_++);
+        qmio_flush(writer_->handle());
+        return std::to_string(next_);
+    }
+
+    std::unique_ptr<Writer> writer_;
+    PictureMaker maker_{"AV_PIX_FMT_YUV420P", 160, 96};
+    int next_ = 0;
+};
+
+}  // namespace
+
+int main() {
+    Host host;
+    for (std::string line; std::getline(std::cin, line);) {
+        std::istringstream order(line);
+        std::cout << host.answer(order) << std::endl;
+    }
+}

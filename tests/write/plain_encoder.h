@@ -1,0 +1,27 @@
+// Encoding by FFmpeg's plain calls: what the files that the library writes are held against.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "audio/plain_sound.h"
+#include "write/made_pictures.h"
+
+namespace qmio::test {
+
+// How a track is encoded.
+struct SoundEncoding {
+    std::string encoder;
+    SoundForm form;
+    int64_t bit_rate = 0;
+    bool global_header = false;  // the container wants headers apart from the packets
+};
+
+// What an encoder of fixed frames takes at a time; 0 for one that takes any number.
+int frame_samples(const SoundEncoding& encoding);
+
+// Whole frames of a sound that is silent from `samples` on, as many as it takes; the encoder is not drained.
+std::vector<Bytes> encode_plainly(const SoundEncoding& encoding, const SoundMaker& maker, int64_t samples);
+
+}  // namespace qmio::test
