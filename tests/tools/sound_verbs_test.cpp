@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "support/open_media.h"
@@ -50,6 +52,38 @@ TEST(AudioVerb, FormIsTheUsersChoice) {
     EXPECT_EQ(file_param(media, "channels"), 2);
     EXPECT_EQ(file_param(media, "sample_fmt"), 0) << "float";
     EXPECT_NEAR(static_cast<double>(wav_data(file).size()), 2.0 * 24000 * 2 * 4, 24000 * 8 * 0.01);
+}
+
+// One packet of thirty seconds: uncompressed sound comes in frames as long as its packets.
+TEST(AudioVerb, TakesPacketsOfAnyLength) {
+    const TempDir folder;
+    const auto file = folder / "long.mkv";
+    const std::vector<int16_t> samples(30 * 48000, 1000);
+    {
+        const Media media(
+            qmio_create_w(wide_name(file).c_str(), L"fmt=matroska,acodec=pcm_s16le,ac=1,ar=48000,afmt=s16"));
+        ASSERT_NE(media, nullptr);
+        EXPECT_GT(qmio_write_audio(media.get(), reinterpret_cast<const uint8_t*>(samples.data()),
+                                   static_cast<int>(2 * samples.size())),
+                  0);
+    }
+    ASSERT_EQ(run_qmio({"audio", utf8(file), "--channels", "1", "--out", utf8(folder / "out.wav")}).exit_code, 0);
+    EXPECT_EQ(wav_data(folder / "out.wav").size(), 2 * samples.size());
+    EXPECT_EQ(run_qmio({"wave", utf8(file), "--out", utf8(folder / "out.png")}).exit_code, 0);
+}
+
+TEST(AudioVerb, MoreChannelsThanTheFileHasComeOutOfTheMixer) {
+    const TempDir folder;
+    ASSERT_EQ(run_qmio({"audio", made("tone.wav"), "--channels", "6", "--out", utf8(folder / "out.wav")}).exit_code, 0);
+    const Bytes data = wav_data(folder / "out.wav");
+    ASSERT_EQ(data.size(), 6U * 2 * 96000);
+    int loudest_bass = 0;
+    for (std::size_t frame = 0; frame < 96000; ++frame) {
+        int16_t bass = 0;
+        std::memcpy(&bass, data.data() + 12 * frame + 2 * 3, sizeof bass);
+        loudest_bass = std::max<int>(loudest_bass, std::abs(bass));
+    }
+    EXPECT_EQ(loudest_bass, 0) << "a mono file has nothing for the fourth of six channels";
 }
 
 TEST(AudioVerb, ATrackThatIsNotThereIsNamed) {

@@ -133,6 +133,40 @@ TEST(ConvertVerb, SizeRateAndTracksAreTheUsersChoice) {
     EXPECT_EQ(times.frame_rate_num, 50 * times.frame_rate_den);
 }
 
+TEST(MakeVerb, LeavesNoFileBehindWhenItFails) {
+    const TempDir folder;
+    for (const char* options : {"fmt=mp4,vcodec=libx264,size=0x0", "fmt=nosuch,vcodec=mjpeg", "fmt=wav,vcodec=mjpeg"}) {
+        EXPECT_EQ(run_qmio({"make", utf8(folder / "made.mp4"), options}).exit_code, 1) << options;
+        EXPECT_FALSE(std::filesystem::exists(folder / "made.mp4")) << options;
+    }
+}
+
+TEST(MakeVerb, OptionsMayBeWrittenInEveryWayThatTheLibraryReads) {
+    const TempDir folder;
+    const auto file = folder / "made.avi";
+    ASSERT_EQ(run_qmio({"make", utf8(file), "# a comment\nfmt=avi vcodec=\"mjpeg\"\nwidth = 320,acodec=pcm_s16le\tac=1",
+                        "--frames", "5"})
+                  .exit_code,
+              0);
+    const Media media = open_media(file);
+    EXPECT_EQ(file_param(media, "width"), 320);
+    EXPECT_EQ(file_param(media, "height"), 180);
+    EXPECT_EQ(file_param(media, "channels"), 1);
+}
+
+TEST(ConvertVerb, NoFileIsWrittenOverItself) {
+    const TempDir folder;
+    const auto file = folder / "same.mp4";
+    std::filesystem::copy_file(media_path("two_audio_tracks.mp4"), file);
+    const Bytes before = read_bytes(file);
+    const std::string name = utf8(file);
+    EXPECT_EQ(run_qmio({"convert", name, name, "fmt=mp4,vcodec=mjpeg"}).exit_code, 1);
+    EXPECT_EQ(run_qmio({"audio", name, "--out", name}).exit_code, 1);
+    EXPECT_EQ(run_qmio({"wave", name, "--out", name}).exit_code, 1);
+    EXPECT_EQ(run_qmio({"sheet", name, "--out", name}).exit_code, 1);
+    EXPECT_TRUE(read_bytes(file) == before);
+}
+
 TEST(ConvertVerb, AFileThatIsNotThereIsNamed) {
     const TempDir folder;
     const Outcome outcome = run_qmio({"convert", "no_such_file.mp4", utf8(folder / "x.mp4"), "fmt=mp4,vcodec=mjpeg"});

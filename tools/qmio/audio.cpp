@@ -1,6 +1,7 @@
 // qmio audio FILE --track 0 --rate 48000 --channels 2 --format s16 --out out.wav: a track's sound as a WAV file.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <memory>
 
@@ -37,15 +38,18 @@ std::string output_options(const AudioOptions& options) {
 }
 
 void audio(const AudioOptions& options) {
+    require_other_file(options.file, options.out);
     Sound sound(options.file, options.track, {options.channels, options.rate, sample_format_code(options.format)});
     Output file(options.out, output_options(options));
-    const int64_t seconds = sound.duration_ms() / 1000;
-    Progress progress("audio, seconds", static_cast<int>(seconds));
+    const auto total = static_cast<int>(std::min<int64_t>(sound.duration_ms(), std::numeric_limits<int>::max()));
+    Progress progress("audio, ms", total);
     for (Sound::Piece piece = sound.next(); piece.bytes > 0; piece = sound.next()) {
         file.write(0, piece.samples, piece.bytes);
-        progress.reach(static_cast<int>(std::min(sound.delivered_ms() / 1000, seconds)));
+        file.expect(piece.bytes);
+        progress.reach(static_cast<int>(std::min<int64_t>(sound.delivered_ms(), total)));
     }
     file.close();
+    progress.reach(total);
 }
 
 }  // namespace

@@ -41,9 +41,15 @@ TrackForm track_form(const Source& source, int track) {
 
 OptionList fill_in(const Source& source, const std::string& text) {
     OptionList options(text);
+    require_container(options);
+    if (options.has(kVideoEncoderKeys))
+        source.require_pictures();
     add_picture_defaults(options, {source.width(), source.height(), rate_of(source)});
     options.add_track_defaults([&](int track, const std::string& encoder) {
-        return track_defaults(encoder, track_form(source, source_track(source, track)));
+        const TrackForm form = track_form(source, std::max(source_track(source, track), 0));
+        if (form.channels < 1)
+            throw Failure(source.name(), "has no sound that can be decoded");
+        return track_defaults(encoder, form);
     });
     return options;
 }
@@ -81,17 +87,10 @@ class Pictures {
     bool draining_ = false;
 };
 
-double seconds_per_frame(const std::string& rate) {
-    const std::size_t slash = rate.find('/');
-    const double below = slash != std::string::npos ? std::stod(rate.substr(slash + 1)) : 1;
-    return below / std::max(std::stod(rate), 0.001);
-}
-
 void write_pictures(Source& source, Output& output, const OptionList& options, std::vector<SoundWriter>& sounds) {
-    source.require_pictures();
     Pictures pictures(source, pixel_format_of(options), output.width(), output.height());
     Progress progress("convert, frames", source.frame_count());
-    const double period = seconds_per_frame(options.value({"r"}));
+    const double period = seconds_per_picture(options);
     for (int frame = 1; pictures.next(); ++frame) {
         output.write(pictures.record());
         for (SoundWriter& sound : sounds)
@@ -101,6 +100,7 @@ void write_pictures(Source& source, Output& output, const OptionList& options, s
 }
 
 void convert(const ConvertOptions& options) {
+    require_other_file(options.in, options.out);
     Source source(options.in);
     const OptionList filled = fill_in(source, options.options);
     Output output(options.out, filled.text());
@@ -121,7 +121,7 @@ void add_convert(CLI::App& app) {
     verb->add_option("OUT", options->out, "The file to write")->required();
     verb->add_option("OPTIONS", options->options,
                      "What to write, for instance fmt=mp4,vcodec=libx264,b:v=2M,acodec=aac; size, rates, channels and "
-                     "formats that are left out are those of IN")
+                     "formats that are left out are those of IN; another rate changes the speed of the pictures")
         ->required();
     verb->callback([options] { convert(*options); });
 }

@@ -62,7 +62,7 @@ constexpr const char* kTrackNumbers[] = {"apts",
                                          "file_channels",
                                          "audio_channels",
                                          "user_channels"};
-constexpr const char* kTimes[] = {"video", "audio", "packet", "seek"};
+constexpr const char* kTimes[] = {"dur", "video", "audio", "packet", "key", "seek"};
 
 std::string quoted(const std::string& text) {
     std::string result = "\"";

@@ -1,8 +1,10 @@
 // The command-line host of the library: one verb per file, registered here.
+#include <qmio.h>
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 
 #include "failure.h"
 #include "system.h"
@@ -29,6 +31,8 @@ void add_verbs(CLI::App& app) {
 int run(std::vector<std::string> arguments) {
     CLI::App app("Reads media files by frame number, and writes them.", "qmio");
     app.allow_windows_style_options(false);  // a path may begin with a slash, on Windows too
+    app.set_version_flag("--version", std::string(qmio_get_file_info(nullptr, "ver")) + ", built " +
+                                          qmio_get_file_info(nullptr, "build"));
     app.require_subcommand(1);
     app.failure_message(CLI::FailureMessage::help);
     add_verbs(app);
@@ -38,6 +42,9 @@ int run(std::vector<std::string> arguments) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kDone : kWrongUsage;
     }
+    std::cout.flush();
+    if (!std::cout)
+        throw std::runtime_error("standard output cannot be written");
     return kDone;
 }
 

@@ -144,16 +144,10 @@ class Tone {
 
 OptionList fill_in(const std::string& text) {
     OptionList options(text);
+    require_container(options);
     add_picture_defaults(options, {kDefaultWidth, kDefaultHeight, "25"});
     options.add_track_defaults([](int, const std::string& encoder) { return track_defaults(encoder, {}); });
     return options;
-}
-
-double seconds_per_frame(const Output& output) {
-    qmio_time_param times{};
-    if (!output.has_video() || qmio_get_time_param(output.handle(), "video", &times) == 0)
-        return 1.0 / 25;
-    return static_cast<double>(times.frame_rate_den) / times.frame_rate_num;
 }
 
 void make(const MakeOptions& options) {
@@ -173,7 +167,7 @@ void make(const MakeOptions& options) {
         if (picture != nullptr)
             write_picture(output, *picture, *buffer, frame);
         for (Tone& tone : tones)
-            tone.write_until((frame + 1) * seconds_per_frame(output));
+            tone.write_until((frame + 1) * seconds_per_picture(filled));
         progress.step();
     }
     output.close();

@@ -1,6 +1,7 @@
 #include "option_list.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace host {
 
@@ -12,8 +13,46 @@ std::string key_of(const std::string& option) {
 
 std::string value_of(const std::string& option) {
     const std::size_t equals = option.find('=');
-    return equals != std::string::npos ? option.substr(equals + 1) : std::string();
+    const std::string value = equals != std::string::npos ? option.substr(equals + 1) : std::string();
+    return value.size() > 1 && value.front() == '"' && value.back() == '"' ? value.substr(1, value.size() - 2) : value;
 }
+
+// Takes an option string apart as the library does.
+class Reader {
+  public:
+    explicit Reader(const std::string& text) : rest_(text) {}
+
+    // "key=value", the value in its quotes if it has some; empty at the end.
+    std::string next() {
+        skip(", \t\r\n");
+        while (!rest_.empty() && std::string_view("#/;").find(rest_.front()) != std::string_view::npos) {
+            take_to("\r\n");
+            skip(", \t\r\n");
+        }
+        if (rest_.empty())
+            return {};
+        const std::string key(take_to("=\t\n ,"));
+        skip(" \t=");
+        const bool quoted = !rest_.empty() && rest_.front() == '"';
+        return key + '=' + std::string(quoted ? take_quoted() : take_to("\t\n ,"));
+    }
+
+  private:
+    void skip(const char* letters) { rest_.remove_prefix(std::min(rest_.find_first_not_of(letters), rest_.size())); }
+
+    std::string_view take(std::size_t count) {
+        const std::string_view taken = rest_.substr(0, count);
+        rest_.remove_prefix(taken.size());
+        return taken;
+    }
+    std::string_view take_to(const char* ends) { return take(std::min(rest_.find_first_of(ends), rest_.size())); }
+    std::string_view take_quoted() {
+        const std::size_t end = rest_.find('"', 1);
+        return take(end != std::string_view::npos ? end + 1 : rest_.size());
+    }
+
+    std::string_view rest_;
+};
 
 bool is_audio_encoder(const std::string& option) {
     const std::string key = key_of(option);
@@ -23,20 +62,8 @@ bool is_audio_encoder(const std::string& option) {
 }  // namespace
 
 OptionList::OptionList(const std::string& text) {
-    bool quoted = false;
-    std::string option;
-    for (const char letter : text + ',') {
-        if (letter == '"')
-            quoted = !quoted;
-        if ((letter != ',' && letter != '\n') || quoted) {
-            option += letter;
-            continue;
-        }
-        if (!option.empty())
-            options_.push_back(option);
-        option.clear();
-    }
-    if (!option.empty())
+    Reader reader(text);
+    for (std::string option = reader.next(); !option.empty(); option = reader.next())
         options_.push_back(option);
 }
 

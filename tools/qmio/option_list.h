@@ -9,7 +9,7 @@ namespace host {
 
 class OptionList {
   public:
-    // Splits at commas and line feeds; what stands in double quotes stays whole.
+    // By the library's own rules.
     explicit OptionList(const std::string& text);
 
     // The value that counts: the last one that any of these keys has; empty when there is none.

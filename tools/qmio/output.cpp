@@ -1,10 +1,8 @@
 #include "output.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
-#include <vector>
 
 #include "failure.h"
 #include "text.h"
@@ -12,19 +10,6 @@
 namespace host {
 
 namespace {
-
-// The library says on standard error why it failed; what is wrong with the place itself can be seen from here.
-std::string reason_of_failed_creation(const std::string& name) {
-    std::error_code error;
-    const std::filesystem::path path = path_of(name);
-    if (std::filesystem::is_directory(path, error))
-        return "cannot be written: it is a folder";
-    if (path.has_parent_path() && !std::filesystem::is_directory(path.parent_path(), error))
-        return "cannot be written: there is no such folder";
-    if (!std::ofstream(path, std::ios::binary | std::ios::app))
-        return "cannot be written: no permission, or no room";
-    return "cannot be made with these options";
-}
 
 MediaHandle* create(const std::string& name, const std::string& options) {
     try {
@@ -34,11 +19,50 @@ MediaHandle* create(const std::string& name, const std::string& options) {
     }
 }
 
+// What stands behind a '|' is no part of the file's name.
+std::filesystem::path file_of(const std::string& name) {
+    return path_of(name.substr(0, name.find('|')));
+}
+
+bool is_there(const std::filesystem::path& path) {
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
+}
+
 }  // namespace
 
-Output::Output(const std::string& name, const std::string& options) : name_(name), handle_(create(name, options)) {
-    if (handle_ == nullptr)
-        throw Failure(name, reason_of_failed_creation(name));
+Output::Output(const std::string& name, const std::string& options)
+    : name_(name), existed_(is_there(file_of(name))), handle_(create(name, options)) {
+    if (handle_ != nullptr)
+        return;
+    const std::string reason = reason_of_failure();
+    std::error_code ignored;
+    if (!existed_)
+        std::filesystem::remove(path(), ignored);
+    throw Failure(name, reason);
+}
+
+Output::~Output() {
+    handle_.reset();
+    std::error_code ignored;
+    if (!whole_ && !existed_)
+        std::filesystem::remove(path(), ignored);
+}
+
+std::filesystem::path Output::path() const {
+    return file_of(name_);
+}
+
+// The library says on standard error why it failed; what is wrong with the place itself can be seen from here.
+std::string Output::reason_of_failure() const {
+    std::error_code error;
+    if (std::filesystem::is_directory(path(), error))
+        return "cannot be written: it is a folder";
+    if (path().has_parent_path() && !std::filesystem::is_directory(path().parent_path(), error))
+        return "cannot be written: there is no such folder";
+    if (!std::ofstream(path(), std::ios::binary | std::ios::app))
+        return "cannot be written: no permission, or no room";
+    return "cannot be made with these options";
 }
 
 void Output::write(imio_picture& picture) {
@@ -62,9 +86,16 @@ void Output::write(int track, const uint8_t* samples, int bytes) {
 void Output::close() {
     handle_.reset();
     std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(path_of(name_.substr(0, name_.find('|'))), error);
+    const std::uintmax_t size = std::filesystem::file_size(path(), error);
     if (!error && size < written_)
         throw Failure(name_, "cannot be written whole");
+    whole_ = true;
+}
+
+void require_other_file(const std::string& in, const std::string& out) {
+    std::error_code ignored;
+    if (std::filesystem::equivalent(path_of(in), file_of(out), ignored))
+        throw Failure(out, "is the file that is read");
 }
 
 }  // namespace host

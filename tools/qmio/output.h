@@ -4,6 +4,7 @@
 #include <qmio.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -13,6 +14,9 @@ class Output {
   public:
     // Makes the file `name` (UTF-8) from an option string of the library. Throws a Failure that names the file.
     Output(const std::string& name, const std::string& options);
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+    ~Output();  // a file that was not there before and did not become whole is removed
 
     MediaHandle* handle() const { return handle_.get(); }
     int width() const { return static_cast<int>(qmio_get_file_param(handle(), "width")); }
@@ -27,6 +31,9 @@ class Output {
     void write(imio_picture& picture);
     void write(int track, const uint8_t* samples, int bytes);
 
+    // Uncompressed sound takes at least its own room in the file.
+    void expect(int bytes) { written_ += static_cast<std::uintmax_t>(bytes); }
+
     // Completes the file. Throws a Failure when it is shorter than what was written into it.
     void close();
 
@@ -35,9 +42,17 @@ class Output {
         void operator()(MediaHandle* handle) const { qmio_close(handle); }
     };
 
+    std::filesystem::path path() const;
+    std::string reason_of_failure() const;
+
     std::string name_;
+    bool existed_;
+    bool whole_ = false;
     std::unique_ptr<MediaHandle, Closer> handle_;
     std::uintmax_t written_ = 0;  // bytes that the file has to have at least, as far as is known
 };
+
+// Throws a Failure when both names are one file, which writing would destroy before it is read.
+void require_other_file(const std::string& in, const std::string& out);
 
 }  // namespace host

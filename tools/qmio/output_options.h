@@ -25,6 +25,12 @@ struct TrackForm {
 // for an encoder that there is not.
 void add_picture_defaults(OptionList& options, const PictureForm& form);
 
+// Throws a Failure when the options name no container that can be written.
+void require_container(const OptionList& options);
+
+// How long each picture is shown; of a rate that was not given, the usual one.
+double seconds_per_picture(const OptionList& options);
+
 // "ac=2,ar=48000,afmt=fltp" for an encoder, in a sample format that it takes. Throws a Failure as above.
 std::string track_defaults(const std::string& encoder, const TrackForm& form);
 

@@ -5,6 +5,7 @@
 
 #include "failure.h"
 #include "label.h"
+#include "output.h"
 #include "png.h"
 #include "progress.h"
 #include "source.h"
@@ -103,6 +104,7 @@ int draw_cells(Picture& sheet, const Grid& grid, Source& source, int frames) {
 }
 
 void sheet(const SheetOptions& options) {
+    require_other_file(options.file, options.out);
     Source source(options.file);
     source.require_pictures();
     const int frames = frames_to_spread(source, options);

@@ -19,14 +19,17 @@ struct SoundForm {
 // The code of a format's name ("s16", "fltp"). Throws a Failure for a name that is none.
 int sample_format_code(const std::string& name);
 
+// Bytes of a sample in a format of the library's codes.
+int sample_size(int format);
+
 class Sound {
   public:
     // Throws a Failure when the file has no such track or its sound cannot be decoded.
     Sound(const std::string& file, int track, const SoundForm& form);
 
     const SoundForm& form() const { return form_; }
-    int bytes_per_frame() const { return form_.channels * qmio_sample_size(source_.handle()); }
-    int64_t duration_ms() const { return qmio_get_dur(source_.handle()); }
+    int bytes_per_frame() const { return form_.channels * sample_size(form_.format); }
+    int64_t duration_ms() const;  // of the whole file, as far as it tells
 
     // The next piece; empty at the end. Valid until the next call. Damaged packets are passed over.
     struct Piece {
@@ -41,10 +44,16 @@ class Sound {
 
   private:
     bool next_packet();
+    void make_room();
+    Piece in_form(int bytes);
 
     Source source_;
     SoundForm form_;
+    int track_;
+    int64_t file_rate_ = 0;
+    bool interleave_ = false;
     std::vector<uint8_t> buffer_;
+    std::vector<uint8_t> interleaved_;
     bool in_packet_ = false;
     int64_t delivered_frames_ = 0;
 };

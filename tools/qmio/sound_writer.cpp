@@ -21,11 +21,6 @@ std::vector<uint8_t> cut_planes(const uint8_t* samples, const SoundForm& form, i
 
 }  // namespace
 
-int sample_size(int format) {
-    const int bits = format < -1 ? -format : format;
-    return bits == 128 ? 8 : bits <= 0 ? 4 : bits / 8;
-}
-
 SoundForm form_of_track(const Output& output, int track) {
     return {output.track_param("file_channels", track), output.track_param("file_sample_rate", track),
             output.track_param("file_sample_fmt", track)};

@@ -11,9 +11,6 @@
 
 namespace host {
 
-// Bytes of a sample in a format of the library's codes.
-int sample_size(int format);
-
 // Samples in the form of the track, however many: the library takes a limited number at a time.
 void write_samples(Output& output, int track, const SoundForm& form, const uint8_t* samples, int bytes);
 

@@ -11,11 +11,6 @@ namespace host {
 
 namespace {
 
-// What the library answers when a packet was damaged; the next one may be good.
-constexpr int kDecoderError = -6;
-// What it answers when the one picture of a file is held already.
-constexpr int kSinglePictureHeld = 1;
-
 bool is_address(const std::string& name) {
     return name.find("://") != std::string::npos || has_prefix(name, "ftp:") || has_prefix(name, "dshow:") ||
            has_prefix(name, "avio:");
@@ -91,7 +86,7 @@ bool Source::read_frame(int number, Picture& picture) {
     if (!seek(number))
         return false;
     int result = read_next(record);
-    if (result == kSinglePictureHeld)
+    if (result == QMIO_PICTURE_HELD)
         result = imio_get_buf(handle(), &record);
     if (result > 0)
         held_ = number;
@@ -107,8 +102,8 @@ bool Source::seek(int number) {
 }
 
 int Source::read_next(imio_picture& record) {
-    int result = kDecoderError;
-    while (result == kDecoderError)
+    int result = QMIO_DECODER_ERROR;
+    while (result == QMIO_DECODER_ERROR)
         result = imio_read_frame(handle(), &record);
     return result;
 }

@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <iostream>
+#include <limits>
 #include <memory>
 
 #include "failure.h"
@@ -36,7 +37,9 @@ void add_timecode(CLI::App& app) {
     CLI::App* verb = app.add_subcommand("timecode", "Print the time code of a frame, counted from the start");
     auto options = std::make_shared<TimecodeOptions>();
     verb->add_option("FILE", options->file, "The file to look at")->required();
-    verb->add_option("--at", options->frame, "Frame number, counted from 0")->required()->check(CLI::NonNegativeNumber);
+    verb->add_option("--at", options->frame, "Frame number, counted from 0")
+        ->required()
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()).description("NUMBER"));
     verb->callback([options] { timecode(*options); });
 }
 

@@ -2,10 +2,12 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <memory>
 
 #include "failure.h"
 #include "label.h"
+#include "output.h"
 #include "png.h"
 #include "progress.h"
 #include "sound.h"
@@ -91,8 +93,8 @@ SoundForm form_of(const Source& source, int track) {
 
 Wave measure(const std::string& file, int track, const SoundForm& form) {
     Sound sound(file, track, form);
-    const int seconds = static_cast<int>(sound.duration_ms() / 1000);
-    Progress progress("track " + std::to_string(track) + ", seconds", seconds);
+    const auto total = static_cast<int>(std::min<int64_t>(sound.duration_ms(), std::numeric_limits<int>::max()));
+    Progress progress("track " + std::to_string(track) + ", ms", total);
     PeakMeter meter;
     for (Sound::Piece piece = sound.next(); piece.bytes > 0; piece = sound.next()) {
         for (int place = 0; place + 1 < piece.bytes; place += 2) {
@@ -100,8 +102,9 @@ Wave measure(const std::string& file, int track, const SoundForm& form) {
             std::memcpy(&value, piece.samples + place, sizeof value);
             meter.take(value);
         }
-        progress.reach(std::min(static_cast<int>(sound.delivered_ms() / 1000), seconds));
+        progress.reach(static_cast<int>(std::min<int64_t>(sound.delivered_ms(), total)));
     }
+    progress.reach(total);
     return {title_of(track, form), std::move(meter).peaks()};
 }
 
@@ -145,6 +148,7 @@ void draw_wave(Picture& picture, int top, const Wave& wave) {
 }
 
 void wave(const WaveOptions& options) {
+    require_other_file(options.file, options.out);
     const std::vector<Wave> waves = measure_tracks(options.file);
     const int band = label_height() + kWaveHeight + kMargin;
     Picture picture(options.width, kMargin + static_cast<int>(waves.size()) * band, kBackground);
