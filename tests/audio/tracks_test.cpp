@@ -373,6 +373,18 @@ TEST(PuttingTracksTogether, NothingToCopyGivesTheCount) {
     }
 }
 
+TEST(PuttingTracksTogether, ANegativeChannelCountPutsNothingInFrontOfTheBuffer) {
+    const Media media = open_media(media_path("two_audio_tracks.mp4"));
+    ASSERT_NE(media, nullptr);
+    qmio_set_dst_audio(media.get(), -8, 48000, 16);
+    EXPECT_EQ(qmio_user_chans(media.get()), 0);
+    qmio_set_track(media.get(), 1);
+    std::vector<uint8_t> target(64, 0xAA);
+    const std::vector<uint8_t> source(64, 0x11);
+    qmio_remap_audio(media.get(), target.data() + 32, source.data(), 4, 1);
+    EXPECT_EQ(std::vector<uint8_t>(target.begin(), target.begin() + 32), std::vector<uint8_t>(32, 0xAA));
+}
+
 TEST(PuttingTracksTogether, TracksThatThereCannotBeGiveZero) {
     const Media media = open_sound(tracks_file(2));
     Bytes bytes(64, kBefore);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 
 #include "audio/host.h"
 #include "support/media.h"
@@ -147,7 +148,43 @@ TEST_F(Sound, CallIsAnotherNameForTrackZero) {
     EXPECT_TRUE(read_back(kStereo) == sound);
 }
 
+// The encoder's own option for its layout overrules the channels of the track: a call takes what the encoder takes, and
+// reads nothing behind it.
+TEST_F(Sound, IsTakenInTheChannelsThatTheEncoderOpenedWith) {
+    for (const std::string layout : {"ch_layout=stereo", "channel_layout=stereo"}) {
+        const Writer aac(path(), "fmt=matroska,acodec=aac,ac=1,ar=48000,afmt=fltp," + layout);
+        if (!aac.is_open())
+            continue;
+        const auto exact = std::make_unique<uint8_t[]>(8 * 4096);
+        EXPECT_GE(qmio_write_track(aac.handle(), 0, exact.get(), 8 * 4096), 0);
+        EXPECT_EQ(qmio_get_stream_param(aac.handle(), "channels", 0), 2);
+    }
+    EXPECT_FALSE(Writer(path(), "fmt=matroska,acodec=aac,ac=2147483647,ar=48000,afmt=fltp").is_open());
+}
+
 // ---- encoders of fixed frames ----
+
+TEST_F(Sound, IsRefusedByEncodersWhoseFramesNoRingHolds) {
+    const Writer flac(path(), "fmt=flac,acodec=flac,ac=1,ar=48000,afmt=s16,frame_size=65535");
+    ASSERT_TRUE(flac.is_open());
+    EXPECT_EQ(flac.write_sound(0, Bytes(2 * 1000)), QMIO_TRACK_NO_RING);
+}
+
+// Less than a frame always waits in the ring, so a ring's worth at a time would be too much.
+TEST_F(Sound, OfTheLengthThatIsAlwaysRightIsWrittenWhole) {
+    const SoundMaker maker(kMono);
+    {
+        const Writer flac = writer("flac", "flac", kMono);
+        ASSERT_TRUE(flac.is_open());
+        for (int call = 0; call < 4; ++call)
+            EXPECT_GE(flac.write_sound(0, maker.samples(32768 * call, 32768)), 0);
+    }
+    Bytes sound = read_back(kMono);
+    const Bytes expected = maker.samples(0, 4 * 32768);
+    ASSERT_GE(sound.size(), expected.size());
+    sound.resize(expected.size());
+    EXPECT_TRUE(sound == expected);
+}
 
 constexpr int kFlacFrame = 4608;
 

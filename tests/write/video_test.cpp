@@ -39,6 +39,21 @@ class Video : public testing::Test {
     TempDir folder_;
 };
 
+TEST_F(Video, IsNotDisturbedBySeekCalls) {
+    {
+        const Writer writer = intra();
+        write_pictures(writer, yuvj_, 3);
+        EXPECT_EQ(qmio_seek_frame(writer.handle(), 2), -1);
+        EXPECT_EQ(qmio_seek_frame_ex(writer.handle(), 0), -1);
+        EXPECT_EQ(qmio_seek_frame_ex_old(writer.handle(), 1), -1);
+        EXPECT_EQ(qmio_seek_ts(writer.handle(), 0, 1), 0);
+        EXPECT_EQ(qmio_get_frame(writer.handle()), -1);
+        for (int number = 3; number < 6; ++number)
+            EXPECT_EQ(writer.write_picture(yuvj_, number), 0) << number;
+    }
+    EXPECT_EQ(numbers_in_file(), (std::vector<int>{0, 1, 2, 3, 4, 5}));
+}
+
 TEST_F(Video, WithoutAnythingToWorkOnGivesNothing) {
     imio_picture empty{};
     Bytes pixels = yuvj_.picture(0);
