@@ -174,5 +174,16 @@ TEST(ConvertVerb, AFileThatIsNotThereIsNamed) {
     EXPECT_THAT(outcome.error_text, HasSubstr("no_such_file.mp4: no such file"));
 }
 
+TEST(ExampleHosts, WriteFramesMakesAFileOfTwoSeconds) {
+    const TempDir folder;
+    const auto file = folder / "example.avi";
+    const Outcome outcome = run(host_program("write_frames"), {utf8(file)});
+    EXPECT_EQ(outcome.exit_code, 0);
+    EXPECT_THAT(outcome.output, HasSubstr("50 frames, 0 failures"));
+    EXPECT_EQ(distinct_pictures(file).size(), 50U);
+    EXPECT_EQ(samples_of(file, 0).size(), 96000U);
+    EXPECT_EQ(run(host_program("write_frames")).exit_code, 1);
+}
+
 }  // namespace
 }  // namespace qmio::test
