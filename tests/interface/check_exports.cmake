@@ -1,6 +1,6 @@
 # cmake -DLIBRARY=... -DHEADER=... -DNAMES=... -DNM=... -DOBJDUMP=... -P check_exports.cmake
-#   The library exports exactly what its header declares, functions as code and integers as data, and every function among
-#   it is a name of the interface.
+#   The library exports exactly what its header declares, functions as code and integers as data, and the functions are
+#   those of the interface.
 #   A DLL is listed with objdump, since nm does not show a PE file's export table.
 cmake_minimum_required(VERSION 3.24)
 
@@ -71,6 +71,8 @@ declared_in_header(functions data)
 list(REMOVE_DUPLICATES functions)
 list(REMOVE_DUPLICATES data)
 file(STRINGS ${NAMES} interface REGEX "^[a-z]")
+# Remuxing and the reader queue are not there yet.
+list(REMOVE_ITEM interface qmio_copy_frame qmio_fifo_frame qmio_fifo_ts qmio_mux_a qmio_mux_w)
 
 list(LENGTH data data_count)
 if(NOT data_count EQUAL 18)
@@ -96,3 +98,7 @@ expect_none("integers that are not exported as data" ${not_data})
 set(unknown ${functions})
 list(REMOVE_ITEM unknown ${interface})
 expect_none("declared but no name of the interface" ${unknown})
+
+set(absent ${interface})
+list(REMOVE_ITEM absent ${exported})
+expect_none("names of the interface that are not exported" ${absent})

@@ -1,0 +1,474 @@
+// What the linked FFmpeg can write and decode, held against FFmpeg's own registries.
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/imgutils.h>
+#include <libavutil/pixdesc.h>
+}
+
+#include <gtest/gtest.h>
+#include <qmio.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <iterator>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ffmpeg/frozen_pixel_formats.h"
+
+namespace {
+
+constexpr int kNewerThanTheInterface = 0x10000;
+
+std::vector<const AVCodec*> codecs_of_ffmpeg() {
+    std::vector<const AVCodec*> codecs;
+    void* position = nullptr;
+    while (const AVCodec* codec = av_codec_iterate(&position))
+        codecs.push_back(codec);
+    return codecs;
+}
+
+std::vector<const AVOutputFormat*> formats_of_ffmpeg() {
+    std::vector<const AVOutputFormat*> formats;
+    void* position = nullptr;
+    while (const AVOutputFormat* format = av_muxer_iterate(&position))
+        formats.push_back(format);
+    return formats;
+}
+
+// FFmpeg's number of a pixel format -> that of the interface.
+std::map<int, int32_t> frozen_numbers() {
+    std::map<int, int32_t> numbers;
+#define QMIO_ADD(number, name) numbers.emplace(AV_PIX_FMT_##name, number);
+#define QMIO_LEAVE_OUT(number, name)
+    QMIO_FROZEN_PIXEL_FORMATS(QMIO_ADD, QMIO_LEAVE_OUT, QMIO_LEAVE_OUT, QMIO_LEAVE_OUT)
+#undef QMIO_ADD
+#undef QMIO_LEAVE_OUT
+    return numbers;
+}
+
+std::vector<int32_t> in_interface_numbers(const AVPixelFormat* formats) {
+    static const std::map<int, int32_t> numbers = frozen_numbers();
+    std::vector<int32_t> translated;
+    for (; *formats != -1; ++formats) {
+        const auto frozen = numbers.find(*formats);
+        // XVMC has a number that FFmpeg is about to drop.
+        const bool xvmc = std::string_view(av_get_pix_fmt_name(*formats)) == "xvmc";
+        translated.push_back(xvmc ? 16 : frozen != numbers.end() ? frozen->second : kNewerThanTheInterface + *formats);
+    }
+    translated.push_back(-1);
+    return translated;
+}
+
+template <class Value>
+std::vector<Value> ended_by(const void* list, Value end) {
+    std::vector<Value> values;
+    for (const Value* value = static_cast<const Value*>(list); values.empty() || values.back() != end; ++value)
+        values.push_back(*value);
+    return values;
+}
+
+// A buffer of the size that hosts are asked to have, filled with something else.
+template <std::size_t size>
+struct TextBuffer {
+    TextBuffer() { text.fill('?'); }
+    char* data() { return text.data(); }
+    std::string str() const { return std::string(text.data(), strnlen(text.data(), size)); }
+    std::array<char, size> text;
+};
+using CodecText = TextBuffer<64>;
+using FormatText = TextBuffer<1024>;
+
+const AVCodec* encoder(const char* name) {
+    return avcodec_find_encoder_by_name(name);
+}
+
+// ---- walking ----
+
+TEST(CodecWalk, MeetsEveryCodecOfFfmpegInItsOrder) {
+    std::vector<const AVCodec*> walked;
+    for (const AVCodec* codec = qmio_first_codec(); codec != nullptr; codec = qmio_next_codec(codec))
+        walked.push_back(codec);
+    EXPECT_GT(walked.size(), 100U);
+    EXPECT_EQ(walked, codecs_of_ffmpeg());
+}
+
+TEST(CodecWalk, GoesOnFromAnyCodec) {
+    const std::vector<const AVCodec*> codecs = codecs_of_ffmpeg();
+    for (std::size_t index = codecs.size(); index-- > 0;)
+        EXPECT_EQ(qmio_next_codec(codecs[index]), index + 1 < codecs.size() ? codecs[index + 1] : nullptr)
+            << codecs[index]->name;
+    EXPECT_EQ(qmio_next_codec(encoder("mjpeg")), *(std::find(codecs.begin(), codecs.end(), encoder("mjpeg")) + 1));
+}
+
+TEST(CodecWalk, EndsBehindNullAndBehindACodecThatIsInNoList) {
+    const AVCodec stranger = *qmio_first_codec();
+    EXPECT_EQ(qmio_next_codec(nullptr), nullptr);
+    EXPECT_EQ(qmio_next_codec(&stranger), nullptr);
+}
+
+TEST(FormatWalk, MeetsEveryMuxerOfFfmpegInItsOrder) {
+    std::vector<const AVOutputFormat*> walked;
+    for (const AVOutputFormat* format = qmio_first_format(); format != nullptr; format = qmio_next_format(format))
+        walked.push_back(format);
+    EXPECT_GT(walked.size(), 50U);
+    EXPECT_EQ(walked, formats_of_ffmpeg());
+}
+
+TEST(FormatWalk, GoesOnFromAnyFormat) {
+    const std::vector<const AVOutputFormat*> formats = formats_of_ffmpeg();
+    for (std::size_t index = formats.size(); index-- > 0;)
+        EXPECT_EQ(qmio_next_format(formats[index]), index + 1 < formats.size() ? formats[index + 1] : nullptr)
+            << formats[index]->name;
+}
+
+TEST(FormatWalk, EndsBehindNullAndBehindAFormatThatIsInNoList) {
+    const AVOutputFormat stranger = *qmio_first_format();
+    EXPECT_EQ(qmio_next_format(nullptr), nullptr);
+    EXPECT_EQ(qmio_next_format(&stranger), nullptr);
+}
+
+// ---- kinds ----
+
+TEST(IsCodec, AnswersEveryKindForEveryCodec) {
+    for (const AVCodec* codec : codecs_of_ffmpeg()) {
+        EXPECT_EQ(qmio_is_codec(codec, "video"), codec->type == AVMEDIA_TYPE_VIDEO) << codec->name;
+        EXPECT_EQ(qmio_is_codec(codec, "audio"), codec->type == AVMEDIA_TYPE_AUDIO) << codec->name;
+        EXPECT_EQ(qmio_is_codec(codec, "data"), codec->type == AVMEDIA_TYPE_DATA) << codec->name;
+        EXPECT_EQ(qmio_is_codec(codec, "subtitle"), codec->type == AVMEDIA_TYPE_SUBTITLE) << codec->name;
+        EXPECT_EQ(qmio_is_codec(codec, "encoder"), av_codec_is_encoder(codec) != 0) << codec->name;
+        EXPECT_EQ(qmio_is_codec(codec, "decoder"), av_codec_is_decoder(codec) != 0) << codec->name;
+    }
+}
+
+TEST(IsCodec, TakesKindsInAnyCaseAndNoOthers) {
+    const AVCodec* codec = encoder("mjpeg");
+    EXPECT_EQ(qmio_is_codec(codec, "VIDEO"), 1);
+    EXPECT_EQ(qmio_is_codec(codec, "Encoder"), 1);
+    EXPECT_EQ(qmio_is_codec(codec, "DECODER"), 0);
+    for (const char* kind : {"", "vid", "videos", "attachment", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(qmio_is_codec(codec, kind), 0);
+    EXPECT_EQ(qmio_is_codec(nullptr, "video"), 0);
+    EXPECT_EQ(qmio_is_codec(nullptr, nullptr), 0);
+}
+
+TEST(IsFormat, TellsWhatEveryMuxerHoldsByDefault) {
+    for (const AVOutputFormat* format : formats_of_ffmpeg()) {
+        EXPECT_EQ(qmio_is_format(format, "Video"), format->video_codec != AV_CODEC_ID_NONE) << format->name;
+        EXPECT_EQ(qmio_is_format(format, "AUDIO"), format->audio_codec != AV_CODEC_ID_NONE) << format->name;
+        EXPECT_EQ(qmio_is_format(format, "subtitle"), 0) << format->name;
+    }
+    EXPECT_EQ(qmio_is_format(av_guess_format("wav", nullptr, nullptr), "video"), 0);
+    EXPECT_EQ(qmio_is_format(av_guess_format("wav", nullptr, nullptr), "audio"), 1);
+    EXPECT_EQ(qmio_is_format(av_guess_format("wav", nullptr, nullptr), nullptr), 0);
+    EXPECT_EQ(qmio_is_format(nullptr, "video"), 0);
+}
+
+// ---- what a codec says of itself ----
+
+TEST(CodecInfo, NameIsReturnedAndCopied) {
+    for (const AVCodec* codec : codecs_of_ffmpeg()) {
+        CodecText buffer;
+        EXPECT_EQ(qmio_get_codec_info(codec, buffer.data(), "name"), codec->name);
+        EXPECT_EQ(buffer.str(), codec->name);
+        CodecText other;
+        EXPECT_EQ(qmio_get_codec_info(codec, other.data(), nullptr), codec->name);
+        EXPECT_EQ(other.str(), codec->name);
+        EXPECT_EQ(qmio_get_codec_info(codec, nullptr, "name"), codec->name);
+        EXPECT_EQ(qmio_get_codec_info(codec, nullptr, nullptr), codec->name);
+    }
+}
+
+TEST(CodecInfo, PixelFormatsAreTheInterfacesNumbersEndedByMinusOne) {
+    int with_list = 0;
+    for (const AVCodec* codec : codecs_of_ffmpeg()) {
+        const void* list = qmio_get_codec_info(codec, nullptr, "format");
+        ASSERT_EQ(list != nullptr, codec->pix_fmts != nullptr) << codec->name;
+        if (list == nullptr)
+            continue;
+        ++with_list;
+        EXPECT_EQ(ended_by<int32_t>(list, -1), in_interface_numbers(codec->pix_fmts)) << codec->name;
+    }
+    EXPECT_GT(with_list, 30);
+}
+
+// FFmpeg has renumbered its formats since: a translated list differs from FFmpeg's own.
+TEST(CodecInfo, PixelFormatNumbersAreNotFfmpegsOwn) {
+    const std::vector<int32_t> formats = ended_by<int32_t>(qmio_get_codec_info(encoder("png"), nullptr, "format"), -1);
+    for (const char* name : {"AV_PIX_FMT_RGB24", "AV_PIX_FMT_RGBA", "AV_PIX_FMT_RGBA64BE", "AV_PIX_FMT_GRAY8"})
+        EXPECT_NE(std::find(formats.begin(), formats.end(), qmio_fmtid(name)), formats.end()) << name;
+}
+
+TEST(CodecInfo, SampleFormatsAndRatesAreFfmpegsOwnLists) {
+    int formats = 0, rates = 0;
+    for (const AVCodec* codec : codecs_of_ffmpeg()) {
+        EXPECT_EQ(qmio_get_codec_info(codec, nullptr, "sample_fmts"), codec->sample_fmts) << codec->name;
+        EXPECT_EQ(qmio_get_codec_info(codec, nullptr, "sample_rates"), codec->supported_samplerates) << codec->name;
+        formats += codec->sample_fmts != nullptr;
+        rates += codec->supported_samplerates != nullptr;
+    }
+    EXPECT_GT(formats, 30);
+    EXPECT_GT(rates, 5);
+    EXPECT_EQ(ended_by<int>(qmio_get_codec_info(encoder("mp2"), nullptr, "sample_rates"), 0).back(), 0);
+    EXPECT_EQ(ended_by<int>(qmio_get_codec_info(encoder("mp2"), nullptr, "sample_fmts"), -1).front(),
+              AV_SAMPLE_FMT_S16);
+}
+
+TEST(CodecInfo, ListsAreTheSameAtEveryCallAndOnEveryThread) {
+    const std::vector<const AVCodec*> codecs = codecs_of_ffmpeg();
+    std::array<std::vector<const void*>, 4> seen;
+    std::vector<std::thread> threads;
+    for (std::vector<const void*>& lists : seen)
+        threads.emplace_back([&lists, &codecs] {
+            for (const AVCodec* codec : codecs)
+                lists.push_back(qmio_get_codec_info(codec, nullptr, "format"));
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const std::vector<const void*>& lists : seen)
+        EXPECT_EQ(lists, seen[0]);
+    EXPECT_EQ(qmio_get_codec_info(encoder("mjpeg"), nullptr, "format"),
+              qmio_get_codec_info(encoder("mjpeg"), nullptr, "format"));
+}
+
+TEST(CodecInfo, OtherKeysGiveNullAndAnEmptyText) {
+    for (const char* key : {"Name", "NAME", "Format", "SAMPLE_FMTS", "sample_rate", "", "descr"}) {
+        CodecText buffer;
+        EXPECT_EQ(qmio_get_codec_info(encoder("mjpeg"), buffer.data(), key), nullptr) << key;
+        EXPECT_EQ(buffer.str(), "") << key;
+        EXPECT_EQ(qmio_get_codec_info(encoder("mjpeg"), nullptr, key), nullptr) << key;
+    }
+}
+
+TEST(CodecInfo, ListsLeaveTheTextEmpty) {
+    for (const char* key : {"format", "sample_fmts", "sample_rates"}) {
+        CodecText buffer;
+        qmio_get_codec_info(encoder("mp2"), buffer.data(), key);
+        EXPECT_EQ(buffer.str(), "") << key;
+    }
+}
+
+TEST(CodecInfo, NullCodecGivesNullAndAnEmptyText) {
+    CodecText buffer;
+    EXPECT_EQ(qmio_get_codec_info(nullptr, buffer.data(), "name"), nullptr);
+    EXPECT_EQ(buffer.str(), "");
+    EXPECT_EQ(qmio_get_codec_info(nullptr, nullptr, nullptr), nullptr);
+}
+
+// ---- what a format is called ----
+
+std::string with_patterns(const AVOutputFormat& format) {
+    std::string text = std::string(format.long_name) + " - " + format.name;
+    if (format.extensions == nullptr || format.extensions[0] == '\0')
+        return text;
+    text += " (";
+    const char* extension = format.extensions;
+    for (bool first = true; extension != nullptr; first = false) {
+        const char* comma = std::strchr(extension, ',');
+        text += first ? "*." : ";*.";
+        text += comma != nullptr ? std::string(extension, comma) : std::string(extension);
+        extension = comma != nullptr ? comma + 1 : nullptr;
+    }
+    return text + ")";
+}
+
+TEST(FormatInfo, DescribesEveryMuxerWithItsPatterns) {
+    for (const AVOutputFormat* format : formats_of_ffmpeg()) {
+        for (const char* key : {static_cast<const char*>(nullptr), "descr", "Name", "anything"}) {
+            FormatText buffer;
+            EXPECT_EQ(qmio_get_format_info(format, buffer.data(), key), buffer.data());
+            EXPECT_EQ(buffer.str(), with_patterns(*format));
+            EXPECT_EQ(qmio_get_format_info(format, nullptr, key), nullptr);
+        }
+    }
+}
+
+TEST(FormatInfo, ListOfTwoExtensionsReadsAsADialogWantsIt) {
+    AVOutputFormat format = *av_guess_format("mp4", nullptr, nullptr);
+    format.extensions = "mp4,m4a";
+    FormatText buffer;
+    EXPECT_STREQ(qmio_get_format_info(&format, buffer.data(), "descr"), "MP4 (MPEG-4 Part 14) - mp4 (*.mp4;*.m4a)");
+}
+
+TEST(FormatInfo, FormatWithoutExtensionsHasNoBrackets) {
+    AVOutputFormat format = *av_guess_format("mp4", nullptr, nullptr);
+    for (const char* extensions : {static_cast<const char*>(nullptr), ""}) {
+        format.extensions = extensions;
+        FormatText buffer;
+        EXPECT_STREQ(qmio_get_format_info(&format, buffer.data(), "descr"), "MP4 (MPEG-4 Part 14) - mp4");
+    }
+}
+
+TEST(FormatInfo, NameIsReturnedAndCopied) {
+    for (const AVOutputFormat* format : formats_of_ffmpeg()) {
+        FormatText buffer;
+        EXPECT_EQ(qmio_get_format_info(format, buffer.data(), "name"), format->name);
+        EXPECT_EQ(buffer.str(), format->name);
+        EXPECT_EQ(qmio_get_format_info(format, nullptr, "name"), format->name);
+    }
+}
+
+TEST(FormatInfo, NullFormatGivesNullAndAnEmptyText) {
+    FormatText buffer;
+    EXPECT_EQ(qmio_get_format_info(nullptr, buffer.data(), "name"), nullptr);
+    EXPECT_EQ(buffer.str(), "");
+    EXPECT_EQ(qmio_get_format_info(nullptr, nullptr, nullptr), nullptr);
+}
+
+TEST(FormatProp, VideoCodecIsTheFirstRegisteredOfTheDefaultId) {
+    int with_codec = 0;
+    const std::vector<const AVCodec*> codecs = codecs_of_ffmpeg();
+    for (const AVOutputFormat* format : formats_of_ffmpeg()) {
+        const auto first = std::find_if(codecs.begin(), codecs.end(), [format](const AVCodec* codec) {
+            return codec->type == AVMEDIA_TYPE_VIDEO && codec->id == format->video_codec;
+        });
+        const bool there = format->video_codec != AV_CODEC_ID_NONE && first != codecs.end();
+        EXPECT_EQ(qmio_get_format_prop(format, "vcodec"), there ? *first : nullptr) << format->name;
+        with_codec += there;
+    }
+    EXPECT_GT(with_codec, 30);
+}
+
+TEST(FormatProp, KeyIsReadInAnyCaseAndOthersGiveNull) {
+    const AVOutputFormat* mp4 = av_guess_format("mp4", nullptr, nullptr);
+    EXPECT_NE(qmio_get_format_prop(mp4, "VCodec"), nullptr);
+    EXPECT_EQ(qmio_get_format_prop(mp4, "acodec"), nullptr);
+    EXPECT_EQ(qmio_get_format_prop(mp4, nullptr), nullptr);
+    EXPECT_EQ(qmio_get_format_prop(nullptr, "vcodec"), nullptr);
+    EXPECT_EQ(qmio_get_format_prop(av_guess_format("wav", nullptr, nullptr), "vcodec"), nullptr);
+}
+
+// ---- by name ----
+
+intptr_t address(const void* object) {
+    return reinterpret_cast<intptr_t>(object);
+}
+
+TEST(GetId, CodecsAreFoundByTheirNames) {
+    for (const AVCodec* codec : codecs_of_ffmpeg()) {
+        const intptr_t decoder = address(avcodec_find_decoder_by_name(codec->name));
+        EXPECT_EQ(qmio_get_id(codec->name, "codec"), decoder) << codec->name;
+        EXPECT_EQ(qmio_get_id(codec->name, "decoder"), decoder) << codec->name;
+        EXPECT_EQ(qmio_get_id(codec->name, "encoder"), address(encoder(codec->name))) << codec->name;
+    }
+    EXPECT_NE(qmio_get_id("mjpeg", "decoder"), qmio_get_id("mjpeg", "encoder"));
+    EXPECT_NE(qmio_get_id("mjpeg", "decoder"), 0);
+}
+
+TEST(GetId, FormatsAreFoundByTheirNames) {
+    EXPECT_EQ(qmio_get_id("matroska", "fmt"), address(av_find_input_format("matroska")));
+    EXPECT_EQ(qmio_get_id("matroska", "ofmt"), address(av_guess_format("matroska", nullptr, nullptr)));
+    EXPECT_NE(qmio_get_id("matroska", "fmt"), 0);
+    EXPECT_NE(qmio_get_id("matroska", "ofmt"), 0);
+    EXPECT_NE(qmio_get_id("mp4", "fmt"), qmio_get_id("mp4", "ofmt"));
+}
+
+TEST(GetId, UnknownNamesOfObjectsGiveNull) {
+    for (const char* kind : {"codec", "decoder", "encoder", "fmt", "ofmt"}) {
+        EXPECT_EQ(qmio_get_id("no such thing", kind), 0) << kind;
+        EXPECT_EQ(qmio_get_id("", kind), 0) << kind;
+        EXPECT_EQ(qmio_get_id(nullptr, kind), 0) << kind;
+    }
+}
+
+TEST(GetId, PixelFormatsHaveTheInterfacesNumbers) {
+    EXPECT_EQ(qmio_get_id("bgra", "pix"), 30);
+    EXPECT_EQ(qmio_get_id("yuv420p", "pix"), 0);
+    EXPECT_EQ(qmio_get_id("0rgb", "pix"), 295);
+    EXPECT_EQ(qmio_get_id("rgb565", "pix"), 44);
+    EXPECT_EQ(qmio_get_id("no such thing", "pix"), -1);
+    EXPECT_EQ(qmio_get_id("", "pix"), -1);
+    EXPECT_EQ(qmio_get_id(nullptr, "pix"), -1);
+}
+
+TEST(GetId, SampleFormatsHaveFfmpegsNumbersAndTheCodesOfTheInterface) {
+    const std::map<std::string, std::pair<int, int>> formats = {
+        {"u8", {0, 8}},     {"s16", {1, 16}},   {"s32", {2, 32}},   {"flt", {3, 0}},
+        {"dbl", {4, 64}},   {"s64", {10, 128}}, {"u8p", {5, -8}},   {"s16p", {6, -16}},
+        {"s32p", {7, -32}}, {"fltp", {8, -1}},  {"dblp", {9, -64}}, {"s64p", {11, -128}}};
+    ASSERT_EQ(formats.size(), 12U);
+    for (const auto& [name, values] : formats) {
+        EXPECT_EQ(qmio_get_id(name.c_str(), "sample_fmt"), values.first) << name;
+        EXPECT_EQ(qmio_get_id(name.c_str(), "sample_bits"), values.second) << name;
+    }
+    EXPECT_EQ(qmio_get_id("s24", "sample_fmt"), -1);
+    EXPECT_EQ(qmio_get_id("s24", "sample_bits"), 0);
+    EXPECT_EQ(qmio_get_id(nullptr, "sample_fmt"), -1);
+    EXPECT_EQ(qmio_get_id(nullptr, "sample_bits"), -1);
+}
+
+TEST(GetId, KindsAreCaseSensitiveAndOthersGiveMinusOne) {
+    for (const char* kind : {"Codec", "ENCODER", "Pix", "SAMPLE_FMT", "", "muxer", static_cast<const char*>(nullptr)}) {
+        EXPECT_EQ(qmio_get_id("mjpeg", kind), -1);
+        EXPECT_EQ(qmio_get_id(nullptr, kind), -1);
+    }
+}
+
+// ---- pixel formats ----
+
+// Runs `check` with the interface's number and FFmpeg's of every format that the linked FFmpeg has.
+template <class Check>
+void for_each_pixel_format(Check check) {
+    for (const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_next(nullptr); descriptor != nullptr;
+         descriptor = av_pix_fmt_desc_next(descriptor)) {
+        const AVPixelFormat list[] = {av_pix_fmt_desc_get_id(descriptor), AV_PIX_FMT_NONE};
+        check(in_interface_numbers(list)[0], *descriptor, list[0]);
+    }
+}
+
+TEST(PixelInfo, NameAndAlphaAreThoseOfFfmpeg) {
+    for_each_pixel_format([](int32_t number, const AVPixFmtDescriptor& descriptor, AVPixelFormat) {
+        EXPECT_STREQ(qmio_get_pix_info(number, "name"), descriptor.name);
+        const bool alpha = (descriptor.flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
+        EXPECT_STREQ(qmio_get_pix_info(number, "ALPHA"), alpha ? "true" : nullptr) << descriptor.name;
+    });
+    EXPECT_STREQ(qmio_get_pix_info(30, "Name"), "bgra");
+    EXPECT_STREQ(qmio_get_pix_info(30, "alpha"), "true");
+    EXPECT_STREQ(qmio_get_pix_info(0, "alpha"), nullptr);
+}
+
+TEST(PixelInfo, NumbersWithoutAFormatHaveNoNameAndNoAlpha) {
+    for (const int number : {-1, -2, 200, 5000, 0x10000 + 9999, INT32_MAX, INT32_MIN}) {
+        EXPECT_EQ(qmio_get_pix_info(number, "name"), nullptr) << number;
+        EXPECT_EQ(qmio_get_pix_info(number, "alpha"), nullptr) << number;
+    }
+}
+
+TEST(PixelInfo, SampleReadsTheNumberAsASampleFormat) {
+    for (int number = 0; number < AV_SAMPLE_FMT_NB; ++number)
+        EXPECT_STREQ(qmio_get_pix_info(number, "sample"), av_get_sample_fmt_name(static_cast<AVSampleFormat>(number)));
+    EXPECT_STREQ(qmio_get_pix_info(1, "SAMPLE"), "s16");
+    for (const int number : {-1, int{AV_SAMPLE_FMT_NB}, 30, INT32_MAX, INT32_MIN})
+        EXPECT_EQ(qmio_get_pix_info(number, "sample"), nullptr) << number;
+}
+
+TEST(PixelInfo, OtherKeysGiveAnEmptyText) {
+    for (const char* key : {"", "names", "description", static_cast<const char*>(nullptr)}) {
+        EXPECT_STREQ(qmio_get_pix_info(30, key), "");
+        EXPECT_STREQ(qmio_get_pix_info(5000, key), "");
+    }
+}
+
+TEST(BufferSize, IsThatOfAPictureWithRowsAlignedTo16) {
+    for_each_pixel_format([](int32_t number, const AVPixFmtDescriptor& descriptor, AVPixelFormat format) {
+        for (const int width : {1, 161, 320})
+            EXPECT_EQ(qmio_get_bufsize(number, width, 7), av_image_get_buffer_size(format, width, 7, 16))
+                << descriptor.name;
+    });
+    EXPECT_EQ(qmio_get_bufsize(30, 161, 3), 656 * 3);
+    EXPECT_EQ(qmio_get_bufsize(0, 161, 121), 176 * 121 + 2 * 96 * 61);
+}
+
+TEST(BufferSize, IsNegativeWhereThereIsNoSuchPicture) {
+    EXPECT_LT(qmio_get_bufsize(-1, 16, 16), 0);
+    EXPECT_LT(qmio_get_bufsize(5000, 16, 16), 0);
+    EXPECT_LT(qmio_get_bufsize(30, 0, 16), 0);
+    EXPECT_LT(qmio_get_bufsize(30, 16, -1), 0);
+    EXPECT_LT(qmio_get_bufsize(30, INT32_MAX, INT32_MAX), 0);
+}
+
+}  // namespace
