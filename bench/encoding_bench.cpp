@@ -85,12 +85,7 @@ BENCHMARK(encode_library)->Iterations(1)->UseRealTime()->Unit(benchmark::kMillis
 BENCHMARK(encode_plain)->Iterations(1)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 int run(int argc, char** argv) {
-    std::string repeat = "--benchmark_repetitions=7";
-    std::string interleave = "--benchmark_enable_random_interleaving=true";
-    std::vector<char*> arguments(argv, argv + argc);
-    arguments.insert(arguments.begin() + 1, {repeat.data(), interleave.data()});
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
+    bench::initialize(argc, argv);
     compare_files();
     bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

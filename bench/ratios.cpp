@@ -35,4 +35,14 @@ std::optional<SpeedRatio> RatioReporter::speed_ratio(const std::string& ours, co
                       median(plain_times->second.processor) / median(our_times->second.processor)};
 }
 
+std::vector<char*> initialize(int argc, char** argv) {
+    std::string repeat = "--benchmark_repetitions=7";
+    std::string interleave = "--benchmark_enable_random_interleaving=true";
+    std::vector<char*> arguments(argv, argv + argc);
+    arguments.insert(arguments.begin() + 1, {repeat.data(), interleave.data()});
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    return {arguments.begin() + 1, arguments.begin() + count};
+}
+
 }  // namespace bench

@@ -38,4 +38,8 @@ class RatioReporter : public benchmark::ConsoleReporter {
     bool failed_ = false;
 };
 
+// Starts Google Benchmark with repetitions of all benchmarks that take turns, so that whatever else the machine does
+// strikes each of them alike. Returns what is left of the command line behind the program's name.
+std::vector<char*> initialize(int argc, char** argv);
+
 }  // namespace bench

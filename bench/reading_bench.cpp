@@ -153,24 +153,16 @@ void print_ratio(const bench::RatioReporter& reporter, const char* what, const s
 }
 
 // What is left after Google Benchmark's own options: at most the name of a clip.
-bool take_clip(int count, char** arguments) {
-    if (count > 2 || (count == 2 && arguments[1][0] == '-'))
-        return !benchmark::ReportUnrecognizedArguments(count, arguments);
-    if (count == 2)
-        clip = arguments[1];
-    return true;
+void take_clip(const std::vector<char*>& rest) {
+    if (rest.size() > 1 || (rest.size() == 1 && rest[0][0] == '-'))
+        throw std::runtime_error("takes Google Benchmark's options and at most the name of a clip");
+    if (rest.size() == 1)
+        clip = rest[0];
 }
 
 int run(int argc, char** argv) {
-    // Repetitions of all four take turns, so that whatever else the machine does strikes each of them alike.
-    std::string repeat = "--benchmark_repetitions=7";
-    std::string interleave = "--benchmark_enable_random_interleaving=true";
-    std::vector<char*> arguments(argv, argv + argc);
-    arguments.insert(arguments.begin() + 1, {repeat.data(), interleave.data()});
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
-    if (!take_clip(count, arguments.data()))
-        return 1;
+    const std::vector<char*> rest = bench::initialize(argc, argv);
+    take_clip(rest);
     compare_pictures();
     bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

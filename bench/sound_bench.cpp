@@ -103,12 +103,7 @@ void print_ratio(const bench::RatioReporter& reporter, const std::string& name) 
 }
 
 int run(int argc, char** argv) {
-    std::string repeat = "--benchmark_repetitions=7";
-    std::string interleave = "--benchmark_enable_random_interleaving=true";
-    std::vector<char*> arguments(argv, argv + argc);
-    arguments.insert(arguments.begin() + 1, {repeat.data(), interleave.data()});
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
+    bench::initialize(argc, argv);
     for (const File& file : kFiles) {
         compare_samples(file);
         const std::string name = file.name;
