@@ -24,7 +24,7 @@ const List kSounds = {"ac3", "aac",  "aif", "aiff", "afc", "aifc", "amr", "au", 
                       "mp2", "mp2a", "mp3", "m4a",  "ogg", "al",   "ul",  "sw",  "sb",    "uw",  "ub",
                       "voc", "wav",  "apc", "c93",  "302", "mpc",  "shn", "tta", "wsaud", "wv"};
 
-constexpr std::string_view kClosing("All Files (*.*)\0*.*\0", 21);  // the end mark is the literal's own
+constexpr std::string_view kClosing("All Files (*.*)\0*.*\0\0", 21);
 
 std::string patterns(const List& extensions) {
     std::string text;
@@ -109,7 +109,7 @@ TEST(DialogFilter, SizeOfAllIsThatOfItsFourBlocks) {
     count("Picture Files", kPictures);
     count("Video Files", kVideos);
     count("Audio Files", kSounds);
-    size += 4 * 2;
+    size += std::size_t{4} * 2;
     EXPECT_EQ(qmio_get_ext(nullptr, "all"), static_cast<int>(size));
 }
 

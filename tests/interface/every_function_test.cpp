@@ -211,6 +211,7 @@ TEST(EveryFunction, AnswersForNothingAsDocumented) {
 
 TEST(EveryFunction, IsAmongThoseThatAreCalled) {
     std::vector<std::string> called;
+    called.reserve(kCalls.size());
     for (const Call& call : kCalls)
         called.emplace_back(call.name);
     std::sort(called.begin(), called.end());
