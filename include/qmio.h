@@ -807,7 +807,8 @@ QMIO_API int qmio_get_ext(char* buf, const char* kind);
 QMIO_API const char* qmio_get_file_info(MediaHandle* h, const char* key);
 
 /*
- * Numbers about a file, by keys in any case. -1 for a null handle and an unknown key. Pointers come as numbers; what
+ * Numbers about a file, by keys in any case. In a writer the keys of decoders are 0, "pix" is -1, and the keys of tracks
+ * tell of the encoders. -1 for a null handle and an unknown key. Pointers come as numbers; what
  * they point to is the handle's. Those marked with a star qmio_get_stream_param answers, too.
  *
  *   "check"                       0 while the file is open, -1 after qmio_cancel
@@ -867,10 +868,11 @@ QMIO_API int64_t qmio_get_stream_param(MediaHandle* h, const char* key, int trac
  *   "video"    start, duration, time base, frame rate (25/1 when nothing is known), container times, frame count
  *   "audio"    the same for the first track, without rate and count
  *   "packet"   of the packet read last: pts, dts, duration; start, time base and rate of its stream
- *   "seek"     the position of the last seek in microseconds, in `start`; returns 0
+ *   "seek"     the position of the last qmio_seek_frame or qmio_seek_frame_ex by time in microseconds, in `start`;
+ *              returns 0
  *   "key"      fills nothing; returns 1 when the packet read last is a key packet
  *   "dur"      fills nothing; returns the number of published frame positions
- * rec   may be null for the last two.
+ * rec   may be null for the last three.
  * Returns 1 when the record was filled; 0 for null, an unknown key and what there is not.
  */
 QMIO_API int qmio_get_time_param(MediaHandle* h, const char* key, qmio_time_param* rec);
@@ -883,7 +885,8 @@ QMIO_API int qmio_set_time_param(MediaHandle* h, const char* key, qmio_time_para
 
 /*
  * The time code of a frame: hours, minutes, seconds and frames, a byte each, from the highest to the lowest. Counted
- * from frame 0 at the video's frame rate; no frame number is dropped. -1 for null and without video or frame rate.
+ * from frame 0 at the video's frame rate; no frame number is dropped, and at 30000/1001 the seconds are those of the
+ * clock, so that some have a frame 30. Hours go on beyond 24. -1 for null and without video or frame rate.
  */
 QMIO_API int qmio_get_smpte(MediaHandle* h, int frame);
 
