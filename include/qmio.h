@@ -552,7 +552,8 @@ enum {
  * flags     QMIO_CREATE_ flags; others are FFmpeg's AVIO_FLAG_ flags for the output
  *
  * Returns the handle; null when something cannot be made, after a message on standard error and in the log where it was
- * an encoder, the output or the header. An audio encoder that is not known leaves its track out. qmio_write_track tells such a track by its result.
+ * an encoder, the output or the header. An audio encoder that is not known leaves its track out; qmio_write_track tells
+ * such a track by its result.
  */
 QMIO_API MediaHandle* qmio_create_a(const char* name, const char* options);
 QMIO_API MediaHandle* qmio_create_ex_a(const char* name, const char* options, uint32_t flags);
