@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "ffmpeg/io_types.h"
 #include "qmlib/io_buffer.h"
 
 namespace qmio::qmlib {
@@ -18,12 +19,7 @@ int read_callback(void* opaque, uint8_t* buffer, int size) {
     return output_of(opaque).read(buffer, size);
 }
 
-// The bytes were not const before FFmpeg 7.
-#if LIBAVFORMAT_VERSION_MAJOR >= 61
-int write_callback(void* opaque, const uint8_t* buffer, int size) {
-#else
-int write_callback(void* opaque, uint8_t* buffer, int size) {
-#endif
+int write_callback(void* opaque, ffmpeg::WrittenByte* buffer, int size) {
     return output_of(opaque).write(buffer, size);
 }
 
