@@ -292,6 +292,12 @@ QMIO_API int imio_video_frame(MediaHandle* h, imio_picture* pic);
  */
 QMIO_API int qmio_is_valid_frame(MediaHandle* h, int kind);
 
+/*
+ * Chooses the pixel format in which pictures are delivered from now on. Returns 1, for an unknown format too: nothing
+ * can be converted then. 0 for a null handle.
+ */
+QMIO_API int qmio_set_dst_fmt(MediaHandle* h, int pix_fmt);
+
 /* ---- Seeking ---------------------------------------------------------------------------------------------------- */
 
 /*
@@ -318,12 +324,6 @@ QMIO_API int qmio_seek_frame_ex_old(MediaHandle* h, int frame);
  * track. Returns the timestamp; 0 on failure, for a still picture and for any other kind.
  */
 QMIO_API int64_t qmio_seek_ts(MediaHandle* h, int64_t ts, int kind);
-
-/*
- * Chooses the pixel format in which pictures are delivered from now on. Returns 1, for an unknown format too: nothing
- * can be converted then. 0 for a null handle.
- */
-QMIO_API int qmio_set_dst_fmt(MediaHandle* h, int pix_fmt);
 
 /* ---- Audio ------------------------------------------------------------------------------------------------------ */
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 
 namespace qmio::audio {
 
@@ -25,11 +25,14 @@ constexpr bool is_track(int32_t track) {
     return track >= 0 && track < kMaxTracks;
 }
 
-int32_t to_track_channel(const AudioState& audio, int32_t file_channel);
-int32_t to_file_channel(const AudioState& audio, int32_t track_channel);
+// Channels of a track as the host is told; 0 for a number that is none's.
+int32_t channels_of(const Tracks& tracks, int32_t track);
+
+int32_t to_track_channel(const Tracks& tracks, int32_t file_channel);
+int32_t to_file_channel(const Tracks& tracks, int32_t track_channel);
 
 // The file channel that feeds a channel of the host; beyond the map's end channels feed themselves.
-int32_t mapped_channel(const AudioState& audio, int32_t user_channel);
-void map_channels_to_themselves(AudioState& audio);
+int32_t mapped_channel(const Sound& sound, int32_t user_channel);
+void map_channels_to_themselves(Sound& sound);
 
 }  // namespace qmio::audio

@@ -7,7 +7,7 @@
 #include "audio/copy_samples.h"
 #include "audio/planes.h"
 #include "audio/sample_formats.h"
-#include "core/trace.h"
+#include "core/process/trace.h"
 
 namespace qmio::audio {
 
@@ -48,13 +48,12 @@ struct Delivery {
 
 // The one built for the host's choice reads frames of the form that it was built for. A stream whose form changes on
 // its way, and a packet of a track that was not selected, gets one of its own.
-ffmpeg::Resampler* resampler_for(AudioState& audio, std::size_t track, const ffmpeg::SoundForm& form) {
-    ffmpeg::Resampler& usual = audio.cur_track < 0 ? audio.track_swr[track] : audio.swr;
-    if (form == audio.track_form[track] && (!usual || usual.reads(form)))
+ffmpeg::Resampler* resampler_for(Track& track, Sound& sound, const ffmpeg::SoundForm& form) {
+    ffmpeg::Resampler& usual = sound.cur_track < 0 ? track.swr : sound.swr;
+    if (form == track.file && (!usual || usual.reads(form)))
         return usual ? &usual : nullptr;
-    const ffmpeg::SoundForm target{delivered_channels(audio, track), static_cast<AVSampleFormat>(audio.user_fmt),
-                                   audio.user_rate};
-    ffmpeg::Resampler& own = audio.track_own_swr[track];
+    const ffmpeg::SoundForm target{delivered_channels(sound, track), sound.user.format, sound.user.rate};
+    ffmpeg::Resampler& own = track.own_swr;
     // Where there is none for this pair of forms it is not tried again at every frame.
     if (own.from() != form || own.to() != target) {
         own.prepare(form, target);
@@ -64,10 +63,10 @@ ffmpeg::Resampler* resampler_for(AudioState& audio, std::size_t track, const ffm
 }
 
 // Converts the frame into the track's buffer and points `samples` there. False after a conversion error.
-bool resample(AudioState& audio, std::size_t track, ffmpeg::Resampler& resampler, Planes& planes, Samples& samples) {
+bool resample(Track& track, ffmpeg::Resampler& resampler, Planes& planes, Samples& samples) {
     const int count = static_cast<int>(samples.count);
-    const int capacity = resampler.expected(count, audio.track_codec[track]->sample_rate);
-    uint8_t* const block = audio.track_buf[track].at_least(block_size(resampler.to(), capacity));
+    const int capacity = resampler.expected(count, track.codec->sample_rate);
+    uint8_t* const block = track.buffer.at_least(block_size(resampler.to(), capacity));
     if (block == nullptr)
         return false;
     planes = planes_in(block, resampler.to(), capacity);
@@ -108,70 +107,69 @@ void deliver_planes(const Delivery& delivery, const Samples& samples) {
 }
 
 // Which of the samples' channels goes to a channel of the host; negative: none.
-int32_t source_of(const AudioState& audio, const Delivery& delivery, const Samples& samples, int32_t channel) {
-    const int32_t mapped = audio.cur_track >= 0 ? mapped_channel(audio, channel) : channel;
+int32_t source_of(const Sound& sound, const Delivery& delivery, const Samples& samples, int32_t channel) {
+    const int32_t mapped = sound.cur_track >= 0 ? mapped_channel(sound, channel) : channel;
     // Deliberately the first channel for all that the file does not have, also where resampling made more of them.
     return mapped >= std::min(delivery.file_channels, samples.channels) ? 0 : mapped;
 }
 
-void deliver_interleaved(const AudioState& audio, const Delivery& delivery, const Samples& samples) {
+void deliver_interleaved(const Sound& sound, const Delivery& delivery, const Samples& samples) {
     const std::size_t stride = delivery.bytes * static_cast<std::size_t>(delivery.channels);
     for (int32_t channel = 0; channel < delivery.channels; ++channel) {
         const TargetChannel target{delivery.buffer + delivery.bytes * static_cast<std::size_t>(channel), stride};
-        const int32_t source = source_of(audio, delivery, samples, channel);
+        const int32_t source = source_of(sound, delivery, samples, channel);
         if (source >= 0)
             copy_or_fill(target, delivery, samples, source);
-        else if (audio.fill_silence != 0)
+        else if (sound.fill_silence)
             fill_channel(target, silence_byte(static_cast<int>(delivery.bytes)), delivery.bytes, samples.count);
     }
 }
 
-bool is_plain_copy(const AudioState& audio, const Delivery& delivery, const Samples& samples) {
+bool is_plain_copy(const Sound& sound, const Delivery& delivery, const Samples& samples) {
     if (samples.planar || samples.bytes != delivery.bytes || samples.channels != delivery.channels)
         return false;
     for (int32_t channel = 0; channel < delivery.channels; ++channel)
-        if (source_of(audio, delivery, samples, channel) != channel)
+        if (source_of(sound, delivery, samples, channel) != channel)
             return false;
     return true;
 }
 
-int32_t deliver_samples(const AudioState& audio, const Delivery& delivery, const Samples& samples) {
+int32_t deliver_samples(const Sound& sound, const Delivery& delivery, const Samples& samples) {
     const std::size_t size = delivery.bytes * samples.count * static_cast<std::size_t>(std::max(delivery.channels, 0));
     if (size == 0 || samples.bytes == 0 || size > std::numeric_limits<int32_t>::max())
         return 0;
-    if (av_sample_fmt_is_planar(static_cast<AVSampleFormat>(audio.user_fmt)) != 0)
+    if (av_sample_fmt_is_planar(sound.user.format) != 0)
         deliver_planes(delivery, samples);
-    else if (is_plain_copy(audio, delivery, samples))
+    else if (is_plain_copy(sound, delivery, samples))
         std::memcpy(delivery.buffer, samples.planes[0], size);
     else
-        deliver_interleaved(audio, delivery, samples);
+        deliver_interleaved(sound, delivery, samples);
     return static_cast<int32_t>(size);
 }
 
 }  // namespace
 
-int32_t delivered_channels(const AudioState& audio, std::size_t track) {
-    return audio.cur_track < 0 ? audio.track_form[track].channels : audio.user_chans;
+int32_t delivered_channels(const Sound& sound, const Track& track) {
+    return sound.cur_track < 0 ? track.file.channels : sound.user.channels;
 }
 
-std::optional<int32_t> deliver_frame(MediaHandle& handle, std::size_t track, uint8_t* buffer) {
-    AudioState& audio = handle.audio;
-    const AVFrame& frame = *audio.audio_frame;
+std::optional<int32_t> deliver_frame(Track& track, Sound& sound, uint8_t* buffer) {
+    const AVFrame& frame = *sound.audio_frame;
     const ffmpeg::SoundForm form = ffmpeg::form_of(frame);
     Planes planes;
     Samples samples = samples_of(frame.extended_data, form, frame.nb_samples);
-    ffmpeg::Resampler* const resampler = resampler_for(audio, track, form);
-    if (resampler != nullptr && !resample(audio, track, *resampler, planes, samples))
+    ffmpeg::Resampler* const resampler = resampler_for(track, sound, form);
+    if (resampler != nullptr && !resample(track, *resampler, planes, samples))
         return std::nullopt;
-    const Delivery delivery{buffer, delivered_channels(audio, track),
-                            static_cast<std::size_t>(sample_bytes(audio.user_fmt)), form.channels};
-    return deliver_samples(audio, delivery, samples);
+    const Delivery delivery{buffer, delivered_channels(sound, track),
+                            static_cast<std::size_t>(sample_bytes(sound.user.format)), form.channels};
+    return deliver_samples(sound, delivery, samples);
 }
 
-std::wstring map_text(const AudioState& audio, int32_t channels) {
+std::wstring map_text(const Sound& sound, int32_t channels) {
     std::wstring text = L"mapping ";
     for (int32_t channel = 0; channel < std::min<int32_t>(channels, kMaxUserChannels); ++channel)
-        text += std::to_wstring(mapped_channel(audio, channel)) + L' ';
+        text += std::to_wstring(mapped_channel(sound, channel)) + L' ';
     return text + L'\n';
 }
 

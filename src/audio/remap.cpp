@@ -5,7 +5,7 @@
 #include "audio/channels.h"
 #include "audio/copy_samples.h"
 #include "audio/sample_formats.h"
-#include "core/entry.h"
+#include "core/handle/entry.h"
 #include "qmio.h"
 
 namespace qmio::audio {
@@ -19,24 +19,24 @@ struct Scatter {
     std::size_t count;
 };
 
-Scatter scatter_of(const AudioState& audio, int32_t track, int32_t samples) {
-    const std::size_t bytes = static_cast<std::size_t>(sample_bytes(audio.user_fmt));
-    return {bytes, bytes * static_cast<std::size_t>(std::max(audio.track_chans[static_cast<std::size_t>(track)], 0)),
-            bytes * static_cast<std::size_t>(std::max(audio.user_chans, 0)), static_cast<std::size_t>(samples)};
+Scatter scatter_of(const Sound& sound, const Tracks& tracks, int32_t track, int32_t samples) {
+    const std::size_t bytes = static_cast<std::size_t>(sample_bytes(sound.user.format));
+    return {bytes, bytes * static_cast<std::size_t>(std::max(channels_of(tracks, track), 0)),
+            bytes * static_cast<std::size_t>(std::max(sound.user.channels, 0)), static_cast<std::size_t>(samples)};
 }
 
-int32_t scatter_by_map(const AudioState& audio, uint8_t* target, const uint8_t* source, int32_t samples,
+int32_t scatter_by_map(const MediaHandle& handle, uint8_t* target, const uint8_t* source, int32_t samples,
                        int32_t track) {
-    const Scatter scatter = scatter_of(audio, track, samples);
-    for (int32_t channel = 0; channel < audio.user_chans; ++channel) {
+    const Scatter scatter = scatter_of(handle.sound, handle.tracks, track, samples);
+    for (int32_t channel = 0; channel < handle.sound.user.channels; ++channel) {
         const TargetChannel to{target + scatter.bytes * static_cast<std::size_t>(channel), scatter.target_frame};
-        const int32_t feeding = mapped_channel(audio, channel);
+        const int32_t feeding = mapped_channel(handle.sound, channel);
         if (feeding < 0) {
             // Zeros for 8-bit samples, too; delivery fills those with their middle, deliberately not here.
             fill_channel(to, 0, scatter.bytes, scatter.count);
             continue;
         }
-        const int32_t place = to_track_channel(audio, feeding);
+        const int32_t place = to_track_channel(handle.tracks, feeding);
         if (track_of(place) == track)
             copy_channel(to,
                          {source + scatter.bytes * static_cast<std::size_t>(channel_of(place)), scatter.source_frame},
@@ -45,15 +45,15 @@ int32_t scatter_by_map(const AudioState& audio, uint8_t* target, const uint8_t* 
     return samples;
 }
 
-int32_t scatter_at_flat_place(const AudioState& audio, uint8_t* target, const uint8_t* source, int32_t samples,
+int32_t scatter_at_flat_place(const MediaHandle& handle, uint8_t* target, const uint8_t* source, int32_t samples,
                               int32_t track) {
-    const int32_t first = to_file_channel(audio, track_channel(track, 0));
-    if (first < 0 || first >= audio.user_chans)
+    const int32_t first = to_file_channel(handle.tracks, track_channel(track, 0));
+    if (first < 0 || first >= handle.sound.user.channels)
         return 0;
     if (samples < 1)
         return samples;
     // A track that reaches past the host's last channel is deliberately not clipped.
-    const Scatter scatter = scatter_of(audio, track, samples);
+    const Scatter scatter = scatter_of(handle.sound, handle.tracks, track, samples);
     target += scatter.bytes * static_cast<std::size_t>(first);
     for (std::size_t index = 0; index < scatter.count; ++index)
         std::memcpy(target + index * scatter.target_frame, source + index * scatter.source_frame, scatter.source_frame);
@@ -71,8 +71,8 @@ int qmio_audio_remap(MediaHandle* h, void* dst, const void* src, int samples, in
             return samples;
         if (dst == nullptr || src == nullptr || !audio::is_track(track))
             return 0;
-        return audio::scatter_by_map(handle.audio, static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src),
-                                     samples, track);
+        return audio::scatter_by_map(handle, static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src), samples,
+                                     track);
     });
 }
 
@@ -80,7 +80,7 @@ int qmio_remap_audio(MediaHandle* h, void* dst, const void* src, int samples, in
     return with_handle(h, 0, 0, [&](MediaHandle& handle) {
         if (!audio::is_track(track) || (samples > 0 && (dst == nullptr || src == nullptr)))
             return 0;
-        return audio::scatter_at_flat_place(handle.audio, static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src),
+        return audio::scatter_at_flat_place(handle, static_cast<uint8_t*>(dst), static_cast<const uint8_t*>(src),
                                             samples, track);
     });
 }

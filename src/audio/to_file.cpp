@@ -5,8 +5,8 @@
 #include "audio/channels.h"
 #include "audio/planes.h"
 #include "audio/sample_formats.h"
-#include "core/entry.h"
-#include "core/trace.h"
+#include "core/handle/entry.h"
+#include "core/process/trace.h"
 #include "qmio.h"
 
 namespace qmio::audio {
@@ -40,13 +40,13 @@ void close_gaps(Planes& planes, const ffmpeg::SoundForm& form, int expected, int
 }
 
 // The one made when the host chose fits the first track; a track of another form gets one of its own.
-ffmpeg::Resampler* resampler_for(AudioState& audio, std::size_t track) {
-    const ffmpeg::SoundForm file = ffmpeg::form_of(*audio.track_codec[track]);
-    if (file == audio.swr.to())
-        return &audio.swr;
-    ffmpeg::Resampler& own = audio.track_swr[track];
-    if (own.from() != audio.swr.from() || own.to() != file) {
-        own.prepare(audio.swr.from(), file);
+ffmpeg::Resampler* resampler_for(Track& track, Sound& sound) {
+    const ffmpeg::SoundForm file = ffmpeg::form_of(*track.codec);
+    if (file == sound.swr.to())
+        return &sound.swr;
+    ffmpeg::Resampler& own = track.swr;
+    if (own.from() != sound.swr.from() || own.to() != file) {
+        own.prepare(sound.swr.from(), file);
         own.init();
     }
     return own ? &own : nullptr;
@@ -75,19 +75,20 @@ int32_t convert(ffmpeg::Resampler& resampler, uint8_t* target, const uint8_t* so
     return static_cast<int32_t>(block_size(file, converted));
 }
 
-int32_t resample_track(MediaHandle& handle, int32_t track, uint8_t* target, const uint8_t* source,
+int32_t resample_track(MediaHandle& handle, int32_t number, uint8_t* target, const uint8_t* source,
                        int32_t source_bytes) {
-    AudioState& audio = handle.audio;
+    Sound& sound = handle.sound;
     if (target == nullptr || source == nullptr || source_bytes < 1)
         return 0;
-    if (audio.need_resample == 0 || !audio.swr) {
+    if (!sound.need_resample || !sound.swr) {
         std::memmove(target, source, static_cast<std::size_t>(source_bytes));
         return source_bytes;
     }
     // A reader's resampler leads the other way.
-    if (!is_writer(handle) || !is_track(track) || audio.track_codec[static_cast<std::size_t>(track)] == nullptr)
+    Track* const track = handle.tracks.find(number);
+    if (!is_writer(handle) || track == nullptr || track->codec == nullptr)
         return 0;
-    ffmpeg::Resampler* const resampler = resampler_for(audio, static_cast<std::size_t>(track));
+    ffmpeg::Resampler* const resampler = resampler_for(*track, sound);
     return resampler != nullptr ? convert(*resampler, target, source, source_bytes) : 0;
 }
 

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "audio/sample_formats.h"
-#include "core/entry.h"
+#include "core/handle/entry.h"
 #include "ffmpeg/catalogue.h"
 #include "ffmpeg/pixel_format.h"
 #include "info/pixel_descriptions.h"
@@ -13,6 +13,8 @@
 using namespace qmio;
 
 namespace {
+
+constexpr int kPictureAlignment = 16;  // of rows, in the picture sizes that hosts are told
 
 bool same(const char* text, const char* other) {
     return text != nullptr && std::strcmp(text, other) == 0;

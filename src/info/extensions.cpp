@@ -5,7 +5,7 @@
 #include <span>
 #include <string_view>
 
-#include "core/entry.h"
+#include "core/handle/entry.h"
 #include "ffmpeg/ffmpeg.h"
 #include "qmio.h"
 

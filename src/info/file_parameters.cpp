@@ -1,6 +1,6 @@
 // Texts and numbers about a file.
 #include "audio/sample_formats.h"
-#include "core/entry.h"
+#include "core/handle/entry.h"
 #include "ffmpeg/frame_flags.h"
 #include "ffmpeg/pixel_format.h"
 #include "info/keys.h"
@@ -12,10 +12,18 @@ namespace qmio::info {
 namespace {
 
 const AVCodecContext* video_codec(const MediaHandle& handle) {
-    return handle.reader.pCodecCtx;
+    return decoding_context(handle);
 }
 const AVCodecContext* audio_codec(const MediaHandle& handle) {
-    return handle.audio.track_codec[0];
+    return handle.tracks.first().codec;
+}
+
+// Of a source alone: what a file is encoded with is known by the codec's own keys.
+const AVCodec* video_decoder(const MediaHandle& handle) {
+    return is_writer(handle) ? nullptr : handle.video.coder;
+}
+const AVCodec* audio_decoder(const MediaHandle& handle) {
+    return is_writer(handle) ? nullptr : handle.tracks.first().coder;
 }
 
 // ---- texts ----
@@ -35,10 +43,10 @@ const char* description_of(const Object* object) {
 }
 
 const AVInputFormat* input_format(const MediaHandle& handle) {
-    return handle.format_ctx != nullptr ? handle.format_ctx->iformat : nullptr;
+    return handle.container.format_ctx != nullptr ? handle.container.format_ctx->iformat : nullptr;
 }
 const AVOutputFormat* output_format(const MediaHandle& handle) {
-    return handle.format_ctx != nullptr ? handle.format_ctx->oformat : nullptr;
+    return handle.container.format_ctx != nullptr ? handle.container.format_ctx->oformat : nullptr;
 }
 
 const char* pixel_text(const MediaHandle& handle, const char* key) {
@@ -51,12 +59,12 @@ constexpr Text kTexts[] = {
     {"fdescr", [](const MediaHandle& h) { return description_of(input_format(h)); }},
     {"ofmt", [](const MediaHandle& h) { return name_of(output_format(h)); }},
     {"ofdescr", [](const MediaHandle& h) { return description_of(output_format(h)); }},
-    {"codec", [](const MediaHandle& h) { return name_of(h.reader.video_codec); }},
-    {"cdescr", [](const MediaHandle& h) { return description_of(h.reader.video_codec); }},
+    {"codec", [](const MediaHandle& h) { return name_of(video_decoder(h)); }},
+    {"cdescr", [](const MediaHandle& h) { return description_of(video_decoder(h)); }},
     {"pix", [](const MediaHandle& h) { return pixel_text(h, "name"); }},
     {"pdescr", [](const MediaHandle& h) { return pixel_text(h, "descr"); }},
-    {"acodec", [](const MediaHandle& h) { return name_of(h.audio.track_decoder[0]); }},
-    {"acdescr", [](const MediaHandle& h) { return description_of(h.audio.track_decoder[0]); }},
+    {"acodec", [](const MediaHandle& h) { return name_of(audio_decoder(h)); }},
+    {"acdescr", [](const MediaHandle& h) { return description_of(audio_decoder(h)); }},
 };
 
 const char* file_text(const MediaHandle& handle, const char* key) {
@@ -68,11 +76,11 @@ const char* file_text(const MediaHandle& handle, const char* key) {
 // ---- numbers ----
 
 const char* timecode_text(const MediaHandle& handle) {
-    const AVStream* stream = handle.reader.video_st;
+    const AVStream* stream = handle.video.stream;
     const AVDictionaryEntry* entry =
         stream != nullptr ? av_dict_get(stream->metadata, "timecode", nullptr, 0) : nullptr;
-    if (entry == nullptr && handle.format_ctx != nullptr)
-        entry = av_dict_get(handle.format_ctx->metadata, "timecode", nullptr, 0);
+    if (entry == nullptr && handle.container.format_ctx != nullptr)
+        entry = av_dict_get(handle.container.format_ctx->metadata, "timecode", nullptr, 0);
     return entry != nullptr ? entry->value : nullptr;
 }
 
@@ -81,7 +89,7 @@ int64_t start_frame(const MediaHandle& handle) {
     const char* text = timecode_text(handle);
     AVTimecode timecode = {};
     const bool known = video_codec(handle) != nullptr && text != nullptr &&
-                       av_timecode_init_from_string(&timecode, handle.reader.frame_rate, text, nullptr) >= 0;
+                       av_timecode_init_from_string(&timecode, handle.video.frame_rate, text, nullptr) >= 0;
     return known ? timecode.start : 0;
 }
 
@@ -92,15 +100,15 @@ int64_t of_picture(const MediaHandle& handle, bool (*question)(const AVFrame&)) 
 
 int64_t file_channels(const MediaHandle& handle) {
     int64_t channels = 0;
-    for (const AVCodecContext* codec : handle.audio.track_codec)
-        channels += codec != nullptr ? codec->ch_layout.nb_channels : 0;
+    for (const Track& track : handle.tracks)
+        channels += track.codec != nullptr ? track.codec->ch_layout.nb_channels : 0;
     return channels;
 }
 
 int64_t user_channels(const MediaHandle& handle) {
     int64_t channels = 0;
-    for (const int32_t count : handle.audio.track_chans)
-        channels += count;
+    for (const Track& track : handle.tracks)
+        channels += track.delivered.channels;
     return channels;
 }
 
@@ -111,18 +119,18 @@ int64_t of_codec(const AVCodecContext* codec, int64_t otherwise, Value&& value) 
 }
 
 constexpr FileKey kNumbers[] = {
-    {"check", false, [](const MediaHandle& h) -> int64_t { return h.format_ctx != nullptr ? 0 : -1; }},
-    {"error", false, [](const MediaHandle& h) -> int64_t { return h.reader.read_result; }},
-    {"width", true, [](const MediaHandle& h) -> int64_t { return h.reader.width; }},
-    {"height", true, [](const MediaHandle& h) -> int64_t { return h.reader.height; }},
-    {"frames", true, [](const MediaHandle& h) -> int64_t { return h.reader.frame_count; }},
-    {"nvideo", true, [](const MediaHandle& h) -> int64_t { return h.reader.video_stream_count; }},
-    {"naudio", true, [](const MediaHandle& h) -> int64_t { return h.audio.track_count; }},
-    {"video", true, [](const MediaHandle& h) -> int64_t { return h.reader.video_stream_index; }},
-    {"audio", true, [](const MediaHandle& h) -> int64_t { return h.audio.track_stream[0]; }},
+    {"check", false, [](const MediaHandle& h) -> int64_t { return h.container.format_ctx != nullptr ? 0 : -1; }},
+    {"error", false, [](const MediaHandle& h) -> int64_t { return h.reading.read_result; }},
+    {"width", true, [](const MediaHandle& h) -> int64_t { return h.video.width; }},
+    {"height", true, [](const MediaHandle& h) -> int64_t { return h.video.height; }},
+    {"frames", true, [](const MediaHandle& h) -> int64_t { return h.video.frame_count; }},
+    {"nvideo", true, [](const MediaHandle& h) -> int64_t { return h.video.stream_count; }},
+    {"naudio", true, [](const MediaHandle& h) -> int64_t { return h.tracks.count(); }},
+    {"video", true, [](const MediaHandle& h) -> int64_t { return h.video.stream_index; }},
+    {"audio", true, [](const MediaHandle& h) -> int64_t { return h.tracks.first().stream_index; }},
     {"fmt", true, [](const MediaHandle& h) { return address(input_format(h)); }},
-    {"codec", true, [](const MediaHandle& h) { return address(h.reader.video_codec); }},
-    {"acodec", true, [](const MediaHandle& h) { return address(h.audio.track_decoder[0]); }},
+    {"codec", true, [](const MediaHandle& h) { return address(video_decoder(h)); }},
+    {"acodec", true, [](const MediaHandle& h) { return address(audio_decoder(h)); }},
     {"pix", true,
      [](const MediaHandle& h) {
          return of_codec(video_codec(h), -1,
@@ -131,17 +139,17 @@ constexpr FileKey kNumbers[] = {
     {"start", true, start_frame},
     {"interlace", true, [](const MediaHandle& h) { return of_picture(h, ffmpeg::is_interlaced); }},
     {"top_field", true, [](const MediaHandle& h) { return of_picture(h, ffmpeg::is_top_field_first); }},
-    {"dts_frame", false, [](const MediaHandle& h) -> int64_t { return h.reader.have_frame; }},
+    {"dts_frame", false, [](const MediaHandle& h) -> int64_t { return h.video.have_frame; }},
     {"sample_rate", false,
      [](const MediaHandle& h) {
          return of_codec(audio_codec(h), 0, [](const AVCodecContext& codec) { return codec.sample_rate; });
      }},
-    {"audio_rate", false, [](const MediaHandle& h) -> int64_t { return h.audio.user_rate; }},
+    {"audio_rate", false, [](const MediaHandle& h) -> int64_t { return h.sound.user.rate; }},
     {"sample_fmt_id", false,
      [](const MediaHandle& h) {
          return of_codec(audio_codec(h), -1, [](const AVCodecContext& codec) { return codec.sample_fmt; });
      }},
-    {"audio_fmt_id", false, [](const MediaHandle& h) -> int64_t { return h.audio.user_fmt; }},
+    {"audio_fmt_id", false, [](const MediaHandle& h) -> int64_t { return h.sound.user.format; }},
     {"sample_fmt", false,
      [](const MediaHandle& h) {
          return of_codec(audio_codec(h), 0,
@@ -150,7 +158,7 @@ constexpr FileKey kNumbers[] = {
     {"audio_fmt", false,
      [](const MediaHandle& h) {
          return of_codec(audio_codec(h), 0,
-                         [&](const AVCodecContext&) { return audio::code_of_sample_format(h.audio.user_fmt); });
+                         [&](const AVCodecContext&) { return audio::code_of_sample_format(h.sound.user.format); });
      }},
     {"channels", false, file_channels},
     {"audio_channels", false, user_channels},
@@ -158,12 +166,12 @@ constexpr FileKey kNumbers[] = {
      [](const MediaHandle& h) {
          return of_codec(audio_codec(h), 0, [](const AVCodecContext& codec) { return codec.block_align; });
      }},
-    {"packet", true, [](const MediaHandle& h) -> int64_t { return h.reader.packet->stream_index; }},
-    {"xfmt", false, [](const MediaHandle& h) { return address(h.format_ctx.get()); }},
+    {"packet", true, [](const MediaHandle& h) -> int64_t { return h.reading.packet->stream_index; }},
+    {"xfmt", false, [](const MediaHandle& h) { return address(h.container.format_ctx.get()); }},
     {"xvcodec", false, [](const MediaHandle& h) { return address(video_codec(h)); }},
     {"xacodec", false, [](const MediaHandle& h) { return address(audio_codec(h)); }},
-    {"xvstream", false, [](const MediaHandle& h) { return address(h.reader.video_st); }},
-    {"audio_map", false, [](const MediaHandle& h) { return address(h.audio.chan_map.data()); }},
+    {"xvstream", false, [](const MediaHandle& h) { return address(h.video.stream); }},
+    {"audio_map", false, [](const MediaHandle& h) { return address(h.sound.chan_map.data()); }},
     {"vb", false,
      [](const MediaHandle& h) {
          return of_codec(video_codec(h), 0, [](const AVCodecContext& codec) { return codec.bit_rate; });
@@ -181,7 +189,7 @@ const FileKey* find_file_key(const char* key) {
 }
 
 const AVFrame* decoded_picture(const MediaHandle& handle) {
-    const AVFrame* frame = handle.reader.pFrame.get();
+    const AVFrame* frame = handle.reading.pFrame.get();
     return frame != nullptr && frame->data[0] != nullptr ? frame : nullptr;
 }
 

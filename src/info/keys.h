@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <iterator>
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 
 namespace qmio::info {
 

@@ -2,8 +2,8 @@
 #include <limits>
 
 #include "audio/sample_formats.h"
-#include "core/entry.h"
-#include "core/frame_numbers.h"
+#include "core/handle/entry.h"
+#include "core/handle/frame_numbers.h"
 #include "info/keys.h"
 #include "qmio.h"
 
@@ -15,41 +15,38 @@ namespace {
 
 struct TrackKey {
     const char* name;
-    int64_t (*value)(const MediaHandle& handle, std::size_t track);
+    int64_t (*value)(const MediaHandle& handle, const Track& track);
 };
 
-int64_t file_rate(const MediaHandle& h, std::size_t track) {
-    const AVCodecContext* codec = h.audio.track_codec[track];
-    return codec != nullptr ? codec->sample_rate : 0;
+int64_t file_rate(const MediaHandle&, const Track& track) {
+    return track.codec != nullptr ? track.codec->sample_rate : 0;
 }
-int64_t user_rate(const MediaHandle& h, std::size_t track) {
-    return h.audio.track_rate[track];
+int64_t user_rate(const MediaHandle&, const Track& track) {
+    return track.delivered.rate;
 }
-int64_t file_format(const MediaHandle& h, std::size_t track) {
-    const AVCodecContext* codec = h.audio.track_codec[track];
-    return codec != nullptr ? codec->sample_fmt : -1;
+int64_t file_format(const MediaHandle&, const Track& track) {
+    return track.codec != nullptr ? track.codec->sample_fmt : -1;
 }
-int64_t user_format(const MediaHandle& h, std::size_t track) {
-    return h.audio.track_fmt[track];
+int64_t user_format(const MediaHandle&, const Track& track) {
+    return track.delivered.format;
 }
-int64_t file_format_bits(const MediaHandle& h, std::size_t track) {
-    return audio::code_of_sample_format(static_cast<int32_t>(file_format(h, track)));
+int64_t file_format_bits(const MediaHandle& handle, const Track& track) {
+    return audio::code_of_sample_format(static_cast<int32_t>(file_format(handle, track)));
 }
-int64_t user_format_bits(const MediaHandle& h, std::size_t track) {
-    return audio::code_of_sample_format(h.audio.track_fmt[track]);
+int64_t user_format_bits(const MediaHandle&, const Track& track) {
+    return audio::code_of_sample_format(track.delivered.format);
 }
-int64_t file_channels(const MediaHandle& h, std::size_t track) {
-    const AVCodecContext* codec = h.audio.track_codec[track];
-    return codec != nullptr ? codec->ch_layout.nb_channels : 0;
+int64_t file_channels(const MediaHandle&, const Track& track) {
+    return track.codec != nullptr ? track.codec->ch_layout.nb_channels : 0;
 }
-int64_t user_channels(const MediaHandle& h, std::size_t track) {
-    return h.audio.track_chans[track];
+int64_t user_channels(const MediaHandle&, const Track& track) {
+    return track.delivered.channels;
 }
 
-int64_t audio_timestamp(const MediaHandle& handle, std::size_t track) {
+int64_t audio_timestamp(const MediaHandle& handle, const Track& track) {
     if (is_writer(handle))
-        return handle.writer.audio_pts[track];
-    const AVFrame* frame = handle.audio.audio_frame.get();
+        return track.pts;
+    const AVFrame* frame = handle.sound.audio_frame.get();
     return frame != nullptr && frame->data[0] != nullptr ? frame->pts : 0;
 }
 
@@ -73,10 +70,6 @@ constexpr TrackKey kTrackKeys[] = {
     {"user_channels", user_channels},
 };
 
-bool has_track(const MediaHandle& handle, int track) {
-    return track >= 0 && track < kMaxTracks && track < handle.audio.track_count;
-}
-
 // ---- streams ----
 
 struct StreamKey {
@@ -86,7 +79,7 @@ struct StreamKey {
 
 int64_t video_timestamp(MediaHandle& handle, int) {
     if (is_writer(handle))
-        return handle.reader.want_frame;
+        return handle.video.want_frame;
     const AVFrame* picture = decoded_picture(handle);
     return picture != nullptr ? picture_timestamp(*picture, nullptr) : 0;
 }
@@ -97,30 +90,30 @@ int64_t picture_letter(MediaHandle& handle, int) {
 }
 
 int64_t gop(MediaHandle& handle, int) {
-    return handle.reader.gop;
+    return handle.video.gop;
 }
 
 int64_t set_gop(MediaHandle& handle, int value) {
-    const int64_t before = handle.reader.gop;
-    handle.reader.gop = value;
+    const int64_t before = handle.video.gop;
+    handle.video.gop = value;
     return before;
 }
 
 int64_t picture_number(MediaHandle& handle, int) {
     const AVFrame* picture = decoded_picture(handle);
     const int64_t timestamp = picture != nullptr ? picture_timestamp(*picture, nullptr) : AV_NOPTS_VALUE;
-    if (timestamp == AV_NOPTS_VALUE || handle.reader.video_st == nullptr)
-        return handle.reader.have_frame;
-    return frame_number_at(handle, timestamp);
+    if (timestamp == AV_NOPTS_VALUE || handle.video.stream == nullptr)
+        return handle.video.have_frame;
+    return frame_number_at(handle.video, timestamp);
 }
 
 int64_t byte_position(MediaHandle& handle, int) {
-    AVIOContext* io = handle.format_ctx != nullptr ? handle.format_ctx->pb : nullptr;
+    AVIOContext* io = handle.container.format_ctx != nullptr ? handle.container.format_ctx->pb : nullptr;
     return io != nullptr ? avio_seek(io, 0, SEEK_CUR) : -1;
 }
 
 int64_t packet_size(MediaHandle& handle, int) {
-    return handle.reader.packet->size;
+    return handle.reading.packet->size;
 }
 
 // 1000 x the ratio, cut to a whole number; 0 for a missing one.
@@ -129,21 +122,22 @@ int64_t per_mille(AVRational ratio) {
 }
 
 int64_t pixel_aspect(MediaHandle& handle, int) {
-    return handle.reader.pCodecCtx != nullptr ? per_mille(handle.reader.pCodecCtx->sample_aspect_ratio) : 0;
+    const AVCodecContext* const codec = decoding_context(handle);
+    return codec != nullptr ? per_mille(codec->sample_aspect_ratio) : 0;
 }
 
 int64_t stream_pixel_aspect(MediaHandle& handle, int) {
-    return handle.reader.video_st != nullptr ? per_mille(handle.reader.video_st->sample_aspect_ratio) : 0;
+    return handle.video.stream != nullptr ? per_mille(handle.video.stream->sample_aspect_ratio) : 0;
 }
 
 // The shape of the whole picture, where that of its pixels is known.
 int64_t display_aspect(MediaHandle& handle, int) {
-    const AVStream* stream = handle.reader.video_st;
-    if (stream == nullptr || stream->sample_aspect_ratio.num < 1 || handle.reader.height < 1)
+    const AVStream* stream = handle.video.stream;
+    if (stream == nullptr || stream->sample_aspect_ratio.num < 1 || handle.video.height < 1)
         return 0;
     AVRational shape = {0, 0};
-    av_reduce(&shape.num, &shape.den, int64_t{handle.reader.width} * stream->sample_aspect_ratio.num,
-              int64_t{handle.reader.height} * stream->sample_aspect_ratio.den, std::numeric_limits<int>::max());
+    av_reduce(&shape.num, &shape.den, int64_t{handle.video.width} * stream->sample_aspect_ratio.num,
+              int64_t{handle.video.height} * stream->sample_aspect_ratio.den, std::numeric_limits<int>::max());
     return per_mille(shape);
 }
 
@@ -155,8 +149,10 @@ constexpr StreamKey kStreamKeys[] = {
 };
 
 int64_t stream_param(MediaHandle& handle, const char* key, int track) {
-    if (const TrackKey* known = find_key(kTrackKeys, key); known != nullptr)
-        return has_track(handle, track) ? known->value(handle, static_cast<std::size_t>(track)) : 0;
+    if (const TrackKey* known = find_key(kTrackKeys, key); known != nullptr) {
+        const Track* const asked = handle.tracks.find(track);
+        return asked != nullptr ? known->value(handle, *asked) : 0;
+    }
     if (const StreamKey* known = find_key(kStreamKeys, key); known != nullptr)
         return known->value(handle, track);
     const FileKey* known = find_file_key(key);

@@ -1,9 +1,9 @@
 // The times of streams and packets, and the time code of a frame.
 #include <initializer_list>
 
-#include "core/entry.h"
-#include "core/frame_index.h"
-#include "core/frame_numbers.h"
+#include "core/handle/entry.h"
+#include "core/handle/frame_index.h"
+#include "core/handle/frame_numbers.h"
 #include "info/keys.h"
 #include "qmio.h"
 
@@ -40,8 +40,8 @@ void fill_stream(const MediaHandle& handle, const AVStream& stream, qmio_time_pa
     record.start = start_or_zero(stream);
     record.duration = stream.duration;
     set_time_base(record, stream.time_base);
-    record.container_start = handle.format_ctx->start_time;
-    record.container_duration = handle.format_ctx->duration;
+    record.container_start = handle.container.format_ctx->start_time;
+    record.container_duration = handle.container.format_ctx->duration;
 }
 
 void clear(qmio_time_param* record) {
@@ -52,35 +52,33 @@ void clear(qmio_time_param* record) {
 // The record, cleared, and the stream that a key is about; false when either is missing.
 bool begin(qmio_time_param* record, const MediaHandle& handle, const AVStream* stream) {
     clear(record);
-    return record != nullptr && stream != nullptr && handle.format_ctx != nullptr;
+    return record != nullptr && stream != nullptr && handle.container.format_ctx != nullptr;
 }
 
 int64_t frames_in(const MediaHandle& handle, const AVStream& stream) {
     if (!is_valid(stream.avg_frame_rate))
         return 1;
-    return stream.nb_frames >= 1 ? stream.nb_frames : handle.reader.frame_count;
+    return stream.nb_frames >= 1 ? stream.nb_frames : handle.video.frame_count;
 }
 
 AVRational codec_time_base(const MediaHandle& handle) {
-    const AVCodecContext* codec =
-        handle.reader.pCodecCtx != nullptr ? handle.reader.pCodecCtx : handle.writer.video_codec_ctx;
-    return codec != nullptr ? codec->time_base : AVRational{0, 0};
+    return handle.video.codec != nullptr ? handle.video.codec->time_base : AVRational{0, 0};
 }
 
 int get_video(MediaHandle& handle, qmio_time_param* record) {
-    AVStream* const stream = handle.reader.video_st;
+    AVStream* const stream = handle.video.stream;
     if (!begin(record, handle, stream))
         return 0;
     fill_stream(handle, *stream, *record);
-    set_rate(*record, first_valid({guessed_frame_rate(handle, *stream), stream->avg_frame_rate, stream->r_frame_rate,
-                                   AVRational{25, 1}}));
+    set_rate(*record, first_valid({guessed_frame_rate(handle.container, *stream), stream->avg_frame_rate,
+                                   stream->r_frame_rate, AVRational{25, 1}}));
     set_time_base(*record, first_valid({stream->time_base, codec_time_base(handle), AVRational{1, 25}}));
     record->frame_count = frames_in(handle, *stream);
     return 1;
 }
 
 int get_audio(MediaHandle& handle, qmio_time_param* record) {
-    const AVStream* const stream = handle.audio.track_av_stream[0];
+    const AVStream* const stream = handle.tracks.first().stream;
     if (!begin(record, handle, stream))
         return 0;
     fill_stream(handle, *stream, *record);
@@ -88,46 +86,47 @@ int get_audio(MediaHandle& handle, qmio_time_param* record) {
 }
 
 int get_packet(MediaHandle& handle, qmio_time_param* record) {
-    AVStream* const stream = stream_of_packet(handle, *handle.reader.packet);
+    AVStream* const stream = stream_of_packet(handle.container, *handle.reading.packet);
     if (!begin(record, handle, stream))
         return 0;
-    const AVPacket& packet = *handle.reader.packet;
+    const AVPacket& packet = *handle.reading.packet;
     record->pts = packet.pts;
     record->dts = packet.dts;
     record->duration = packet.duration;
     record->start = start_or_zero(*stream);
     set_time_base(*record, stream->time_base);
     // Deliberately in another order than for the video stream, and without a rate to end with.
-    set_rate(*record, first_valid({guessed_frame_rate(handle, *stream), stream->r_frame_rate, stream->avg_frame_rate}));
+    set_rate(*record, first_valid({guessed_frame_rate(handle.container, *stream), stream->r_frame_rate,
+                                   stream->avg_frame_rate}));
     return 1;
 }
 
 int get_index_length(MediaHandle& handle, qmio_time_param* record) {
     clear(record);
-    return static_cast<int>(frame_index::frame_total(handle.index_mapping.get()));
+    return static_cast<int>(frame_index::frame_total(handle.container.index_mapping.get()));
 }
 
 int get_key_flag(MediaHandle& handle, qmio_time_param* record) {
     clear(record);
-    return (handle.reader.packet->flags & AV_PKT_FLAG_KEY) != 0 ? 1 : 0;
+    return (handle.reading.packet->flags & AV_PKT_FLAG_KEY) != 0 ? 1 : 0;
 }
 
 // Deliberately 0, though the record is filled.
 int get_seek_position(MediaHandle& handle, qmio_time_param* record) {
     clear(record);
     if (record != nullptr)
-        record->start = handle.reader.seek_position;
+        record->start = handle.reading.seek_position;
     return 0;
 }
 
 // ---- what the setter calls setting ----
 
 int copy_video(MediaHandle& handle, qmio_time_param* record) {
-    AVStream* const stream = handle.reader.video_st;
+    AVStream* const stream = handle.video.stream;
     if (!begin(record, handle, stream))
         return 0;
     fill_stream(handle, *stream, *record);
-    set_rate(*record, guessed_frame_rate(handle, *stream));
+    set_rate(*record, guessed_frame_rate(handle.container, *stream));
     record->frame_count = stream->nb_frames;
     return 1;
 }
@@ -135,8 +134,8 @@ int copy_video(MediaHandle& handle, qmio_time_param* record) {
 int set_packet(MediaHandle& handle, qmio_time_param* record) {
     if (record == nullptr)
         return 0;
-    handle.reader.packet->pts = record->pts;
-    handle.reader.packet->dts = record->dts;
+    handle.reading.packet->pts = record->pts;
+    handle.reading.packet->dts = record->dts;
     return 1;
 }
 
@@ -174,10 +173,10 @@ int32_t timecode(int64_t frame, AVRational rate) {
 
 int32_t timecode_of(const MediaHandle& handle, int frame) {
     constexpr int32_t kNone = -1;
-    AVStream* const stream = handle.reader.video_st;
+    AVStream* const stream = handle.video.stream;
     if (stream == nullptr)
         return kNone;
-    const AVRational rate = guessed_frame_rate(handle, *stream);
+    const AVRational rate = guessed_frame_rate(handle.container, *stream);
     return is_valid(rate) ? timecode(frame, rate) : kNone;
 }
 

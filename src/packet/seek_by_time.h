@@ -1,7 +1,7 @@
 // Positioning the demuxer by time.
 #pragma once
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 
 namespace qmio::packet {
 

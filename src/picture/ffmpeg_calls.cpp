@@ -1,5 +1,5 @@
 // FFmpeg calls handed on to hosts that do not link FFmpeg; only pixel-format numbers are translated.
-#include "core/entry.h"
+#include "core/handle/entry.h"
 #include "ffmpeg/pixel_format.h"
 #include "ffmpeg/scaler.h"
 #include "qmio.h"

@@ -1,6 +1,6 @@
 // Questions about pixel formats, and bands of planar pictures.
-#include "core/entry.h"
-#include "core/trace.h"
+#include "core/handle/entry.h"
+#include "core/process/trace.h"
 #include "ffmpeg/pixel_format.h"
 #include "qmio.h"
 

@@ -1,5 +1,6 @@
 // The exported integers carry the names of FFmpeg's enumerators, so this file never includes FFmpeg's headers.
-#include "core/pixel_constants.h"
+#undef QMIO_NO_PIX_FMT_DATA
+#include "core/process/pixel_constants.h"
 
 #include "ffmpeg/pixel_format_names.h"
 #include "qmio.h"

@@ -1,8 +1,8 @@
 // The exported conversions: on picture records, and on bare buffers, for which records are made.
 #include <algorithm>
 
-#include "core/entry.h"
-#include "core/settings.h"
+#include "core/handle/entry.h"
+#include "core/process/settings.h"
 #include "picture/convert.h"
 #include "qmio.h"
 

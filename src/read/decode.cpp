@@ -1,8 +1,9 @@
 #include "read/decode.h"
 
-#include "core/frame_numbers.h"
-#include "core/trace.h"
+#include "core/handle/frame_numbers.h"
+#include "core/process/trace.h"
 #include "ffmpeg/frame_flags.h"
+#include "read/deliver.h"
 
 namespace qmio::read {
 
@@ -15,126 +16,122 @@ int trace_error(const wchar_t* text, int code) {
     return code;
 }
 
-// kNoPicture: the call may go on.
-int check_arguments(const MediaHandle& handle, const imio_picture* picture, const AVPacket* packet) {
-    const ReaderState& reader = handle.reader;
+// QMIO_NO_PICTURE: the call may go on.
+int check_arguments(const Source& source, const imio_picture* picture, const AVPacket* packet) {
     if (picture == nullptr)
-        return trace_error(L"pm == NULL", kNothingToWorkOn);
-    if (reader.pCodecCtx == nullptr)
-        return trace_error(L"fp->pCodecCtx == NULL", kNothingToWorkOn);
-    if (reader.pFrame == nullptr)
-        return trace_error(L"fp->pFrame == NULL", kNothingToWorkOn);
-    if (reader.pFrameRGB == nullptr)
-        return trace_error(L"fp->pFrameRGB == NULL", kNothingToWorkOn);
-    if (reader.video_stream_index == -1)
-        return kNoVideoStream;
-    if (packet != nullptr && packet->stream_index != reader.video_stream_index)
-        return trace_error(L"pkt->stream_index != video", kOtherStream);
-    return kNoPicture;
+        return trace_error(L"pm == NULL", QMIO_NOTHING_TO_DECODE);
+    if (source.video.codec == nullptr)
+        return trace_error(L"fp->pCodecCtx == NULL", QMIO_NOTHING_TO_DECODE);
+    if (source.reading.pFrame == nullptr)
+        return trace_error(L"fp->pFrame == NULL", QMIO_NOTHING_TO_DECODE);
+    if (source.reading.pFrameRGB == nullptr)
+        return trace_error(L"fp->pFrameRGB == NULL", QMIO_NOTHING_TO_DECODE);
+    if (source.video.stream_index == -1)
+        return QMIO_NO_VIDEO_STREAM;
+    if (packet != nullptr && packet->stream_index != source.video.stream_index)
+        return trace_error(L"pkt->stream_index != video", QMIO_OTHER_STREAM);
+    return QMIO_NO_PICTURE;
 }
 
 // A codec that refers to earlier pictures loses them when it is drained in mid-stream. One that does not, or whose only
 // packet this was, may be drained and go on.
-bool can_drain_after_packet(const ReaderState& reader) {
-    if (reader.pCodecCtx->codec_id == AV_CODEC_ID_PNG ||
-        (reader.video_st != nullptr && reader.video_st->nb_frames == 1))
+bool can_drain_after_packet(const Video& video) {
+    if (video.codec->codec_id == AV_CODEC_ID_PNG || (video.stream != nullptr && video.stream->nb_frames == 1))
         return true;
-    const AVCodecDescriptor* descriptor = avcodec_descriptor_get(reader.pCodecCtx->codec_id);
+    const AVCodecDescriptor* descriptor = avcodec_descriptor_get(video.codec->codec_id);
     return descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
 }
 
 int field_result(const AVFrame& frame) {
     if (ffmpeg::is_top_field_first(frame))
-        return kTopFieldFirst;
-    return ffmpeg::is_interlaced(frame) ? kBottomFieldFirst : kProgressivePicture;
+        return QMIO_PICTURE_TOP_FIELD_FIRST;
+    return ffmpeg::is_interlaced(frame) ? QMIO_PICTURE_BOTTOM_FIELD_FIRST : QMIO_PICTURE_PROGRESSIVE;
 }
 
-int finish_picture(MediaHandle& handle, imio_picture* picture, const AVPacket* packet) {
-    ReaderState& reader = handle.reader;
-    convert_held_picture(handle, picture);
-    reader.frame_time_ms = frame_ms_of(handle, packet);
-    reader.have_frame = frame_number_of(handle, packet);
-    if (reader.have_frame >= kNoFrame)
-        reader.want_frame = reader.have_frame + 1;
-    return field_result(*reader.pFrame);
+int finish_picture(Source& source, imio_picture* picture, const AVPacket* packet) {
+    Video& video = source.video;
+    convert_held_picture(source, picture);
+    video.have_frame = frame_number_of(video, *source.reading.pFrame, packet);
+    if (video.have_frame >= kNoFrame)
+        video.want_frame = video.have_frame + 1;
+    return field_result(*source.reading.pFrame);
 }
 
 // A packet is used up without a picture: a still image, PNG above all, gets its delayed picture here. A source of
 // unknown length counts as one frame, too; where its codec cannot be drained now, reading drains it at its end.
-bool drain_still(MediaHandle& handle, int* got) {
-    ReaderState& reader = handle.reader;
-    if (reader.frame_count > 1 && reader.pCodecCtx->codec_id != AV_CODEC_ID_PNG)
+bool drain_still(Reading& reading, const Video& video, int* got) {
+    if (video.frame_count > 1 && video.codec->codec_id != AV_CODEC_ID_PNG)
         return false;
-    if (!can_drain_after_packet(reader))
+    if (!can_drain_after_packet(video))
         return false;
-    reader.video_decoder.decode(reader.pFrame.get(), got, nullptr);
+    reading.decoder.decode(reading.pFrame.get(), got, nullptr);
     return true;
 }
 
 // Feeds the decoder with what is left of the packet; false ends the call with *result.
-bool decode_rest(MediaHandle& handle, AVPacket* packet, int* got, int* used, int* result) {
-    ReaderState& reader = handle.reader;
+bool decode_rest(Source& source, AVPacket* packet, int* got, int* used, int* result) {
+    Reading& reading = source.reading;
     if (packet == nullptr || packet->size > 0) {
-        *used = reader.video_decoder.decode(reader.pFrame.get(), got, packet);
+        *used = reading.decoder.decode(reading.pFrame.get(), got, packet);
         if (*used >= 0)
             return true;
-        trace(TraceSwitch::read, kTag, L"\t[%S] decode video error %d\n", handle.file_name, *used);
-        *result = kDecoderError;
+        trace(TraceSwitch::read, kTag, L"\t[%S] decode video error %d\n", source.name, *used);
+        *result = QMIO_DECODER_ERROR;
         return false;
     }
     *used = 0;
-    if (drain_still(handle, got))
+    if (drain_still(reading, source.video, got))
         return true;
-    trace(TraceSwitch::read, kTag, L"\tframe %d: not decoded, key %d\n", reader.want_frame,
+    trace(TraceSwitch::read, kTag, L"\tframe %d: not decoded, key %d\n", source.video.want_frame,
           packet->flags & AV_PKT_FLAG_KEY);
-    *result = kNoPicture;
+    *result = QMIO_NO_PICTURE;
     return false;
 }
 
-int decode_loop(MediaHandle& handle, imio_picture* picture, AVPacket* packet) {
-    ReaderState& reader = handle.reader;
+int decode_loop(Source& source, imio_picture* picture, AVPacket* packet) {
+    const Video& video = source.video;
     for (;;) {
         int got = 0;
         int used = 0;
-        int result = kNoPicture;
-        if (!decode_rest(handle, packet, &got, &used, &result))
+        int result = QMIO_NO_PICTURE;
+        if (!decode_rest(source, packet, &got, &used, &result))
             return result;
-        trace(TraceSwitch::read, kTag, L"\tframe %d: finished %d, decode pkt %d bytes of %d\n", reader.want_frame, got,
+        trace(TraceSwitch::read, kTag, L"\tframe %d: finished %d, decode pkt %d bytes of %d\n", video.want_frame, got,
               used, packet != nullptr ? packet->size : 0);
         if (got != 0)
-            return finish_picture(handle, picture, packet);
+            return finish_picture(source, picture, packet);
         if (used < 1 || packet == nullptr || packet->data == nullptr)
             break;
         packet->size -= used;
         packet->data += used;
-        trace(TraceSwitch::read, kTag, L"\tframe %d: finished %d, new pkt size %d\n", reader.want_frame, got,
+        trace(TraceSwitch::read, kTag, L"\tframe %d: finished %d, new pkt size %d\n", video.want_frame, got,
               packet->size);
-        if (reader.pCodecCtx->codec_id == AV_CODEC_ID_H264 && packet->size < 1)
+        if (video.codec->codec_id == AV_CODEC_ID_H264 && packet->size < 1)
             break;
     }
     trace(TraceSwitch::read, kTag, L"done\n");
-    return kNoPicture;
+    return QMIO_NO_PICTURE;
 }
 
 }  // namespace
 
-int decode_packet(MediaHandle& handle, imio_picture* picture, AVPacket* packet) {
-    const ReaderState& reader = handle.reader;
-    if (const int result = check_arguments(handle, picture, packet); result != kNoPicture)
+int decode_packet(Source& source, imio_picture* picture, AVPacket* packet) {
+    const Video& video = source.video;
+    if (const int result = check_arguments(source, picture, packet); result != QMIO_NO_PICTURE)
         return result;
-    if (reader.want_frame == reader.have_frame && reader.frame_count == 1)
-        return trace_error(L"single frame", kSingleFrameHeld);
+    if (video.want_frame == video.have_frame && video.frame_count == 1)
+        return trace_error(L"single frame", QMIO_PICTURE_HELD);
     trace(TraceSwitch::read, kTag, L"\t*** want frame %d, have frame %d, key %d, size %d, pts %I64d dts %I64d\n",
-          reader.want_frame, reader.have_frame, packet != nullptr ? packet->flags & AV_PKT_FLAG_KEY : 0,
+          video.want_frame, video.have_frame, packet != nullptr ? packet->flags & AV_PKT_FLAG_KEY : 0,
           packet != nullptr ? packet->size : 0, packet != nullptr ? packet->pts : AV_NOPTS_VALUE,
           packet != nullptr ? packet->dts : AV_NOPTS_VALUE);
-    return decode_loop(handle, picture, packet);
+    return decode_loop(source, picture, packet);
 }
 
-int deliver_kept(MediaHandle& handle, imio_picture* picture) {
-    if (!handle.reader.video_decoder.take_kept(handle.reader.pFrame.get()))
-        return kNoPicture;
-    return finish_picture(handle, picture, nullptr);
+int deliver_kept(Source& source, imio_picture* picture) {
+    if (!source.reading.decoder.take_kept(source.reading.pFrame.get()))
+        return QMIO_NO_PICTURE;
+    return finish_picture(source, picture, nullptr);
 }
 
 }  // namespace qmio::read

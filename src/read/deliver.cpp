@@ -1,12 +1,13 @@
-// From the decoded picture to the caller's buffer.
+#include "read/deliver.h"
+
 #include <algorithm>
 #include <cstring>
 
-#include "core/settings.h"
-#include "core/trace.h"
+#include "core/handle/entry.h"
+#include "core/process/settings.h"
+#include "core/process/trace.h"
 #include "ffmpeg/exact_scale.h"
 #include "ffmpeg/pixel_format.h"
-#include "read/decode.h"
 
 namespace qmio::read {
 
@@ -38,57 +39,68 @@ void fill_opaque_alpha(const imio_picture& picture, int64_t size) {
     }
 }
 
-bool lacks_alpha(const ReaderState& reader, const imio_picture& picture, int64_t size) {
-    if (ffmpeg::has_alpha(reader.pFrame->format) || !ffmpeg::has_alpha(reader.dst_pix_fmt))
+bool lacks_alpha(const Source& source, const imio_picture& picture, int64_t size) {
+    if (ffmpeg::has_alpha(source.reading.pFrame->format) || !ffmpeg::has_alpha(source.video.dst_pix_fmt))
         return false;
     return size >= kBytesPerPixel && (load_word(picture.data) & kOpaque) != kOpaque;
 }
 
 // The scaler is made for every picture and freed at once; nothing is kept but the room for pictures that it cannot
 // write in place.
-int convert(ReaderState& reader, const ffmpeg::Picture& target) {
+int convert(Reading& reading, const Video& video, const ffmpeg::Picture& target) {
     const int algorithm = std::max(settings().scale_algorithm, 1);
-    const int rows = ffmpeg::scale_exactly(ffmpeg::picture_in_frame(*reader.pFrame), target, algorithm, reader.scratch);
+    const int rows =
+        ffmpeg::scale_exactly(ffmpeg::picture_in_frame(*reading.pFrame), target, algorithm, reading.scratch);
     if (rows > 0)
-        trace(TraceSwitch::read, kTag, L"\tframe %d: cvt to user pixfmt res %d\n", reader.want_frame, rows);
+        trace(TraceSwitch::read, kTag, L"\tframe %d: cvt to user pixfmt res %d\n", video.want_frame, rows);
     return rows;
 }
 
 }  // namespace
 
-imio_picture plain_buffer(const MediaHandle& handle, uint8_t* buffer) {
+imio_picture plain_buffer(const Video& video, uint8_t* buffer) {
     imio_picture picture{};
-    picture.format = ffmpeg::pixel_format_to_interface(handle.reader.dst_pix_fmt);
+    picture.format = ffmpeg::pixel_format_to_interface(video.dst_pix_fmt);
     picture.data = buffer;
-    picture.width = handle.reader.width;
-    picture.height = handle.reader.height;
-    picture.line_size = handle.reader.width * kBytesPerPixel;
+    picture.width = video.width;
+    picture.height = video.height;
+    picture.line_size = video.width * kBytesPerPixel;
     picture.alignment = 1;
     // Formats that need more do not fit such a buffer: a picture without a size is not converted.
-    if (av_image_get_buffer_size(handle.reader.dst_pix_fmt, picture.width, picture.height, 1) >
+    if (av_image_get_buffer_size(video.dst_pix_fmt, picture.width, picture.height, 1) >
         int64_t{picture.line_size} * picture.height)
         picture.width = picture.height = 0;
     return picture;
 }
 
-int convert_held_picture(MediaHandle& handle, imio_picture* picture) {
-    ReaderState& reader = handle.reader;
+int convert_held_picture(Source& source, imio_picture* picture) {
+    Reading& reading = source.reading;
+    const AVPixelFormat format = source.video.dst_pix_fmt;
     if (picture == nullptr)
         return -1;
     if (picture->data == nullptr)
         return 1;
-    if (reader.pCodecCtx == nullptr || reader.pFrame == nullptr || reader.pFrameRGB == nullptr)
+    if (source.video.codec == nullptr || reading.pFrame == nullptr || reading.pFrameRGB == nullptr)
         return -1;
-    reader.pFrameRGB->format = reader.dst_pix_fmt;
-    const ffmpeg::Picture target = ffmpeg::picture_in_block(picture->data, reader.dst_pix_fmt, picture->width,
-                                                            picture->height, picture->alignment);
-    const int rows = target.valid() && reader.pFrame->data[0] != nullptr ? convert(reader, target) : 0;
+    reading.pFrameRGB->format = format;
+    const ffmpeg::Picture target =
+        ffmpeg::picture_in_block(picture->data, format, picture->width, picture->height, picture->alignment);
+    const int rows = target.valid() && reading.pFrame->data[0] != nullptr ? convert(reading, source.video, target) : 0;
     if (rows == 0)
-        trace(TraceSwitch::read, kTag, L"[%S] error get cvt context\n", handle.file_name);
-    const int size = av_image_get_buffer_size(reader.dst_pix_fmt, picture->width, picture->height, picture->alignment);
-    if (rows > 0 && lacks_alpha(reader, *picture, size))
+        trace(TraceSwitch::read, kTag, L"[%S] error get cvt context\n", source.name);
+    const int size = av_image_get_buffer_size(format, picture->width, picture->height, picture->alignment);
+    if (rows > 0 && lacks_alpha(source, *picture, size))
         fill_opaque_alpha(*picture, size);
     return rows;
 }
 
 }  // namespace qmio::read
+
+using namespace qmio;
+
+int qmio_set_dst_fmt(MediaHandle* h, int pix_fmt) {
+    return with_handle(h, 0, 0, [=](MediaHandle& handle) {
+        handle.video.dst_pix_fmt = ffmpeg::pixel_format_from_interface(pix_fmt);
+        return 1;
+    });
+}

@@ -1,14 +1,14 @@
 #include "read/open.h"
 
 #include "audio/open_tracks.h"
-#include "core/codec_open.h"
-#include "core/entry.h"
-#include "core/half_built.h"
-#include "core/memory_block.h"
-#include "core/names.h"
-#include "core/option_string.h"
-#include "core/settings.h"
-#include "core/trace.h"
+#include "core/handle/codec_open.h"
+#include "core/handle/entry.h"
+#include "core/handle/half_built.h"
+#include "core/process/settings.h"
+#include "core/process/trace.h"
+#include "core/text/memory_block.h"
+#include "core/text/names.h"
+#include "core/text/option_string.h"
 #include "ffmpeg/pixel_format.h"
 #include "platform/system.h"
 #include "qmio.h"
@@ -78,19 +78,19 @@ std::string handle_name(const char* name) {
 }
 
 bool allocate_container(MediaHandle& handle) {
-    handle.format_ctx.reset(avformat_alloc_context());
-    if (handle.format_ctx == nullptr) {
+    handle.container.format_ctx.reset(avformat_alloc_context());
+    if (handle.container.format_ctx == nullptr) {
         trace(TraceSwitch::open, kOpenTag, L"error alloc format context [%s]\n", wide_name(handle.file_name));
         return false;
     }
-    handle.format_ctx->interrupt_callback = interrupt_callback(handle);
+    handle.container.format_ctx->interrupt_callback = interrupt_callback(handle.container);
     return true;
 }
 
-ffmpeg::Dictionary container_options(MediaHandle& handle, const char* options) {
+ffmpeg::Dictionary container_options(const MediaHandle& handle, const char* options) {
     ffmpeg::Dictionary dictionary = configured_options("format");
     if (options != nullptr)
-        add_format_options(*handle.format_ctx, dictionary, options);
+        add_format_options(*handle.container.format_ctx, dictionary, options);
     // The network protocol's own key, which the container does not know.
     std::string timeout;
     if (has_prefix(handle.file_name, "ftp:") && find_value(options, "timeout", timeout))
@@ -105,9 +105,9 @@ ffmpeg::Dictionary container_options(MediaHandle& handle, const char* options) {
 void trace_exit(const MediaHandle& handle, uint32_t started) {
     if (!tracing(TraceSwitch::open))
         return;
-    const platform::SharedMapping* index = handle.index_mapping.get();
+    const platform::SharedMapping* index = handle.container.index_mapping.get();
     trace(TraceSwitch::open, kOpenTag, L"done, index handle %p, mem %p, dur %d\n", static_cast<const void*>(index),
-          index != nullptr ? index->data() : nullptr, handle.reader.frame_count);
+          index != nullptr ? index->data() : nullptr, handle.video.frame_count);
     trace(TraceSwitch::open, kOpenTag, L"on exit: spent %d msec\n", platform::tick_count() - started);
 }
 
@@ -115,12 +115,12 @@ bool open_steps(MediaHandle& handle, const char* name, const char* options, uint
     if (!set_file_name(handle, handle_name(name)) || !allocate_container(handle))
         return false;
     ffmpeg::Dictionary dictionary = container_options(handle, options);
-    if (!open_container(handle, name, dictionary) || !probe_streams(handle))
+    if (!open_container(handle.container, name, dictionary) || !probe_streams(handle))
         return false;
-    if (handle.reader.video_stream_index >= 0 && !open_video(handle, options))
+    if (handle.video.stream_index >= 0 && !open_video(handle, options))
         return false;
     // A handle whose audio failed is good for video, but its opening ends here.
-    if (!audio::open_tracks(handle))
+    if (!audio::open_tracks(handle.container, handle.sound, handle.tracks))
         return true;
     attach_frame_index(handle);
     trace_exit(handle, started);
@@ -142,7 +142,7 @@ MediaHandle* open_core(const char* name, const char* options) {
 }
 
 bool probe_streams(MediaHandle& handle) {
-    AVFormatContext& container = *handle.format_ctx;
+    AVFormatContext& container = *handle.container.format_ctx;
     std::vector<ffmpeg::Dictionary> options;
     for (unsigned stream = 0; stream < container.nb_streams; ++stream)
         options.push_back(configured_options("codec"));
@@ -158,9 +158,9 @@ bool probe_streams(MediaHandle& handle) {
     if (result < 0)
         return false;
     for (unsigned stream = 0; stream < container.nb_streams; ++stream)
-        handle.stream_codec.push_back(make_stream_codec(*container.streams[stream]));
-    find_first_video(handle);
-    audio::find_tracks(handle);
+        handle.container.stream_codec.push_back(make_stream_codec(*container.streams[stream]));
+    find_first_video(handle.container, handle.video);
+    audio::find_tracks(handle.container, handle.tracks);
     return true;
 }
 

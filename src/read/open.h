@@ -1,7 +1,7 @@
 // Opening a source: from a name and options to a handle that is ready for reading.
 #pragma once
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 #include "ffmpeg/owners.h"
 
 namespace qmio::read {
@@ -12,10 +12,10 @@ inline constexpr const wchar_t* kOpenTag = L"qmio_open_u8";
 MediaHandle* open_core(const char* name, const char* options);
 
 // The steps of opening, in the order in which they run. False ends the open.
-bool open_container(MediaHandle& handle, const char* name, ffmpeg::Dictionary& options);
+bool open_container(Container& container, const char* name, ffmpeg::Dictionary& options);
 bool probe_streams(MediaHandle& handle);
 bool open_video(MediaHandle& handle, const char* options);
-void find_first_video(MediaHandle& handle);
+void find_first_video(const Container& container, Video& video);
 void attach_frame_index(MediaHandle& handle);
 
 }  // namespace qmio::read

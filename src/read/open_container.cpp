@@ -4,10 +4,10 @@
 #include <cstring>
 #include <limits>
 
-#include "core/memory_block.h"
-#include "core/names.h"
-#include "core/settings.h"
-#include "core/trace.h"
+#include "core/process/settings.h"
+#include "core/process/trace.h"
+#include "core/text/memory_block.h"
+#include "core/text/names.h"
 #include "qmlib/input_source.h"
 #include "qmlib/key_value.h"
 #include "read/open.h"
@@ -29,33 +29,34 @@ void set_default(ffmpeg::Dictionary& options, const char* key, const char* value
 }
 
 // FFmpeg frees the context it was given when opening fails.
-bool open_input(MediaHandle& handle, const std::string& url, const AVInputFormat* format, ffmpeg::Dictionary& options) {
-    AVFormatContext* container = handle.format_ctx.release();
-    const int result = avformat_open_input(&container, url.c_str(), format, options.address());
-    handle.format_ctx.reset(container);
+bool open_input(Container& container, const std::string& url, const AVInputFormat* format,
+                ffmpeg::Dictionary& options) {
+    AVFormatContext* context = container.format_ctx.release();
+    const int result = avformat_open_input(&context, url.c_str(), format, options.address());
+    container.format_ctx.reset(context);
     return result >= 0;
 }
 
 // Opens a source whose bytes come from us. `whitelist` keeps what its contents may refer to within bounds.
-bool open_custom(MediaHandle& handle, std::unique_ptr<qmlib::InputSource> source, const std::string& url,
+bool open_custom(Container& container, std::unique_ptr<qmlib::InputSource> source, const std::string& url,
                  const AVInputFormat* format, const char* whitelist, ffmpeg::Dictionary& options) {
     if (source == nullptr)
         return false;
-    handle.input = std::move(source);
-    handle.custom_io = qmlib::make_custom_io(*handle.input);
-    if (handle.custom_io == nullptr)
+    container.input = std::move(source);
+    container.custom_io = qmlib::make_custom_io(*container.input);
+    if (container.custom_io == nullptr)
         return false;
-    handle.format_ctx->flags |= AVFMT_FLAG_CUSTOM_IO;
-    handle.format_ctx->pb = handle.custom_io.get();
+    container.format_ctx->flags |= AVFMT_FLAG_CUSTOM_IO;
+    container.format_ctx->pb = container.custom_io.get();
     set_default(options, "protocol_whitelist", whitelist);
-    return open_input(handle, url, format, options);
+    return open_input(container, url, format, options);
 }
 
-bool open_memory(MediaHandle& handle, const char* block, ffmpeg::Dictionary& options) {
+bool open_memory(Container& container, const char* block, ffmpeg::Dictionary& options) {
     int64_t size = 0;
-    const std::string url(handle.file_name + std::strlen("mem:"));
+    const std::string url = memory_block::header_text(block).substr(std::strlen("mem:"));
     if (memory_block::parse_size(block, size)) {
-        if (open_custom(handle, qmlib::memory_source(memory_block::data(block), size), url,
+        if (open_custom(container, qmlib::memory_source(memory_block::data(block), size), url,
                         av_find_input_format("image2pipe"), "none", options))
             return true;
     }
@@ -63,19 +64,19 @@ bool open_memory(MediaHandle& handle, const char* block, ffmpeg::Dictionary& opt
     return false;
 }
 
-bool open_file(MediaHandle& handle, const std::string& path, ffmpeg::Dictionary& options) {
-    if (open_custom(handle, qmlib::file_source(platform::ReadFile::open(path, settings().code_page)), url_of(path),
+bool open_file(Container& container, const std::string& path, ffmpeg::Dictionary& options) {
+    if (open_custom(container, qmlib::file_source(platform::ReadFile::open(path, settings().code_page)), url_of(path),
                     av_find_input_format("image2pipe"), "none", options))
         return true;
     trace_failure(L"avio: ", path);
     return false;
 }
 
-bool open_plain(MediaHandle& handle, const std::string& name, ffmpeg::Dictionary& options) {
+bool open_plain(Container& container, const std::string& name, ffmpeg::Dictionary& options) {
     // Only a network source knows this key, and FFmpeg waits for ever by default.
     if (has_prefix(name.c_str(), "ftp:"))
         set_default(options, "timeout", kNetworkTimeout);
-    if (open_input(handle, url_of(name), nullptr, options))
+    if (open_input(container, url_of(name), nullptr, options))
         return true;
     trace_failure(L"", name);
     return false;
@@ -87,54 +88,54 @@ bool asks_for_passive(const std::string& name) {
            qmlib::find_key(std::string_view(name).substr(query + 1), "& \t\r\n", '=', "passive").has_value();
 }
 
-std::unique_ptr<qmlib::InputSource> open_url(MediaHandle& handle, const std::string& url,
+std::unique_ptr<qmlib::InputSource> open_url(Container& container, const std::string& url,
                                              const ffmpeg::Dictionary& options) {
     const char* timeout = options.get("timeout");
-    return qmlib::url_source(url, interrupt_callback(handle),
+    return qmlib::url_source(url, interrupt_callback(container),
                              std::strtoll(timeout != nullptr ? timeout : kNetworkTimeout, nullptr, 10));
 }
 
-bool open_ftp(MediaHandle& handle, const std::string& name, ffmpeg::Dictionary& options) {
+bool open_ftp(Container& container, const std::string& name, ffmpeg::Dictionary& options) {
     const bool passive = asks_for_passive(name);
     trace(TraceSwitch::open, kOpenTag, L"FTP passive %d\n", passive);
     if (!passive)
-        return open_plain(handle, name, options);
-    if (open_custom(handle, open_url(handle, url_of(name), options), url_of(name), nullptr, "ftp,tcp,crypto,data",
+        return open_plain(container, name, options);
+    if (open_custom(container, open_url(container, url_of(name), options), url_of(name), nullptr, "ftp,tcp,crypto,data",
                     options))
         return true;
     trace_failure(L"aftp: ", name);
     return false;
 }
 
-bool open_capture_device(MediaHandle& handle, const std::string& device, ffmpeg::Dictionary& options) {
+bool open_capture_device(Container& container, const std::string& device, ffmpeg::Dictionary& options) {
     const std::string url = url_of(device.starts_with("//") ? device.substr(2) : device);
     const AVInputFormat* format = av_find_input_format("dshow");
-    if (format != nullptr && open_input(handle, url, format, options))
+    if (format != nullptr && open_input(container, url, format, options))
         return true;
     trace_failure(L"dshow: ", device);
     return false;
 }
 
-bool open_by_kind(MediaHandle& handle, const char* name, ffmpeg::Dictionary& options) {
+bool open_by_kind(Container& container, const char* name, ffmpeg::Dictionary& options) {
     if (memory_block::is_block(name))
-        return open_memory(handle, name, options);
+        return open_memory(container, name, options);
     if (has_prefix(name, "avio:"))
-        return open_file(handle, name + std::strlen("avio:"), options);
+        return open_file(container, name + std::strlen("avio:"), options);
     if (has_prefix(name, "ftp:"))
-        return open_ftp(handle, name, options);
+        return open_ftp(container, name, options);
     if (has_prefix(name, "dshow:"))
-        return open_capture_device(handle, name + std::strlen("dshow:"), options);
-    return open_plain(handle, name, options);
+        return open_capture_device(container, name + std::strlen("dshow:"), options);
+    return open_plain(container, name, options);
 }
 
 }  // namespace
 
-bool open_container(MediaHandle& handle, const char* name, ffmpeg::Dictionary& options) {
-    if (!open_by_kind(handle, name, options))
+bool open_container(Container& container, const char* name, ffmpeg::Dictionary& options) {
+    if (!open_by_kind(container, name, options))
         return false;
     trace(TraceSwitch::open, kOpenTag, L"avformat_open_input: format ctx %p\n",
-          static_cast<const void*>(handle.format_ctx.get()));
-    handle.format_ctx->flags |= AVFMT_FLAG_NONBLOCK;
+          static_cast<const void*>(container.format_ctx.get()));
+    container.format_ctx->flags |= AVFMT_FLAG_NONBLOCK;
     return true;
 }
 

@@ -2,12 +2,12 @@
 #include <algorithm>
 #include <limits>
 
-#include "core/codec_open.h"
-#include "core/frame_index.h"
-#include "core/frame_numbers.h"
-#include "core/last_error.h"
-#include "core/option_string.h"
-#include "core/trace.h"
+#include "core/handle/codec_open.h"
+#include "core/handle/frame_index.h"
+#include "core/handle/frame_numbers.h"
+#include "core/process/last_error.h"
+#include "core/process/trace.h"
+#include "core/text/option_string.h"
 #include "ffmpeg/codec_lookup.h"
 #include "ffmpeg/pixel_format.h"
 #include "read/open.h"
@@ -17,26 +17,25 @@ namespace qmio::read {
 
 namespace {
 
-bool find_decoder(MediaHandle& handle) {
-    ReaderState& reader = handle.reader;
+bool find_decoder(const Container& container, Video& video) {
     trace(TraceSwitch::open, kOpenTag, L"VIDEO\n");
-    reader.pCodecCtx = handle.stream_codec[static_cast<std::size_t>(reader.video_stream_index)].get();
-    if (reader.pCodecCtx == nullptr)
+    video.codec = container.stream_codec[static_cast<std::size_t>(video.stream_index)].get();
+    if (video.codec == nullptr)
         return false;
-    if (reader.pCodecCtx->codec_id == AV_CODEC_ID_NONE) {
-        trace(TraceSwitch::open, kOpenTag, L"No codec found for video stream %d", reader.video_stream_index);
-        set_last_error(AV_LOG_ERROR, L"No codec found for video stream %d", reader.video_stream_index);
+    if (video.codec->codec_id == AV_CODEC_ID_NONE) {
+        trace(TraceSwitch::open, kOpenTag, L"No codec found for video stream %d", video.stream_index);
+        set_last_error(AV_LOG_ERROR, L"No codec found for video stream %d", video.stream_index);
         return false;
     }
-    reader.video_codec = ffmpeg::find_decoder(reader.pCodecCtx->codec_id);
-    if (reader.video_codec == nullptr)
+    video.coder = ffmpeg::find_decoder(video.codec->codec_id);
+    if (video.coder == nullptr)
         return false;
     trace(TraceSwitch::open, kOpenTag, L"\tavcodec_find_decoder OK\n");
     return true;
 }
 
-bool open_decoder(MediaHandle& handle, const char* options) {
-    AVCodecContext& codec = *handle.reader.pCodecCtx;
+bool open_decoder(const Video& video, Reading& reading, const char* options) {
+    AVCodecContext& codec = *video.codec;
     ffmpeg::Dictionary dictionary;
     add_video_decoder_options(codec, dictionary, "threads=0");
     if (options != nullptr)
@@ -45,27 +44,23 @@ bool open_decoder(MediaHandle& handle, const char* options) {
         trace(TraceSwitch::options, kOpenTag, L"video opts:\n");
         dump_dictionary(dictionary, kOpenTag);
     }
-    if (open_codec(codec, *handle.reader.video_codec, &dictionary) < 0)
+    if (open_codec(codec, *video.coder, &dictionary) < 0)
         return false;
-    handle.reader.video_decoder.attach(&codec);
-    handle.reader.skip_frame = codec.skip_frame;
+    reading.decoder.attach(&codec);
+    reading.skip_frame = codec.skip_frame;
     return true;
 }
 
-bool prepare_pictures(MediaHandle& handle) {
-    ReaderState& reader = handle.reader;
-    reader.width = reader.pCodecCtx->width;
-    reader.height = reader.pCodecCtx->height;
-    reader.pix_fmt = reader.pCodecCtx->pix_fmt;
-    trace(TraceSwitch::open, kOpenTag, L"\tavcodec_open OK, %d x %d, pix fmt %d (%S)\n", reader.width, reader.height,
-          ffmpeg::pixel_format_to_interface(reader.pix_fmt), av_get_pix_fmt_name(reader.pix_fmt));
-    reader.picture_size = av_image_get_buffer_size(reader.pix_fmt, reader.width, reader.height, kPictureAlignment);
-    reader.dst_pix_fmt = AV_PIX_FMT_BGRA;
-    reader.dst_picture_size =
-        av_image_get_buffer_size(reader.dst_pix_fmt, reader.width, reader.height, kPictureAlignment);
-    reader.pFrame.reset(av_frame_alloc());
-    reader.pFrameRGB.reset(av_frame_alloc());
-    return reader.pFrame != nullptr && reader.pFrameRGB != nullptr;
+bool prepare_pictures(Video& video, Reading& reading) {
+    video.width = video.codec->width;
+    video.height = video.codec->height;
+    video.pix_fmt = video.codec->pix_fmt;
+    trace(TraceSwitch::open, kOpenTag, L"\tavcodec_open OK, %d x %d, pix fmt %d (%S)\n", video.width, video.height,
+          ffmpeg::pixel_format_to_interface(video.pix_fmt), av_get_pix_fmt_name(video.pix_fmt));
+    video.dst_pix_fmt = AV_PIX_FMT_BGRA;
+    reading.pFrame.reset(av_frame_alloc());
+    reading.pFrameRGB.reset(av_frame_alloc());
+    return reading.pFrame != nullptr && reading.pFrameRGB != nullptr;
 }
 
 int32_t to_frame_count(double frames) {
@@ -90,62 +85,59 @@ int32_t count_by_stream(const AVStream& stream, AVRational rate) {
     return count;
 }
 
-int32_t count_frames(const MediaHandle& handle, AVStream& stream) {
-    const AVRational rate = guessed_frame_rate(handle, stream);
+int32_t count_frames(const Container& container, AVStream& stream) {
+    const AVRational rate = guessed_frame_rate(container, stream);
     if (stream.avg_frame_rate.num == 0 || stream.avg_frame_rate.den == 0)
         return 1;
     if (stream.duration == AV_NOPTS_VALUE)
-        return count_by_container(*handle.format_ctx, rate);
+        return count_by_container(*container.format_ctx, rate);
     return rate.den != 0 ? count_by_stream(stream, rate) : 1;
 }
 
-AVRational delivery_frame_rate(const MediaHandle& handle, AVStream& stream) {
-    const AVRational rate = guessed_frame_rate(handle, stream);
+AVRational delivery_frame_rate(const Container& container, AVStream& stream) {
+    const AVRational rate = guessed_frame_rate(container, stream);
     return rate.den < 1 || rate.num < 1 ? stream.avg_frame_rate : rate;
 }
 
-void measure_stream(MediaHandle& handle, AVStream& stream) {
-    ReaderState& reader = handle.reader;
-    reader.frame_count = count_frames(handle, stream);
-    trace(TraceSwitch::open, kOpenTag, L"frames %d, stream frames  %I64d\n", reader.frame_count, stream.nb_frames);
-    reader.video_st = &stream;
-    reader.want_frame = 0;
-    reader.have_frame = kNoFrame;
+void measure_stream(const Container& container, Video& video, AVStream& stream) {
+    video.frame_count = count_frames(container, stream);
+    trace(TraceSwitch::open, kOpenTag, L"frames %d, stream frames  %I64d\n", video.frame_count, stream.nb_frames);
+    video.stream = &stream;
     if (stream.start_time != AV_NOPTS_VALUE)
-        reader.start_time_us = scale_time(stream.start_time, stream.time_base, AV_TIME_BASE);
-    reader.frame_rate = delivery_frame_rate(handle, stream);
+        video.start_time_us = scale_time(stream.start_time, stream.time_base, AV_TIME_BASE);
+    video.frame_rate = delivery_frame_rate(container, stream);
 }
 
 }  // namespace
 
-void find_first_video(MediaHandle& handle) {
-    ReaderState& reader = handle.reader;
-    for (std::size_t index = 0; index < handle.stream_codec.size(); ++index) {
-        const AVCodecContext* codec = handle.stream_codec[index].get();
+void find_first_video(const Container& container, Video& video) {
+    for (std::size_t index = 0; index < container.stream_codec.size(); ++index) {
+        const AVCodecContext* codec = container.stream_codec[index].get();
         if (codec == nullptr || codec->codec_type != AVMEDIA_TYPE_VIDEO)
             continue;
-        if (reader.video_stream_count++ == 0)
-            reader.video_stream_index = static_cast<int32_t>(index);
+        if (video.stream_count++ == 0)
+            video.stream_index = static_cast<int32_t>(index);
     }
-    if (reader.video_stream_count > 0)
-        reader.stream_flags |= stream_flag::has_video;
 }
 
 bool open_video(MediaHandle& handle, const char* options) {
-    if (!find_decoder(handle) || !open_decoder(handle, options) || !prepare_pictures(handle))
+    Video& video = handle.video;
+    if (!find_decoder(handle.container, video) || !open_decoder(video, handle.reading, options) ||
+        !prepare_pictures(video, handle.reading))
         return false;
-    measure_stream(handle, *handle.format_ctx->streams[handle.reader.video_stream_index]);
+    measure_stream(handle.container, video, *handle.container.format_ctx->streams[video.stream_index]);
     return true;
 }
 
 void attach_frame_index(MediaHandle& handle) {
-    handle.index_mapping = frame_index::attach(handle.file_name);
-    const int64_t frames = frame_index::frame_total(handle.index_mapping.get());
+    handle.container.index_mapping = frame_index::attach(handle.file_name);
+    const int64_t frames = frame_index::frame_total(handle.container.index_mapping.get());
     if (frames < 1)
         return;
     // The demuxer sees the last indexed frame once, before reading starts.
-    seek_frame(handle, static_cast<int32_t>(frames - 1));
-    seek_frame(handle, 0);
+    Source source(handle);
+    seek_frame(source, static_cast<int32_t>(frames - 1));
+    seek_frame(source, 0);
 }
 
 }  // namespace qmio::read

@@ -1,18 +1,21 @@
 #include "read/packets.h"
 
-#include "core/entry.h"
-#include "core/trace.h"
+#include "core/handle/entry.h"
+#include "core/process/trace.h"
 #include "ffmpeg/packet_copy.h"
 #include "qmio.h"
 
 using namespace qmio;
 
 int qmio_get_frame(MediaHandle* h) {
-    return with_handle(h, -1, -1, [](MediaHandle& handle) { return read::get_frame(handle); });
+    return with_handle(h, -1, -1, [](MediaHandle& handle) {
+        read::Source source(handle);
+        return read::get_frame(source);
+    });
 }
 
 int qmio_release_frame(MediaHandle* h) {
-    return with_handle(h, 0, 0, [](MediaHandle& handle) { return read::release_frame(handle); });
+    return with_handle(h, 0, 0, [](MediaHandle& handle) { return read::release_frame(handle.reading); });
 }
 
 namespace qmio::read {
@@ -21,9 +24,9 @@ namespace {
 
 constexpr const wchar_t* kTag = L"qmio_get_frame";
 
-bool is_selected_audio(const AudioState& audio, int stream) {
-    const int32_t track = find_track(audio, stream);
-    return track != kNoTrack && (audio.cur_track < 0 || audio.cur_track == track);
+bool is_selected_audio(const Sound& sound, const Tracks& tracks, int stream) {
+    const int32_t track = tracks.number_of_stream(stream);
+    return track != Tracks::kNone && (sound.cur_track < 0 || sound.cur_track == track);
 }
 
 // Its stream and its times stay known.
@@ -33,58 +36,60 @@ void release_bytes(AVPacket& packet) {
     packet.size = 0;
 }
 
+void trace_end(int result) {
+    if (!tracing(TraceSwitch::read))
+        return;
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    av_strerror(result, text, sizeof text);
+    trace(TraceSwitch::read, kTag, L"av_read_frame res %d [%S]\n", result, text);
+}
+
 }  // namespace
 
-bool read_packet(MediaHandle& handle) {
-    ReaderState& reader = handle.reader;
-    const bool readable = is_demuxing(handle) && !handle.cancelled.load(std::memory_order_relaxed);
-    reader.read_result = readable ? 0 : -1;
-    if (reader.read_result != 0)
+bool read_packet(Container& container, Reading& reading) {
+    const bool readable = is_demuxing(container) && !container.cancelled.load(std::memory_order_relaxed);
+    reading.read_result = readable ? 0 : -1;
+    if (reading.read_result != 0)
         return false;
-    av_packet_unref(reader.packet.get());
-    const int result = av_read_frame(handle.format_ctx.get(), reader.packet.get());
-    reader.moved = true;
-    if (result >= 0) {
-        reader.clock.note(*reader.packet);
-        return true;
-    }
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    if (tracing(TraceSwitch::read)) {
-        av_strerror(result, text, sizeof text);
-        trace(TraceSwitch::read, kTag, L"av_read_frame res %d [%S]\n", result, text);
-    }
-    return false;
+    av_packet_unref(reading.packet.get());
+    const int result = av_read_frame(container.format_ctx.get(), reading.packet.get());
+    container.moved = true;
+    if (result >= 0)
+        container.clock.note(*reading.packet);
+    else
+        trace_end(result);
+    return result >= 0;
 }
 
-int get_frame(MediaHandle& handle) {
-    if (!read_packet(handle))
+int get_frame(Source& source) {
+    if (!read_packet(source.container, source.reading))
         return kEndOfInput;
-    const AVPacket& packet = *handle.reader.packet;
+    const AVPacket& packet = *source.reading.packet;
     trace(TraceSwitch::read, kTag, L"av_read_frame OK\n");
-    if (packet.stream_index == handle.reader.video_stream_index) {
-        trace(TraceSwitch::read, kTag, L"%d: byte pos %I64d, size %d\n", handle.reader.want_frame, packet.pos,
+    if (packet.stream_index == source.video.stream_index) {
+        trace(TraceSwitch::read, kTag, L"%d: byte pos %I64d, size %d\n", source.video.want_frame, packet.pos,
               packet.size);
-        return kVideoPacket;
+        return QMIO_PACKET_VIDEO;
     }
-    if (!is_selected_audio(handle.audio, packet.stream_index))
-        return kOtherPacket;
-    return ffmpeg::copy_packet(*handle.audio.audio_packet, packet) ? kAudioPacket : kEndOfInput;
+    if (!is_selected_audio(source.sound, source.tracks, packet.stream_index))
+        return QMIO_PACKET_OTHER;
+    return ffmpeg::copy_packet(*source.reading.audio_packet, packet) ? int{QMIO_PACKET_AUDIO} : kEndOfInput;
 }
 
-int release_frame(MediaHandle& handle) {
-    av_packet_unref(handle.reader.packet.get());
-    release_bytes(*handle.audio.audio_packet);
+int release_frame(Reading& reading) {
+    av_packet_unref(reading.packet.get());
+    release_bytes(*reading.audio_packet);
     return 0;
 }
 
-bool next_video_packet(MediaHandle& handle) {
+bool next_video_packet(Source& source) {
     for (;;) {
-        const int kind = get_frame(handle);
-        if (kind == kVideoPacket)
+        const int kind = get_frame(source);
+        if (kind == QMIO_PACKET_VIDEO)
             return true;
         if (kind < 0)
             return false;
-        release_frame(handle);
+        release_frame(source.reading);
     }
 }
 

@@ -1,26 +1,21 @@
 // Reading packets out of the container.
 #pragma once
 
-#include "core/media_handle.h"
 #include "qmio.h"
+#include "read/source.h"
 
 namespace qmio::read {
 
-enum PacketKind {
-    kEndOfInput = -1,
-    kOtherPacket = QMIO_PACKET_OTHER,
-    kVideoPacket = QMIO_PACKET_VIDEO,
-    kAudioPacket = QMIO_PACKET_AUDIO
-};
+inline constexpr int kEndOfInput = -1;
 
-// Reads one packet into the handle; false at the end of the input, on errors, and once the handle is cancelled.
-bool read_packet(MediaHandle& handle);
+// Reads one packet; false at the end of the input, on errors, and once the container is cancelled.
+bool read_packet(Container& container, Reading& reading);
 
-// Reads one packet into the handle and tells its kind. Audio counts only for the selected track (or all).
-int get_frame(MediaHandle& handle);
-int release_frame(MediaHandle& handle);
+// Reads one packet and tells its kind, or kEndOfInput. Audio counts only for the selected track (or all).
+int get_frame(Source& source);
+int release_frame(Reading& reading);
 
 // Reads on to the next video packet, dropping the others; false at the end of the input.
-bool next_video_packet(MediaHandle& handle);
+bool next_video_packet(Source& source);
 
 }  // namespace qmio::read

@@ -1,142 +1,142 @@
 // The exported video reading functions.
-#include "core/entry.h"
-#include "core/frame_numbers.h"
+#include "core/handle/entry.h"
+#include "core/handle/frame_numbers.h"
 #include "qmio.h"
+#include "read/choose.h"
 #include "read/decode.h"
-#include "read/packets.h"
-#include "read/seek_target.h"
+#include "read/deliver.h"
+#include "read/walk.h"
 
-using namespace qmio;
+namespace qmio::read {
 
 namespace {
 
-// A host that decodes packet by packet takes the way to a sought picture into its own hands once it has passed it.
-int decode_given(MediaHandle& handle, imio_picture* picture, AVPacket* packet) {
-    const int result = read::decode_packet(handle, picture, packet);
-    const int target = handle.reader.pending.target;
-    if (result > 0 && target != PendingSeek::none && handle.reader.have_frame >= target)
-        read::forget_target(handle);
-    return result;
-}
+// Every packet is decoded.
+class StraightOn : public Way {
+  public:
+    explicit StraightOn(const Video& video) : video_(video) {}
 
-// A source with one picture whose decoder still holds it when its only packets are read.
-bool holds_only_picture(const ReaderState& reader) {
-    return reader.frame_count <= 1 && reader.have_frame == kNoFrame;
-}
+    Packet judge(const AVPacket&) override { return Packet::decode; }
 
-int read_next(MediaHandle& handle, imio_picture& picture) {
-    for (;;) {
-        if (const int result = read::deliver_kept(handle, &picture); result != read::kNoPicture)
-            return result;
-        if (!read::next_video_packet(handle))
-            return holds_only_picture(handle.reader) ? read::decode_packet(handle, &picture, nullptr) : 0;
-        const int result = read::decode_packet(handle, &picture, handle.reader.packet.get());
-        read::release_frame(handle);
-        if (result != read::kNoPicture)
-            return result;
-    }
-}
+    // A source with one picture whose decoder still holds it when its only packets are read. Others are drained by
+    // the host.
+    bool drains_at_end() const override { return video_.frame_count <= 1 && video_.have_frame == kNoFrame; }
 
-int read_picture(MediaHandle& handle, imio_picture& picture) {
-    if (handle.reader.video_stream_index == -1)
+  private:
+    const Video& video_;
+};
+
+int read_picture(Source& source, imio_picture& picture) {
+    if (source.video.stream_index == -1)
         return 0;
-    if (handle.reader.pending.target != PendingSeek::none)
-        return read::read_target(handle, picture);
-    return read_next(handle, picture);
+    if (source.reading.pending != nullptr)
+        return read_target(source, picture);
+    StraightOn way(source.video);
+    return next_picture(source, picture, way).result;
 }
 
-int convert_held(MediaHandle& handle, imio_picture* picture) {
-    return handle.reader.pCodecCtx != nullptr ? read::convert_held_picture(handle, picture) : -1;
+int decode_given(Source& source, imio_picture& picture, AVPacket* packet) {
+    const int result = decode_packet(source, &picture, packet);
+    if (result > 0)
+        forget_passed_target(source);
+    return result;
 }
 
 // The container's stream that the packet of this kind belongs to; null for none.
 const AVStream* stream_of(const MediaHandle& handle, const AVPacket& packet, int kind) {
-    if (handle.format_ctx == nullptr)
+    if (handle.container.format_ctx == nullptr)
         return nullptr;
     if (kind == kVideoKind)
-        return handle.reader.video_st;
-    const AVStream* stream = nullptr;
-    for (int track = 0; track < handle.audio.track_count; ++track) {
-        const auto slot = static_cast<std::size_t>(track);
-        if (handle.audio.track_stream[slot] == packet.stream_index)
-            stream = handle.audio.track_av_stream[slot];
-    }
-    return stream;
+        return handle.video.stream;
+    const Track* const track = handle.tracks.find(handle.tracks.number_of_stream(packet.stream_index));
+    return track != nullptr ? track->stream : nullptr;
 }
 
-int is_valid(MediaHandle& handle, int kind) {
+int is_valid(const MediaHandle& handle, int kind) {
     if (kind != kVideoKind && kind != kAudioKind)
         return 0;
-    const AVPacket& packet = kind == kVideoKind ? *handle.reader.packet : *handle.audio.audio_packet;
+    const AVPacket& packet = kind == kVideoKind ? *handle.reading.packet : *handle.reading.audio_packet;
     const AVStream* stream = stream_of(handle, packet, kind);
     if (stream == nullptr)
         return 0;
     const int64_t dts_us = packet.dts != AV_NOPTS_VALUE ? scale_time(packet.dts, stream->time_base, AV_TIME_BASE) : 0;
-    return dts_us >= handle.reader.start_time_us ? 1 : 0;
+    return dts_us >= handle.video.start_time_us ? 1 : 0;
+}
+
+// Runs `routine` with the source that the handle reads; -1 where there is no video to decode.
+template <class Routine>
+int with_decoder(MediaHandle* h, Routine&& routine) {
+    return with_handle(h, -1, -1, [&](MediaHandle& handle) {
+        Source source(handle);
+        return decoding_context(handle) != nullptr ? routine(source) : -1;
+    });
+}
+
+int decode(MediaHandle* h, uint8_t* buffer, AVPacket* packet) {
+    return with_decoder(h, [=](Source& source) {
+        imio_picture picture = plain_buffer(source.video, buffer);
+        return decode_given(source, picture, packet);
+    });
 }
 
 }  // namespace
+}  // namespace qmio::read
+
+using namespace qmio;
 
 int qmio_video_pkt(MediaHandle* h, uint8_t* buffer, AVPacket* pkt) {
-    return with_handle(h, -1, -1, [=](MediaHandle& handle) {
-        imio_picture picture = read::plain_buffer(handle, buffer);
-        return handle.reader.pCodecCtx != nullptr ? decode_given(handle, &picture, pkt) : -1;
-    });
+    return read::decode(h, buffer, pkt);
 }
 
 int qmio_video_frame(MediaHandle* h, uint8_t* buffer) {
-    return with_handle(h, -1, -1, [=](MediaHandle& handle) {
-        imio_picture picture = read::plain_buffer(handle, buffer);
-        return handle.reader.pCodecCtx != nullptr ? decode_given(handle, &picture, handle.reader.packet.get()) : -1;
-    });
+    return h != nullptr ? read::decode(h, buffer, h->reading.packet.get()) : -1;
 }
 
 int qmio_read_frame(MediaHandle* h, uint8_t* buffer) {
     if (buffer == nullptr)
         return 0;
     return with_handle(h, 0, 0, [=](MediaHandle& handle) {
-        imio_picture picture = read::plain_buffer(handle, buffer);
-        return read_picture(handle, picture);
+        read::Source source(handle);
+        imio_picture picture = read::plain_buffer(handle.video, buffer);
+        return read::read_picture(source, picture);
     });
 }
 
 int qmio_get_buf(MediaHandle* h, uint8_t* buffer) {
-    return with_handle(h, -1, -1, [=](MediaHandle& handle) {
-        imio_picture picture = read::plain_buffer(handle, buffer);
-        if (buffer == nullptr && handle.reader.pCodecCtx != nullptr)
-            return 0;
-        return convert_held(handle, &picture);
+    return read::with_decoder(h, [=](read::Source& source) {
+        imio_picture picture = read::plain_buffer(source.video, buffer);
+        return buffer != nullptr ? read::convert_held_picture(source, &picture) : 0;
     });
 }
 
 int qmio_is_valid_frame(MediaHandle* h, int kind) {
-    return with_handle(h, 0, 0, [=](MediaHandle& handle) { return is_valid(handle, kind); });
+    return with_handle(h, 0, 0, [=](MediaHandle& handle) { return read::is_valid(handle, kind); });
 }
 
 int imio_video_pkt(MediaHandle* h, imio_picture* pic, AVPacket* pkt) {
     if (pic == nullptr)
         return -1;
-    return with_handle(h, -1, -1, [=](MediaHandle& handle) {
-        return handle.reader.pCodecCtx != nullptr ? decode_given(handle, pic, pkt) : -1;
-    });
+    return read::with_decoder(h, [=](read::Source& source) { return read::decode_given(source, *pic, pkt); });
 }
 
 int imio_video_frame(MediaHandle* h, imio_picture* pic) {
     if (pic == nullptr)
         return -1;
-    return with_handle(h, -1, -1, [=](MediaHandle& handle) {
-        return handle.reader.pCodecCtx != nullptr ? decode_given(handle, pic, handle.reader.packet.get()) : -1;
-    });
+    return read::with_decoder(
+        h, [=](read::Source& source) { return read::decode_given(source, *pic, source.reading.packet.get()); });
 }
 
 int imio_read_frame(MediaHandle* h, imio_picture* pic) {
     if (pic == nullptr)
         return 0;
-    return with_handle(h, 0, 0, [=](MediaHandle& handle) { return read_picture(handle, *pic); });
+    return with_handle(h, 0, 0, [=](MediaHandle& handle) {
+        read::Source source(handle);
+        return read::read_picture(source, *pic);
+    });
 }
 
 int imio_get_buf(MediaHandle* h, imio_picture* pic) {
     if (pic == nullptr)
         return -1;
-    return with_handle(h, -1, -1, [=](MediaHandle& handle) { return convert_held(handle, pic); });
+    return read::with_decoder(h, [=](read::Source& source) { return read::convert_held_picture(source, pic); });
 }

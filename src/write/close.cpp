@@ -2,12 +2,15 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/entry.h"
-#include "core/memory_block.h"
-#include "core/names.h"
-#include "core/trace.h"
+#include "audio/release.h"
+#include "core/handle/entry.h"
+#include "core/process/trace.h"
+#include "core/text/memory_block.h"
+#include "core/text/names.h"
 #include "qmio.h"
+#include "read/release.h"
 #include "write/create.h"
+#include "write/release.h"
 #include "write/write_audio.h"
 #include "write/write_video.h"
 
@@ -27,30 +30,13 @@ void trace_start(const MediaHandle& handle) {
     trace(TraceSwitch::close, kTag, L"%s: %s\n", is_writer(handle) ? L"write" : L"read", wide_name(handle.file_name));
 }
 
-// FFmpeg never closes a custom I/O context, so it goes before the container that still points at it.
-void release_custom_io(MediaHandle& handle) {
-    handle.input.reset();
-    if (handle.format_ctx != nullptr && handle.custom_io != nullptr)
-        handle.format_ctx->pb = nullptr;
-    handle.custom_io.reset();
-}
-
-void release_codecs(MediaHandle& handle) {
-    handle.reader.video_decoder = ffmpeg::Decoder();
-    handle.reader.pCodecCtx = nullptr;
-    handle.audio.track_codec.fill(nullptr);
-    handle.writer.video_codec_ctx = nullptr;
-    handle.writer.audio_codec_ctx.fill(nullptr);
-    handle.stream_codec.clear();
-}
-
 void close_reader(MediaHandle& handle) {
-    if (handle.format_ctx == nullptr) {
+    if (handle.container.format_ctx == nullptr) {
         trace_close(L"bad format context (NULL)\n");
         return;
     }
     trace_close(L"read\n");
-    release_custom_io(handle);
+    release_custom_io(handle.container);
     release_codecs(handle);
     trace_close(L"codecs closed\n");
     release_container(handle);
@@ -61,30 +47,30 @@ void close_reader(MediaHandle& handle) {
 
 // Sound is deliberately not drained: what an audio encoder still holds stays in it.
 void finish_streams(MediaHandle& handle) {
-    const WriterState& writer = handle.writer;
-    if (writer.header_result < 0 || handle.format_ctx == nullptr || (writer.mode & mode::remux) != 0)
+    const Writing& writing = handle.writing;
+    if (writing.header_result < 0 || handle.container.format_ctx == nullptr || (writing.mode & mode::remux) != 0)
         return;
     write::finish_tracks(handle);
     write::drain_video(handle);
 }
 
 // The trailer deliberately hangs on there being an output that is ours: containers that open their own files get none.
-void write_trailer(MediaHandle& handle) {
-    if (handle.format_ctx->pb == nullptr)
+void write_trailer(const Container& container, const Writing& writing) {
+    if (container.format_ctx->pb == nullptr)
         return;
     trace_close(L"custom io\n");  // deliberately for an output of any kind
-    if (handle.writer.header_result < 0)
+    if (writing.header_result < 0)
         return;
     trace_close(L"before write trailer\n");
-    av_write_trailer(handle.format_ctx.get());
+    av_write_trailer(container.format_ctx.get());
     trace_close(L"after write trailer\n");
 }
 
 void close_writer(MediaHandle& handle) {
     trace_close(L"write\n");
-    if (handle.format_ctx != nullptr) {
-        const bool has_io = handle.format_ctx->pb != nullptr;
-        write_trailer(handle);
+    if (handle.container.format_ctx != nullptr) {
+        const bool has_io = handle.container.format_ctx->pb != nullptr;
+        write_trailer(handle.container, handle.writing);
         write::close_output(handle);
         if (has_io)
             trace_close(L"avio_close done\n");
@@ -96,19 +82,19 @@ void close_writer(MediaHandle& handle) {
 
 // The header of a memory target tells how many bytes were written: eight digits, deliberately the low 32 bits alone, and
 // a full stop in place of its end.
-void finish_memory_block(const WriterState& writer) {
-    if (writer.mem_block == nullptr || writer.memory == nullptr)
+void finish_memory_block(const Writing& writing) {
+    if (writing.mem_block == nullptr || writing.memory == nullptr)
         return;
     trace_close(L"memory mapped io processing\n");
     char digits[10];
-    std::snprintf(digits, sizeof digits, "%08X.", static_cast<uint32_t>(writer.memory->high_water()));
-    std::memcpy(writer.mem_block + std::strlen(memory_block::kPrefix), digits, 9);
-    trace(TraceSwitch::close, kTag, L"mem: [%S], %I64d\n", memory_block::header_text(writer.mem_block),
-          writer.memory->high_water());
+    std::snprintf(digits, sizeof digits, "%08X.", static_cast<uint32_t>(writing.memory->high_water()));
+    std::memcpy(writing.mem_block + std::strlen(memory_block::kPrefix), digits, 9);
+    trace(TraceSwitch::close, kTag, L"mem: [%S], %I64d\n", memory_block::header_text(writing.mem_block),
+          writing.memory->high_water());
 }
 
-void trace_freed_tracks(const WriterState& writer) {
-    for (int track = 0; track < writer.audio_track_count; ++track) {
+void trace_freed_tracks(int tracks) {
+    for (int track = 0; track < tracks; ++track) {
         trace(TraceSwitch::close, kTag, L"free audio stream %d\n", track);
         trace_close(L"aring deleted\n");
         trace_close(L"audio buf freed\n");
@@ -117,26 +103,15 @@ void trace_freed_tracks(const WriterState& writer) {
 
 // ---- both ----
 
-void release_resamplers(AudioState& audio) {
-    audio.swr.reset();
-    for (std::size_t track = 0; track < kMaxTracks; ++track) {
-        audio.track_swr[track].reset();
-        audio.track_own_swr[track].reset();
-    }
-}
-
-void release_frames(MediaHandle& handle) {
+void release_work_records(MediaHandle& handle) {
     trace_close(L"start free frames\n");
-    handle.reader.pFrame.reset();
-    handle.writer.video_frame.reset();
+    read::release(handle.reading);
+    write::release(handle.writing);
     trace_close(L"free frames\n");
-    release_resamplers(handle.audio);
-    handle.audio.audio_frame.reset();
-    handle.writer.audio_frame.reset();
-    handle.writer.audio_ring = {};
-    handle.writer.audio_buffer = {};
-    trace_freed_tracks(handle.writer);
-    handle.index_mapping.reset();
+    audio::release(handle.sound, handle.tracks);
+    if (is_writer(handle))
+        trace_freed_tracks(handle.tracks.count());
+    handle.container.index_mapping.reset();
 }
 
 void close_handle(MediaHandle& handle) {
@@ -146,18 +121,18 @@ void close_handle(MediaHandle& handle) {
     if (is_writer(handle)) {
         finish_streams(handle);
         close_writer(handle);
-        finish_memory_block(handle.writer);
+        finish_memory_block(handle.writing);
     } else {
         close_reader(handle);
     }
-    release_frames(handle);
+    release_work_records(handle);
 }
 
 // Called by another thread while a call may be blocked inside FFmpeg: the flag makes that call return, and only then
 // is the container taken away.
 int cancel(MediaHandle& handle) {
     const std::lock_guard whole(handle.cancel_lock);
-    handle.cancelled.store(true, std::memory_order_relaxed);
+    handle.container.cancelled.store(true, std::memory_order_relaxed);
     const std::lock_guard call(handle.call_lock);
     if (tracing(TraceSwitch::close))
         trace(TraceSwitch::close, L"qmio_cancel", L"%s\n", wide_name(handle.file_name));
@@ -169,10 +144,11 @@ int cancel(MediaHandle& handle) {
 }
 
 int flush(MediaHandle& handle) {
-    if (handle.format_ctx == nullptr)
+    const AVFormatContext* const context = handle.container.format_ctx.get();
+    if (context == nullptr)
         return 0;
-    if (handle.format_ctx->pb != nullptr && handle.format_ctx->oformat != nullptr)
-        avio_flush(handle.format_ctx->pb);
+    if (context->pb != nullptr && context->oformat != nullptr)
+        avio_flush(context->pb);
     return 1;
 }
 

@@ -4,17 +4,16 @@
 #include <optional>
 #include <string>
 
-#include "core/entry.h"
-#include "core/frame_index.h"
-#include "core/half_built.h"
-#include "core/memory_block.h"
-#include "core/names.h"
-#include "core/option_string.h"
-#include "core/settings.h"
-#include "core/trace.h"
+#include "core/handle/entry.h"
+#include "core/handle/frame_index.h"
+#include "core/handle/half_built.h"
+#include "core/process/settings.h"
+#include "core/process/trace.h"
+#include "core/text/memory_block.h"
+#include "core/text/names.h"
+#include "core/text/option_string.h"
 #include "platform/text.h"
 #include "qmio.h"
-#include "write/creation_options.h"
 
 using namespace qmio;
 
@@ -70,34 +69,34 @@ uint32_t mode_of(uint32_t flags) {
     return mode;
 }
 
-bool make_container(MediaHandle& handle, uint32_t flags) {
+bool make_container(MediaHandle& handle, const AVOutputFormat* format, uint32_t flags) {
     // The container is never guessed from the file's name: without one in the options there is none.
-    if (handle.writer.output_format == nullptr)
+    if (format == nullptr)
         return false;
     AVFormatContext* container = nullptr;
-    if (avformat_alloc_output_context2(&container, handle.writer.output_format, nullptr, nullptr) < 0)
+    if (avformat_alloc_output_context2(&container, format, nullptr, nullptr) < 0)
         return false;
-    handle.format_ctx.reset(container);
+    handle.container.format_ctx.reset(container);
     trace(TraceSwitch::create, write::kCreateTag, L"context ok, flags 0x%X\n", flags);
     av_freep(&container->url);
     container->url = av_strdup(url_of(handle.file_name).c_str());
-    container->interrupt_callback = interrupt_callback(handle);
+    container->interrupt_callback = interrupt_callback(handle.container);
     return container->url != nullptr;
 }
 
-bool make_work_records(WriterState& writer) {
-    writer.packet.reset(av_packet_alloc());
-    return writer.packet != nullptr;
+bool make_work_records(Writing& writing) {
+    writing.packet.reset(av_packet_alloc());
+    return writing.packet != nullptr;
 }
 
 void collect_format_options(write::Creation& creation) {
-    add_format_options(*creation.handle.format_ctx, creation.format_options, creation.options);
+    add_format_options(*creation.handle.container.format_ctx, creation.format_options, creation.options);
     trace(TraceSwitch::options, write::kCreateTag, L"format opts:\n");
     dump_dictionary(creation.format_options, write::kCreateTag);
 }
 
 void set_metadata(const write::Creation& creation) {
-    AVDictionary** metadata = &creation.handle.format_ctx->metadata;
+    AVDictionary** metadata = &creation.handle.container.format_ctx->metadata;
     add_metadata(metadata, creation.options);
     av_dict_set(metadata, "product_version", "5.9", 0);
     av_dict_set(metadata, "product_name", "qmstudio", 0);
@@ -108,13 +107,13 @@ void set_metadata(const write::Creation& creation) {
 
 void publish_frame_index(MediaHandle& handle, uint32_t flags) {
     if ((flags & QMIO_CREATE_FRAME_INDEX) != 0)
-        handle.index_mapping = frame_index::publish(handle.file_name);
+        handle.container.index_mapping = frame_index::publish(handle.file_name);
 }
 
 void trace_exit(const MediaHandle& handle) {
-    const platform::SharedMapping* index = handle.index_mapping.get();
+    const platform::SharedMapping* index = handle.container.index_mapping.get();
     trace(TraceSwitch::create, write::kCreateTag, L"format flags 0x%X\n",
-          static_cast<unsigned>(handle.format_ctx->oformat->flags));
+          static_cast<unsigned>(handle.container.format_ctx->oformat->flags));
     trace(TraceSwitch::create, write::kCreateTag, L"done, index handle %p, mem %p\n", static_cast<const void*>(index),
           index != nullptr ? static_cast<const void*>(index->data()) : nullptr);
 }
@@ -122,12 +121,11 @@ void trace_exit(const MediaHandle& handle) {
 bool create_steps(MediaHandle& handle, const char* name, const char* options, uint32_t flags) {
     if (!set_file_name(handle, file_name_of(name)))
         return false;
-    handle.writer.mode = mode_of(flags);
+    handle.writing.mode = mode_of(flags);
     flags &= ~uint32_t{QMIO_CREATE_INTERLEAVED | QMIO_CREATE_SUPPRESSED};
-    read_creation_options(handle.writer, options);
-    if (!make_container(handle, flags) || !make_work_records(handle.writer))
+    write::Creation creation{handle, name, options, write::read_creation_options(options), flags, {}};
+    if (!make_container(handle, creation.asked.output_format, flags) || !make_work_records(handle.writing))
         return false;
-    write::Creation creation{handle, name, options, flags, {}};
     collect_format_options(creation);
     set_metadata(creation);
     if (!write::add_video(creation) || !write::add_audio(creation))
@@ -166,9 +164,9 @@ MediaHandle* qmio_create_ex_w(const wchar_t* name, const wchar_t* options, uint3
 
 namespace qmio::write {
 
-AVCodecContext* add_codec(MediaHandle& handle, const AVCodec& encoder) {
-    handle.stream_codec.emplace_back(avcodec_alloc_context3(&encoder));
-    return handle.stream_codec.back().get();
+AVCodecContext* add_codec(Container& container, const AVCodec& encoder) {
+    container.stream_codec.emplace_back(avcodec_alloc_context3(&encoder));
+    return container.stream_codec.back().get();
 }
 
 ffmpeg::Dictionary encoder_options(const Creation& creation, AVCodecContext& codec, AddOptions add,
@@ -180,8 +178,8 @@ ffmpeg::Dictionary encoder_options(const Creation& creation, AVCodecContext& cod
     return options;
 }
 
-void ask_for_global_header(const MediaHandle& handle, AVCodecContext& codec, const wchar_t* text) {
-    if ((handle.format_ctx->oformat->flags & AVFMT_GLOBALHEADER) == 0)
+void ask_for_global_header(const Container& container, AVCodecContext& codec, const wchar_t* text) {
+    if ((container.format_ctx->oformat->flags & AVFMT_GLOBALHEADER) == 0)
         return;
     codec.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     trace(TraceSwitch::options, kCreateTag, L"%s", text);

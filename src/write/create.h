@@ -3,7 +3,8 @@
 
 #include <cstdint>
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
+#include "write/creation_options.h"
 
 namespace qmio::write {
 
@@ -14,6 +15,7 @@ struct Creation {
     MediaHandle& handle;
     const char* name;     // as the host gave it: a memory block is known by this address
     const char* options;  // may be null
+    AskedFile asked;
     uint32_t output_flags;
     ffmpeg::Dictionary format_options;
 };
@@ -31,7 +33,7 @@ bool write_header(Creation& creation);
 void close_output(MediaHandle& handle);
 
 // A codec context of the handle for a new stream; null when memory is short.
-AVCodecContext* add_codec(MediaHandle& handle, const AVCodec& encoder);
+AVCodecContext* add_codec(Container& container, const AVCodec& encoder);
 
 // What the encoder knows among the options, added by `add` and listed under `heading`.
 using AddOptions = void (*)(AVCodecContext& codec, ffmpeg::Dictionary& dictionary, const char* options);
@@ -39,7 +41,7 @@ ffmpeg::Dictionary encoder_options(const Creation& creation, AVCodecContext& cod
                                    const wchar_t* heading);
 
 // The rest of what both kinds of encoder are asked before they are opened.
-void ask_for_global_header(const MediaHandle& handle, AVCodecContext& codec, const wchar_t* text);
+void ask_for_global_header(const Container& container, AVCodecContext& codec, const wchar_t* text);
 void set_compliance(const Creation& creation, AVCodecContext& codec, const char* key, const wchar_t* text);
 
 }  // namespace qmio::write

@@ -2,9 +2,10 @@
 #include <cstdlib>
 #include <string>
 
-#include "core/codec_open.h"
-#include "core/option_string.h"
-#include "core/trace.h"
+#include "core/handle/codec_open.h"
+#include "core/handle/frame_numbers.h"
+#include "core/process/trace.h"
+#include "core/text/option_string.h"
 #include "write/create.h"
 
 namespace qmio::write {
@@ -54,21 +55,21 @@ AVFieldOrder field_order_of(const Creation& creation, const AVCodec& encoder) {
 }
 
 void describe(const Creation& creation, AVCodecContext& codec, AVStream& stream) {
-    const WriterState& writer = creation.handle.writer;
-    codec.width = writer.width;
-    codec.height = writer.height;
+    const AskedFile& asked = creation.asked;
+    codec.width = asked.width;
+    codec.height = asked.height;
     set_rate(codec, stream, rate_of(creation));
     // Encoding reads it from the context; the stream gets it with the other parameters once the encoder is open.
-    codec.field_order = field_order_of(creation, *writer.video_encoder);
-    ask_for_global_header(creation.handle, codec, L"video global header\n");
-    codec.codec_tag = writer.video_tag;
-    codec.pix_fmt = writer.pix_fmt;
+    codec.field_order = field_order_of(creation, *asked.video_encoder);
+    ask_for_global_header(creation.handle.container, codec, L"video global header\n");
+    codec.codec_tag = asked.video_tag;
+    codec.pix_fmt = asked.pix_fmt;
 }
 
 bool open_encoder(const Creation& creation, AVCodecContext& codec) {
     ffmpeg::Dictionary options = encoder_options(creation, codec, add_video_encoder_options, L"video opts:\n");
     set_compliance(creation, codec, "strict:v", L"video experimental\n");
-    const int result = open_codec(codec, *creation.handle.writer.video_encoder, &options);
+    const int result = open_codec(codec, *creation.asked.video_encoder, &options);
     report(kCreateTag, L"unused opts:\n");
     dump_dictionary(options, kCreateTag);
     if (result < 0)
@@ -76,52 +77,55 @@ bool open_encoder(const Creation& creation, AVCodecContext& codec) {
     return result >= 0;
 }
 
-AVRational delivered_rate(const MediaHandle& handle, AVStream& stream) {
-    const AVRational rate = av_guess_frame_rate(handle.format_ctx.get(), &stream, nullptr);
+AVRational told_rate(const Container& container, AVStream& stream) {
+    const AVRational rate = guessed_frame_rate(container, stream);
     return rate.num < 1 || rate.den < 1 ? stream.avg_frame_rate : rate;
 }
 
-bool adopt_encoder(MediaHandle& handle, AVCodecContext& codec, AVStream& stream) {
-    WriterState& writer = handle.writer;
-    if (avcodec_parameters_from_context(stream.codecpar, &codec) < 0)
+bool adopt_encoder(MediaHandle& handle, const AskedFile& asked) {
+    Video& video = handle.video;
+    if (avcodec_parameters_from_context(video.stream->codecpar, video.codec) < 0)
         return false;
     // Options tell the encoder; muxers take it from the stream.
-    stream.sample_aspect_ratio = codec.sample_aspect_ratio;
-    writer.video_packets.attach(&codec);
-    writer.video_frame.reset(av_frame_alloc());
-    handle.reader.frame_rate = delivered_rate(handle, stream);
-    handle.reader.width = writer.width;
-    handle.reader.height = writer.height;
-    handle.reader.pix_fmt = writer.pix_fmt;
-    handle.reader.picture_size =
-        av_image_get_buffer_size(writer.pix_fmt, writer.width, writer.height, kPictureAlignment);
-    return writer.video_frame != nullptr;
+    video.stream->sample_aspect_ratio = video.codec->sample_aspect_ratio;
+    handle.writing.encoder.attach(video.codec);
+    handle.writing.video_frame.reset(av_frame_alloc());
+    video.frame_rate = told_rate(handle.container, *video.stream);
+    video.width = asked.width;
+    video.height = asked.height;
+    video.pix_fmt = asked.pix_fmt;
+    return handle.writing.video_frame != nullptr;
+}
+
+void enter_stream(Video& video, AVStream& stream, const AVCodec& encoder) {
+    video.stream_index = stream.index;
+    video.stream_count = 1;
+    video.stream = &stream;
+    video.coder = &encoder;
 }
 
 }  // namespace
 
 bool add_video(Creation& creation) {
     MediaHandle& handle = creation.handle;
-    WriterState& writer = handle.writer;
+    Video& video = handle.video;
+    const AVCodec* const encoder = creation.asked.video_encoder;
     trace(TraceSwitch::create, kCreateTag, L"video\n");
-    if (writer.video_encoder == nullptr)
+    if (encoder == nullptr)
         return true;
-    AVStream* const stream = avformat_new_stream(handle.format_ctx.get(), nullptr);
+    AVStream* const stream = avformat_new_stream(handle.container.format_ctx.get(), nullptr);
     if (stream == nullptr)
         return true;
-    writer.has_video = 1;
-    handle.reader.video_stream_index = stream->index;
-    handle.reader.video_stream_count = 1;
-    handle.reader.video_st = writer.video_stream = stream;
-    trace(TraceSwitch::create, kCreateTag, L"encoder found %p [%S]\n", static_cast<const void*>(writer.video_encoder),
-          writer.video_encoder->name);
-    AVCodecContext* const codec = writer.video_codec_ctx = add_codec(handle, *writer.video_encoder);
-    if (codec == nullptr)
+    enter_stream(video, *stream, *encoder);
+    trace(TraceSwitch::create, kCreateTag, L"encoder found %p [%S]\n", static_cast<const void*>(encoder),
+          encoder->name);
+    video.codec = add_codec(handle.container, *encoder);
+    if (video.codec == nullptr)
         return false;
-    describe(creation, *codec, *stream);
-    add_timecode(&handle.format_ctx->metadata, creation.options);
+    describe(creation, *video.codec, *stream);
+    add_timecode(&handle.container.format_ctx->metadata, creation.options);
     add_timecode(&stream->metadata, creation.options);
-    return open_encoder(creation, *codec) && adopt_encoder(handle, *codec, *stream);
+    return open_encoder(creation, *video.codec) && adopt_encoder(handle, creation.asked);
 }
 
 }  // namespace qmio::write

@@ -1,28 +1,29 @@
 #include "write/creation_options.h"
 
-#include <algorithm>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "audio/sample_formats.h"
-#include "core/creation_keys.h"
-#include "core/option_string.h"
-#include "core/trace.h"
+#include "core/handle/track.h"
+#include "core/process/trace.h"
+#include "core/text/creation_keys.h"
+#include "core/text/option_string.h"
 #include "ffmpeg/pixel_format.h"
 #include "platform/text.h"
 
-namespace qmio {
+namespace qmio::write {
 namespace {
 
 constexpr const wchar_t* kTag = L"opt_global";
 
 // One pass over an option string. `track` is the one that audio parameters apply to: the most recent audio encoder's.
 struct Pass {
-    WriterState& state;
+    AskedFile file;
     int track = -1;
 
     bool has_track() const { return track >= 0 && track < kMaxTracks; }
-    auto& of_track(auto& table) const { return table[static_cast<size_t>(track)]; }
+    ffmpeg::SoundForm& form() { return file.tracks.back().form; }
 };
 
 template <class... Values>
@@ -54,14 +55,14 @@ uint32_t pack_tag(std::string_view text) {
     return tag;
 }
 
-void set_container(WriterState& state, const Token& token) {
-    state.output_format = av_guess_format(lowercase(token.value).c_str(), nullptr, nullptr);
-    trace_option(L"\t%S=%S (%p)\n", token, static_cast<const void*>(state.output_format));
+void set_container(AskedFile& file, const Token& token) {
+    file.output_format = av_guess_format(lowercase(token.value).c_str(), nullptr, nullptr);
+    trace_option(L"\t%S=%S (%p)\n", token, static_cast<const void*>(file.output_format));
 }
 
-void set_video_encoder(WriterState& state, const Token& token) {
+void set_video_encoder(AskedFile& file, const Token& token) {
     const AVCodec* encoder = avcodec_find_encoder_by_name(token.value);
-    state.video_encoder = encoder;
+    file.video_encoder = encoder;
     if (!tracing(TraceSwitch::options))
         return;
     const std::wstring name = wide(encoder != nullptr ? encoder->name : nullptr);
@@ -69,9 +70,9 @@ void set_video_encoder(WriterState& state, const Token& token) {
                  encoder != nullptr ? static_cast<int>(encoder->id) : -1, name.c_str());
 }
 
-void set_pixel_format(WriterState& state, const Token& token) {
-    state.pix_fmt = av_get_pix_fmt(token.value);
-    trace_option(L"\t%S=%S (%d)\n", token, ffmpeg::pixel_format_to_interface(state.pix_fmt));
+void set_pixel_format(AskedFile& file, const Token& token) {
+    file.pix_fmt = av_get_pix_fmt(token.value);
+    trace_option(L"\t%S=%S (%d)\n", token, ffmpeg::pixel_format_to_interface(file.pix_fmt));
 }
 
 void set_number(int32_t& target, const Token& token) {
@@ -79,12 +80,12 @@ void set_number(int32_t& target, const Token& token) {
     trace_option(L"\t%S=%S (%d)\n", token, target);
 }
 
-void set_size(WriterState& state, const Token& token) {
+void set_size(AskedFile& file, const Token& token) {
     const std::string_view text = token.value;
     const size_t cross = text.find('x');
-    state.width = read_number(std::string(text.substr(0, cross)).c_str());
-    state.height = cross != text.npos ? read_number(token.value + cross + 1) : 0;
-    trace_option(L"\t%S=%S (%dx%d)\n", token, state.width, state.height);
+    file.width = read_number(std::string(text.substr(0, cross)).c_str());
+    file.height = cross != text.npos ? read_number(token.value + cross + 1) : 0;
+    trace_option(L"\t%S=%S (%dx%d)\n", token, file.width, file.height);
 }
 
 void next_track(Pass& pass, const Token& token) {
@@ -92,19 +93,19 @@ void next_track(Pass& pass, const Token& token) {
     if (!pass.has_track())
         return;
     const AVCodec* encoder = avcodec_find_encoder_by_name(token.value);
-    pass.of_track(pass.state.audio_encoder) = encoder;
+    pass.file.tracks.push_back({.encoder = encoder});
     trace_option(L"\t%S=%S audio codec, track %d\n", token, pass.track);
     trace(TraceSwitch::options, kTag, L"\t%p, id %d\n", static_cast<const void*>(encoder),
           encoder != nullptr ? static_cast<int>(encoder->id) : -1);
 }
 
 void set_channels(Pass& pass, const Token& token) {
-    const int32_t channels = pass.of_track(pass.state.channels) = read_number(token.value);
+    const int32_t channels = pass.form().channels = read_number(token.value);
     trace_option(L"\t%S=%S audio num chans %d\n", token, channels);
 }
 
 void set_sample_rate(Pass& pass, const Token& token) {
-    const int32_t rate = pass.of_track(pass.state.sample_rate) = read_number(token.value);
+    const int32_t rate = pass.form().rate = read_number(token.value);
     trace_option(L"\t%S=%S audio rate %d\n", token, rate);
 }
 
@@ -116,12 +117,12 @@ void set_sample_format(Pass& pass, const Token& token) {
     const bool is_number = begins_a_number(token.value);
     const int32_t code = is_number ? read_integer(token.value) : 0;
     const AVSampleFormat format = is_number ? audio::sample_format_from_code(code) : av_get_sample_fmt(token.value);
-    pass.of_track(pass.state.sample_fmt) = format;
+    pass.form().format = format;
     trace_option(L"\t%S=%S audio sample src %d, dst %d\n", token, code, static_cast<int>(format));
 }
 
-void set_video_tag(WriterState& state, const Token& token) {
-    state.video_tag = pack_tag(token.value);
+void set_video_tag(AskedFile& file, const Token& token) {
+    file.video_tag = pack_tag(token.value);
     trace_option(L"\t%S=%S (%4.4S)\n", token, static_cast<const char*>(token.value));
 }
 
@@ -132,54 +133,49 @@ void apply_to_track(Pass& pass, CreationKey key, const Token& token) {
         set_channels(pass, token);
     else if (key == CreationKey::sample_rate)
         set_sample_rate(pass, token);
-    else if (key == CreationKey::sample_format)
-        set_sample_format(pass, token);
     else
-        pass.of_track(pass.state.audio_tag) = pack_tag(token.value);
+        set_sample_format(pass, token);
 }
 
 void apply(Pass& pass, const Token& token) {
-    WriterState& state = pass.state;
+    AskedFile& file = pass.file;
     const CreationKey key = creation_key(token.key);
     switch (key) {
         case CreationKey::none:
             return;  // left to FFmpeg's options
         case CreationKey::container:
-            return set_container(state, token);
+            return set_container(file, token);
         case CreationKey::video_encoder:
-            return set_video_encoder(state, token);
+            return set_video_encoder(file, token);
         case CreationKey::pixel_format:
-            return set_pixel_format(state, token);
+            return set_pixel_format(file, token);
         case CreationKey::width:
-            return set_number(state.width, token);
+            return set_number(file.width, token);
         case CreationKey::height:
-            return set_number(state.height, token);
+            return set_number(file.height, token);
         case CreationKey::size:
-            return set_size(state, token);
+            return set_size(file, token);
         case CreationKey::video_tag:
-            return set_video_tag(state, token);
+            return set_video_tag(file, token);
         case CreationKey::audio_encoder:
             return next_track(pass, token);
         case CreationKey::channels:
         case CreationKey::sample_rate:
         case CreationKey::sample_format:
-        case CreationKey::audio_tag:
             return apply_to_track(pass, key, token);
+        case CreationKey::audio_tag:
+            return;  // the encoders' own tags stay, see create_audio.cpp
     }
 }
 
 }  // namespace
 
-void read_creation_options(WriterState& state, const char* options) {
-    if (options == nullptr)
-        return;
-    if (tracing(TraceSwitch::options))
+AskedFile read_creation_options(const char* options) {
+    Pass pass;
+    if (options != nullptr && tracing(TraceSwitch::options))
         trace(TraceSwitch::options, kTag, L"[%s]:\n", wide(options).c_str());
-    Pass pass{state};
     for_each_option(options, [&](const Token& token) { apply(pass, token); });
-    if (state.pix_fmt != AV_PIX_FMT_NONE && state.width > 0 && state.height > 0)
-        state.picture_size = av_image_get_buffer_size(state.pix_fmt, state.width, state.height, 16);
-    state.audio_track_count = std::min(pass.track + 1, kMaxTracks);
+    return std::move(pass.file);
 }
 
-}  // namespace qmio
+}  // namespace qmio::write

@@ -2,15 +2,30 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
-#include "core/media_handle.h"
+#include "ffmpeg/resampler.h"
 
-namespace qmio {
+namespace qmio::write {
 
-// Fills `state` from the creation keys of `options`; what they do not mention stays as it is, and so does everything
-// for null. Unknown names are no errors: they leave a null container or encoder, or -1 as a format. Audio parameters
-// belong to the audio encoder named before them; those that come before the first one, and encoders beyond the
-// kMaxTracks-th with their parameters, are ignored.
-void read_creation_options(WriterState& state, const char* options);
+struct AskedTrack {
+    const AVCodec* encoder = nullptr;  // null where the name was unknown
+    ffmpeg::SoundForm form{0, AV_SAMPLE_FMT_U8, 0};
+};
 
-}  // namespace qmio
+struct AskedFile {
+    const AVOutputFormat* output_format = nullptr;
+    const AVCodec* video_encoder = nullptr;  // null: no video
+    int32_t width = 0;
+    int32_t height = 0;
+    AVPixelFormat pix_fmt = AV_PIX_FMT_NONE;
+    uint32_t video_tag = 0;
+    std::vector<AskedTrack> tracks;
+};
+
+// What the creation keys of `options` ask for; nothing for null. Unknown names are no errors: they leave a null container
+// or encoder, or -1 as a format. Audio parameters belong to the audio encoder named before them; those that come before
+// the first one, and encoders beyond the kMaxTracks-th with their parameters, are ignored.
+AskedFile read_creation_options(const char* options);
+
+}  // namespace qmio::write

@@ -1,8 +1,8 @@
 // Where a new file's bytes go: FFmpeg's own I/O or a block of the host's memory. Then the header, the first of them.
-#include "core/memory_block.h"
-#include "core/names.h"
-#include "core/option_string.h"
-#include "core/trace.h"
+#include "core/process/trace.h"
+#include "core/text/memory_block.h"
+#include "core/text/names.h"
+#include "core/text/option_string.h"
 #include "write/create.h"
 
 namespace qmio::write {
@@ -13,12 +13,12 @@ constexpr uint32_t kKnownFlags = AVIO_FLAG_READ | AVIO_FLAG_WRITE | AVIO_FLAG_NO
 
 bool open_file(Creation& creation) {
     MediaHandle& handle = creation.handle;
-    if ((handle.format_ctx->oformat->flags & AVFMT_NOFILE) != 0)
+    if ((handle.container.format_ctx->oformat->flags & AVFMT_NOFILE) != 0)
         return true;
     trace(TraceSwitch::create, kCreateTag, L"create file\n");
     const int flags = static_cast<int>((creation.output_flags & kKnownFlags) | AVIO_FLAG_WRITE);
-    const AVIOInterruptCB interrupt = interrupt_callback(handle);
-    if (avio_open2(&handle.format_ctx->pb, url_of(handle.file_name).c_str(), flags, &interrupt, nullptr) >= 0)
+    const AVIOInterruptCB interrupt = interrupt_callback(handle.container);
+    if (avio_open2(&handle.container.format_ctx->pb, url_of(handle.file_name).c_str(), flags, &interrupt, nullptr) >= 0)
         return true;
     report(kCreateTag, L"open [%s] ERR\n", wide_name(handle.file_name));
     return false;
@@ -34,20 +34,20 @@ bool open_memory(Creation& creation) {
         report(kCreateTag, L"open [%s] ERR\n", wide_name(handle.file_name));
         return false;
     }
-    handle.writer.mem_block = block;
-    handle.writer.memory = std::make_unique<qmlib::MemoryOutput>(memory_block::data(block), size);
-    handle.custom_io = qmlib::make_custom_io(*handle.writer.memory);
-    handle.format_ctx->flags |= AVFMT_FLAG_CUSTOM_IO;
-    handle.format_ctx->pb = handle.custom_io.get();
-    return handle.custom_io != nullptr;
+    handle.writing.mem_block = block;
+    handle.writing.memory = std::make_unique<qmlib::MemoryOutput>(memory_block::data(block), size);
+    handle.container.custom_io = qmlib::make_custom_io(*handle.writing.memory);
+    handle.container.format_ctx->flags |= AVFMT_FLAG_CUSTOM_IO;
+    handle.container.format_ctx->pb = handle.container.custom_io.get();
+    return handle.container.custom_io != nullptr;
 }
 
 // The two rates deliberately upside down, as the two time bases are not.
-void trace_times(const WriterState& writer, const wchar_t* when) {
-    if (writer.video_stream == nullptr || !tracing(TraceSwitch::create))
+void trace_times(const Video& video, const wchar_t* when) {
+    if (video.stream == nullptr || !tracing(TraceSwitch::create))
         return;
-    const AVStream& stream = *writer.video_stream;
-    const AVCodecContext& codec = *writer.video_codec_ctx;
+    const AVStream& stream = *video.stream;
+    const AVCodecContext& codec = *video.codec;
     trace(TraceSwitch::create, kCreateTag, L"%s write header, fps %d/%d, tbr %d/%d, tbs %d/%d, tbc %d/%d\n", when,
           stream.avg_frame_rate.den, stream.avg_frame_rate.num, stream.r_frame_rate.den, stream.r_frame_rate.num,
           stream.time_base.num, stream.time_base.den, codec.time_base.num, codec.time_base.den);
@@ -61,23 +61,22 @@ void trace_container(const AVFormatContext& container, const wchar_t* prefix) {
           static_cast<int>(container.packet_size));
 }
 
-void trace_field_order(const WriterState& writer, const wchar_t* when) {
-    if (writer.video_stream != nullptr)
+void trace_field_order(const Video& video, const wchar_t* when) {
+    if (video.stream != nullptr)
         trace(TraceSwitch::create, kCreateTag, L"%s write header field order param %d, enc %d\n", when,
-              static_cast<int>(writer.video_stream->codecpar->field_order),
-              static_cast<int>(writer.video_codec_ctx->field_order));
+              static_cast<int>(video.stream->codecpar->field_order), static_cast<int>(video.codec->field_order));
 }
 
 void trace_before(const MediaHandle& handle) {
-    trace_container(*handle.format_ctx, L"");
-    trace_field_order(handle.writer, L"before");
+    trace_container(*handle.container.format_ctx, L"");
+    trace_field_order(handle.video, L"before");
 }
 
 void trace_after(const MediaHandle& handle) {
-    trace_field_order(handle.writer, L"after");
+    trace_field_order(handle.video, L"after");
     trace(TraceSwitch::create, kCreateTag, L"************************************\n");
-    trace_container(*handle.format_ctx, L"after write header, ");
-    trace_times(handle.writer, L"after");
+    trace_container(*handle.container.format_ctx, L"after write header, ");
+    trace_times(handle.video, L"after");
 }
 
 }  // namespace
@@ -88,11 +87,12 @@ bool open_output(Creation& creation) {
 
 bool write_header(Creation& creation) {
     MediaHandle& handle = creation.handle;
-    trace_times(handle.writer, L"before");
+    trace_times(handle.video, L"before");
     add_timecode(creation.format_options.address(), creation.options);
     trace_before(handle);
-    handle.writer.header_result = avformat_write_header(handle.format_ctx.get(), creation.format_options.address());
-    if (handle.writer.header_result < 0) {
+    handle.writing.header_result =
+        avformat_write_header(handle.container.format_ctx.get(), creation.format_options.address());
+    if (handle.writing.header_result < 0) {
         report(kCreateTag, L"avformat_write_header [%s] ERR\n", wide_name(handle.file_name));
         return false;
     }
@@ -101,16 +101,14 @@ bool write_header(Creation& creation) {
 }
 
 void close_output(MediaHandle& handle) {
-    AVFormatContext* const container = handle.format_ctx.get();
+    AVFormatContext* const container = handle.container.format_ctx.get();
     if (container == nullptr)
         return;
-    if (handle.custom_io != nullptr)
+    if (handle.container.custom_io != nullptr)
         container->pb = nullptr;
     else if ((container->oformat->flags & AVFMT_NOFILE) == 0)
         avio_closep(&container->pb);
-    handle.custom_io.reset();
-    handle.writer.video_stream = nullptr;
-    handle.writer.audio_stream.fill(nullptr);
+    handle.container.custom_io.reset();
     release_container(handle);
 }
 

@@ -2,15 +2,14 @@
 
 namespace qmio::write {
 
-int write_packet(MediaHandle& handle, AVPacket& packet) {
-    const WriterState& writer = handle.writer;
-    if ((writer.mode & mode::suppressed) != 0)
+int write_packet(Container& container, const Writing& writing, AVPacket& packet) {
+    if ((writing.mode & mode::suppressed) != 0)
         return 0;
-    if (handle.format_ctx == nullptr || writer.header_result < 0)
+    if (container.format_ctx == nullptr || writing.header_result < 0)
         return AVERROR_EXIT;
-    if ((writer.mode & mode::interleaved) != 0)
-        return av_interleaved_write_frame(handle.format_ctx.get(), &packet);
-    return av_write_frame(handle.format_ctx.get(), &packet);
+    if ((writing.mode & mode::interleaved) != 0)
+        return av_interleaved_write_frame(container.format_ctx.get(), &packet);
+    return av_write_frame(container.format_ctx.get(), &packet);
 }
 
 }  // namespace qmio::write

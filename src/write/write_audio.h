@@ -1,7 +1,7 @@
 // Samples into packets, packets into the file.
 #pragma once
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 
 namespace qmio::write {
 

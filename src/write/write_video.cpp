@@ -3,10 +3,10 @@
 #include <limits>
 #include <string>
 
-#include "core/entry.h"
-#include "core/frame_index.h"
-#include "core/frame_numbers.h"
-#include "core/trace.h"
+#include "core/handle/entry.h"
+#include "core/handle/frame_index.h"
+#include "core/handle/frame_numbers.h"
+#include "core/process/trace.h"
 #include "ffmpeg/frame_flags.h"
 #include "write/packet_out.h"
 
@@ -25,9 +25,8 @@ std::wstring timestamp_text(int64_t timestamp) {
 }
 
 bool can_encode(const MediaHandle& handle, const imio_picture* picture) {
-    const WriterState& writer = handle.writer;
-    return picture != nullptr && picture->data != nullptr && handle.reader.video_stream_index != -1 &&
-           writer.video_codec_ctx != nullptr && writer.video_frame != nullptr;
+    return picture != nullptr && picture->data != nullptr && handle.video.stream_index != -1 &&
+           handle.video.codec != nullptr && handle.writing.video_frame != nullptr;
 }
 
 bool is_alignment(int32_t alignment) {
@@ -52,14 +51,12 @@ void mark_fields(AVFrame& frame, AVFieldOrder order) {
         ffmpeg::set_top_field_first(frame);
 }
 
-void trace_encoded(const MediaHandle& handle, int result, int got, const AVPacket& packet) {
+void trace_encoded(const Video& video, int result, int got, const AVPacket& packet) {
     if (!tracing(TraceSwitch::write))
         return;
-    const int frame = handle.reader.want_frame;
-    const AVCodecContext& codec = *handle.writer.video_codec_ctx;
-    const AVStream* stream = handle.writer.video_stream;
+    const int frame = video.want_frame;
     const int64_t calculated =
-        stream != nullptr ? av_rescale_q(frame, codec.time_base, stream->time_base) : AV_NOPTS_VALUE;
+        video.stream != nullptr ? av_rescale_q(frame, video.codec->time_base, video.stream->time_base) : AV_NOPTS_VALUE;
     trace(TraceSwitch::write, kEncodeTag,
           L"res %d, encode video, enc size %d, got %d, frame %d, enc_pts %s, enc_dts %s, calc_pts %s\n", result,
           packet.size, got, frame, timestamp_text(packet.pts), timestamp_text(packet.dts), timestamp_text(calculated));
@@ -67,15 +64,15 @@ void trace_encoded(const MediaHandle& handle, int result, int got, const AVPacke
         trace(TraceSwitch::write, kEncodeTag, L"error encode\n");
 }
 
-int encode_frame(WriterState& writer, const imio_picture& picture, int64_t number, int* got, AVPacket& packet) {
-    AVFrame& frame = *writer.video_frame;
-    if (!point_at(frame, *writer.video_codec_ctx, writer.pix_fmt, picture))
+int encode_frame(Writing& writing, const Video& video, const imio_picture& picture, int* got, AVPacket& packet) {
+    AVFrame& frame = *writing.video_frame;
+    if (!point_at(frame, *video.codec, video.pix_fmt, picture))
         return AVERROR(EINVAL);
-    frame.pts = number;
+    frame.pts = video.want_frame;
     // FFmpeg's own encoders take a fixed quantiser from the frame, not from the context.
-    frame.quality = writer.video_codec_ctx->global_quality;
-    mark_fields(frame, writer.video_codec_ctx->field_order);
-    return writer.video_packets.encode(&packet, got, &frame);
+    frame.quality = video.codec->global_quality;
+    mark_fields(frame, video.codec->field_order);
+    return writing.encoder.encode(&packet, got, &frame);
 }
 
 // What the line about a written packet tells; the muxer may have taken the packet itself.
@@ -84,23 +81,23 @@ struct PacketTimes {
     int64_t dts;
 };
 
-void trace_put(const MediaHandle& handle, int result, const PacketTimes& times, bool closing) {
+void trace_put(const Video& video, int result, const PacketTimes& times, bool closing) {
     if (!tracing(TraceSwitch::write) && !(closing && tracing(TraceSwitch::close)))
         return;
-    const AVRational codec = handle.writer.video_codec_ctx->time_base;
-    const AVRational stream = handle.writer.video_stream->time_base;
+    const AVRational codec = video.codec->time_base;
+    const AVRational stream = video.stream->time_base;
     report(kPutTag, L"\tav_write_frame %d, res %d, pts %s, dts %s, timebase codec %d/%d stream %d/%d\n",
-           handle.reader.want_frame, result, timestamp_text(times.pts), timestamp_text(times.dts), codec.num, codec.den,
+           video.want_frame, result, timestamp_text(times.pts), timestamp_text(times.dts), codec.num, codec.den,
            stream.num, stream.den);
 }
 
-void enter_position(MediaHandle& handle, int64_t dts, int64_t position) {
-    if (handle.index_mapping != nullptr && dts != AV_NOPTS_VALUE)
-        frame_index::enter(*handle.index_mapping, timestamp_to_frame(*handle.writer.video_stream, dts), position);
+void enter_position(const Container& container, const AVStream& stream, int64_t dts, int64_t position) {
+    if (container.index_mapping != nullptr && dts != AV_NOPTS_VALUE)
+        frame_index::enter(*container.index_mapping, timestamp_to_frame(stream, dts), position);
 }
 
-int64_t output_position(const MediaHandle& handle) {
-    return handle.format_ctx->pb != nullptr ? avio_seek(handle.format_ctx->pb, 0, SEEK_CUR) : 0;
+int64_t output_position(const Container& container) {
+    return container.format_ctx->pb != nullptr ? avio_seek(container.format_ctx->pb, 0, SEEK_CUR) : 0;
 }
 
 imio_picture whole_picture(const uint8_t* data) {
@@ -114,15 +111,15 @@ AVPacket* encode(MediaHandle& handle, const imio_picture* picture) {
     if (!can_encode(handle, picture))
         return nullptr;
     ffmpeg::PacketPtr packet(qmio_pkt_alloc());
-    const bool done = packet != nullptr && encode_picture(handle, *picture, *packet);
+    const bool done = packet != nullptr && encode_picture(handle.writing, handle.video, *picture, *packet);
     return done ? packet.release() : nullptr;
 }
 
 int write(MediaHandle& handle, const imio_picture* picture) {
     if (!can_encode(handle, picture))
         return 0;
-    AVPacket& packet = *handle.writer.packet;
-    if (!encode_picture(handle, *picture, packet))
+    AVPacket& packet = *handle.writing.packet;
+    if (!encode_picture(handle.writing, handle.video, *picture, packet))
         return 0;
     const int result = put_packet(handle, &packet, false);
     av_packet_unref(&packet);
@@ -131,44 +128,45 @@ int write(MediaHandle& handle, const imio_picture* picture) {
 
 }  // namespace
 
-bool encode_picture(MediaHandle& handle, const imio_picture& picture, AVPacket& packet) {
+bool encode_picture(Writing& writing, Video& video, const imio_picture& picture, AVPacket& packet) {
     av_packet_unref(&packet);  // sets what FFmpeg takes for unknown
     int got = 0;
-    const int result = encode_frame(handle.writer, picture, handle.reader.want_frame, &got, packet);
-    trace_encoded(handle, result, got, packet);
+    const int result = encode_frame(writing, video, picture, &got, packet);
+    trace_encoded(video, result, got, packet);
     // A picture that failed uses up its number all the same.
-    ++handle.reader.want_frame;
+    ++video.want_frame;
     return got != 0;
 }
 
 int put_packet(MediaHandle& handle, AVPacket* packet, bool closing) {
-    const WriterState& writer = handle.writer;
-    if ((writer.mode & mode::suppressed) != 0 || packet == nullptr || writer.video_codec_ctx == nullptr)
+    const Video& video = handle.video;
+    // A source has nothing that could be written to.
+    if (!is_writer(handle) || (handle.writing.mode & mode::suppressed) != 0 || packet == nullptr ||
+        video.codec == nullptr)
         return 0;
-    if (writer.video_stream == nullptr)
+    if (video.stream == nullptr)
         return AVERROR_EXIT;  // cancelled
-    av_packet_rescale_ts(packet, writer.video_codec_ctx->time_base, writer.video_stream->time_base);
-    packet->stream_index = writer.video_stream->index;
+    av_packet_rescale_ts(packet, video.codec->time_base, video.stream->time_base);
+    packet->stream_index = video.stream->index;
     const PacketTimes times{packet->pts, packet->dts};
-    const int64_t position = output_position(handle);
-    const int result = write_packet(handle, *packet);
+    const int64_t position = output_position(handle.container);
+    const int result = write_packet(handle.container, handle.writing, *packet);
     // The position is entered whatever became of the packet.
-    trace_put(handle, result, times, closing);
-    enter_position(handle, times.dts, position);
+    trace_put(video, result, times, closing);
+    enter_position(handle.container, *video.stream, times.dts, position);
     return result;
 }
 
 void drain_video(MediaHandle& handle) {
-    WriterState& writer = handle.writer;
-    if (writer.has_video < 1 || writer.video_codec_ctx == nullptr || writer.packet == nullptr)
+    if (handle.video.codec == nullptr || handle.writing.packet == nullptr)
         return;
-    AVPacket& packet = *writer.packet;
+    AVPacket& packet = *handle.writing.packet;
     for (;;) {
         int got = 0;
-        const int result = writer.video_packets.encode(&packet, &got, nullptr);
+        const int result = handle.writing.encoder.encode(&packet, &got, nullptr);
         if (tracing(TraceSwitch::close))
             trace(TraceSwitch::close, kCloseTag, L"*** flush encode: res %d, got %d, frm %d, pts %s, dts %s, size %d\n",
-                  result, got, handle.reader.want_frame, timestamp_text(packet.pts), timestamp_text(packet.dts),
+                  result, got, handle.video.want_frame, timestamp_text(packet.pts), timestamp_text(packet.dts),
                   packet.size);
         if (got != 0)
             put_packet(handle, &packet, true);

@@ -7,7 +7,7 @@
 #include <regex>
 
 #include "audio/host.h"
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 #include "support/guarded_memory.h"
 #include "support/media.h"
 #include "support/trace_lines.h"
@@ -55,7 +55,7 @@ TEST(AudioTrace, TellsOfResamplersThatCannotBe) {
     EXPECT_EQ(lines_of(trace, "qmio_set_dst_audio"),
               (Lines{"track 0: file -> user, ctx *", "swr_init failed", "need resample, ctx *",
                      "dst channels 9, src streams 1, channels 1"}));
-    EXPECT_EQ(media->audio.need_resample, 0);
+    EXPECT_EQ(media->sound.need_resample, 0);
 }
 
 TEST(AudioTrace, TellsOfTracksWhoseResamplersCannotBe) {
@@ -148,72 +148,14 @@ TEST(AudioTrace, IsSilentWhileItsSwitchIsOff) {
     EXPECT_EQ(lines_of(trace, "qmio_set_dst_audio"), Lines{});
 }
 
-// ---- the time of the frame decoded last ----
-
-TEST(AudioTime, IsThatOfTheFrameWhileThereIsVideo) {
-    const auto path = media_path("two_tracks_pcm_mp2.mkv");
-    const Media media = open_sound(path);
-    const std::vector<PlainTrack> tracks = decode_plainly(path);
-    Bytes buffer(1 << 20);
-    std::size_t frame = 0;
-    for (int kind = qmio_get_frame(media.get()); kind >= 0; kind = qmio_get_frame(media.get())) {
-        if (kind == 2 && qmio_audio_frame(media.get(), buffer.data()) > 0) {
-            const int64_t pts = tracks[0].frames.at(frame++)->pts;  // milliseconds in this container
-            EXPECT_EQ(media->audio.audio_time_ms, pts - media->audio.track_av_stream[0]->start_time);
-        }
-        qmio_release_frame(media.get());
-    }
-    EXPECT_EQ(frame, tracks[0].frames.size());
-    EXPECT_NEAR(media->audio.audio_time_ms, 2000, 100);
-}
-
-TEST(AudioTime, IsUnknownWithoutVideo) {
-    const Media media = open_sound(sound("stereo_s16.wav"));
-    media->audio.audio_time_ms = 5;
-    read_pieces(media, 3);
-    EXPECT_EQ(media->audio.audio_time_ms, -1);
-}
-
-TEST(AudioTime, GoesByTheFirstTracksClock) {
-    const auto path = media_path("two_tracks_pcm_mp2.mkv");
-    const Media media = open_sound(path);
-    qmio_set_track(media.get(), 1);
-    media->audio.track_av_stream[0]->start_time = -5000;
-    std::vector<Packet> packets = packets_of(path, 2);
-    Bytes buffer(1 << 20);
-    for (std::size_t index = 0; index < 5; ++index)
-        qmio_audio_pkt(media.get(), buffer.data(), packets[index].get());
-    const auto tracks = decode_plainly(path);
-    EXPECT_EQ(media->audio.audio_time_ms, tracks[1].frames.at(4)->pts + 5000);
-}
-
-TEST(AudioTime, IsThatOfThePacketWhenTheFrameHasNone) {
-    const auto path = media_path("two_tracks_pcm_mp2.mkv");
-    const Media media = open_sound(path);
-    std::vector<Packet> packets = packets_of(path, 1);
-    packets[0]->pts = packets[0]->dts = AV_NOPTS_VALUE;
-    Bytes buffer(1 << 20);
-    media->audio.audio_packet->pts = media->audio.audio_packet->dts = AV_NOPTS_VALUE;
-    ASSERT_GT(qmio_audio_pkt(media.get(), buffer.data(), packets[0].get()), 0);
-    EXPECT_EQ(media->audio.audio_time_ms, -1);
-    packets[1]->pts = packets[1]->dts = AV_NOPTS_VALUE;
-    media->audio.audio_packet->dts = 700;
-    ASSERT_GT(qmio_audio_pkt(media.get(), buffer.data(), packets[1].get()), 0);
-    EXPECT_EQ(media->audio.audio_time_ms, 700 - media->audio.track_av_stream[0]->start_time);
-    packets[2]->pts = packets[2]->dts = AV_NOPTS_VALUE;
-    media->audio.audio_packet->pts = 900;
-    ASSERT_GT(qmio_audio_pkt(media.get(), buffer.data(), packets[2].get()), 0);
-    EXPECT_EQ(media->audio.audio_time_ms, 900 - media->audio.track_av_stream[0]->start_time);
-}
-
 // ---- channels without source ----
 
 TEST(ChannelsWithoutSource, StayAsTheyWereWhenSilenceIsNotFilledIn) {
     const Media media = open_sound(sound("stereo_u8.wav"));
     ASSERT_TRUE(choose(media, 0, {2, 11025, AV_SAMPLE_FMT_U8}));
     qmio_map_audio(media.get(), 0, -1);
-    EXPECT_EQ(media->audio.fill_silence, 1);
-    media->audio.fill_silence = 0;
+    EXPECT_TRUE(media->sound.fill_silence);
+    media->sound.fill_silence = false;
     const std::vector<PlainTrack> tracks = decode_plainly(sound("stereo_u8.wav"));
     const Block block = block_of(*tracks[0].frames[0]);
     Bytes buffer(1 << 20, 0x77);
@@ -227,11 +169,11 @@ TEST(ChannelMap, WritesNothingBesideIt) {
     const Media media = open_sound(sound("stereo_u8.wav"));
     for (const int channel : {-1, 64, 65, 66})
         qmio_map_audio(media.get(), channel, 12345);
-    EXPECT_EQ(media->audio.user_rate, 11025);
-    EXPECT_EQ(media->audio.user_fmt, AV_SAMPLE_FMT_U8);
-    EXPECT_EQ(media->audio.user_chans, 2);
+    EXPECT_EQ(media->sound.user.rate, 11025);
+    EXPECT_EQ(media->sound.user.format, AV_SAMPLE_FMT_U8);
+    EXPECT_EQ(media->sound.user.channels, 2);
     qmio_map_audio(media.get(), 63, 12345);
-    EXPECT_EQ(media->audio.chan_map[63], 12345);
+    EXPECT_EQ(media->sound.chan_map[63], 12345);
 }
 
 // ---- for writing ----
@@ -263,13 +205,11 @@ using Writer = std::unique_ptr<MediaHandle, DestroyHandle>;
 // A handle as one that writes has it, with one track.
 Writer make_writer(const AVCodecContext& codec) {
     Writer writer(create_handle());
-    writer->writer.mode = mode::writer;
-    writer->audio.track_count = 1;
-    writer->audio.track_stream[0] = 0;
-    writer->audio.track_codec[0] = const_cast<AVCodecContext*>(&codec);
-    writer->audio.track_chans[0] = codec.ch_layout.nb_channels;
-    writer->audio.track_rate[0] = codec.sample_rate;
-    writer->audio.track_fmt[0] = codec.sample_fmt;
+    writer->writing.mode = mode::writer;
+    Track& track = writer->tracks.add();
+    track.stream_index = 0;
+    track.codec = const_cast<AVCodecContext*>(&codec);
+    track.delivered = ffmpeg::form_of(codec);
     return writer;
 }
 
@@ -377,8 +317,8 @@ TEST_P(ConversionInto, IsTraced) {
 
 TEST_P(ConversionInto, LeavesTheTablesOfTheFileAlone) {
     EXPECT_EQ(qmio_track_chans(writer_.get(), 0), file_.channels);
-    EXPECT_EQ(writer_->audio.track_rate[0], file_.rate);
-    EXPECT_EQ(writer_->audio.track_fmt[0], file_.format);
+    EXPECT_EQ(writer_->tracks.first().delivered.rate, file_.rate);
+    EXPECT_EQ(writer_->tracks.first().delivered.format, file_.format);
     EXPECT_EQ(qmio_user_chans(writer_.get()), user_.channels);
 }
 

@@ -1,5 +1,5 @@
 // The frame positions that a writer shares with readers of the same file.
-#include "core/frame_index.h"
+#include "core/handle/frame_index.h"
 
 #include <gtest/gtest.h>
 

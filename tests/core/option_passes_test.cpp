@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/option_string.h"
+#include "core/text/option_string.h"
 #include "support/trace_lines.h"
 
 namespace qmio {

@@ -1,4 +1,4 @@
-#include "core/option_string.h"
+#include "core/text/option_string.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // What the keys of the configuration file mean.
-#include "core/settings.h"
+#include "core/process/settings.h"
 
 #include <gtest/gtest.h>
 

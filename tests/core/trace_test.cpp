@@ -1,5 +1,5 @@
 // Trace lines, FFmpeg's messages among them, and the last error, as far as they need no configuration file.
-#include "core/trace.h"
+#include "core/process/trace.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,8 @@
 #include <sstream>
 #include <thread>
 
-#include "core/ffmpeg_log.h"
-#include "core/last_error.h"
+#include "core/process/ffmpeg_log.h"
+#include "core/process/last_error.h"
 #include "ffmpeg/ffmpeg.h"
 #include "ffmpeg/owners.h"
 #include "qmlib/sinks.h"

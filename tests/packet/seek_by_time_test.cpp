@@ -12,15 +12,16 @@ namespace {
 // Seconds between the stream's first packet and the video packet that comes after seeking.
 double landing(const std::string& name, int64_t time_us, int kind) {
     const test::Media media = test::open_media(test::media_path(name));
-    read::next_video_packet(*media);
-    const int64_t first = media->reader.packet->dts;
-    read::release_frame(*media);
+    read::Source source(*media);
+    read::next_video_packet(source);
+    const int64_t first = media->reading.packet->dts;
+    read::release_frame(media->reading);
     EXPECT_GE(packet::seek_by_time(*media, time_us, kind), 0);
-    EXPECT_TRUE(read::next_video_packet(*media));
-    EXPECT_NE(media->reader.packet->flags & AV_PKT_FLAG_KEY, 0);
-    const int64_t offset = media->reader.packet->dts - first;
-    read::release_frame(*media);
-    return static_cast<double>(offset) * av_q2d(media->reader.video_st->time_base);
+    EXPECT_TRUE(read::next_video_packet(source));
+    EXPECT_NE(media->reading.packet->flags & AV_PKT_FLAG_KEY, 0);
+    const int64_t offset = media->reading.packet->dts - first;
+    read::release_frame(media->reading);
+    return static_cast<double>(offset) * av_q2d(media->video.stream->time_base);
 }
 
 TEST(SeekByTime, LandsOnTheKeyPacketAtOrBeforeTheTime) {
@@ -31,11 +32,11 @@ TEST(SeekByTime, LandsOnTheKeyPacketAtOrBeforeTheTime) {
 
 TEST(SeekByTime, LeavesTheFrameCountersAlone) {
     const test::Media media = test::open_media(test::media_path("plain.mp4"));
-    media->reader.want_frame = 12;
-    media->reader.have_frame = 11;
+    media->video.want_frame = 12;
+    media->video.have_frame = 11;
     packet::seek_by_time(*media, 3'000'000, 1);
-    EXPECT_EQ(media->reader.want_frame, 12);
-    EXPECT_EQ(media->reader.have_frame, 11);
+    EXPECT_EQ(media->video.want_frame, 12);
+    EXPECT_EQ(media->video.have_frame, 11);
 }
 
 TEST(SeekByTime, GoesByTheFirstAudioTrackWhenAskedTo) {

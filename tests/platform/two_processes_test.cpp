@@ -5,7 +5,7 @@
 #include <fstream>
 #include <mutex>
 
-#include "core/settings.h"
+#include "core/process/settings.h"
 #include "platform/named_mutex.h"
 #include "support/dynamic_library.h"
 #include "support/media.h"

@@ -6,7 +6,7 @@
 #include <climits>
 #include <cstdint>
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 #include "platform/shared_mapping.h"
 #include "support/media.h"
 #include "support/open_media.h"
@@ -25,7 +25,7 @@ std::vector<int64_t> packet_positions(const std::filesystem::path& path) {
     const Media media = open_media(path);
     for (int kind = qmio_get_frame(media.get()); kind >= 0; kind = qmio_get_frame(media.get())) {
         if (kind == 1)
-            positions.push_back(media->reader.packet->pos);
+            positions.push_back(media->reading.packet->pos);
         qmio_release_frame(media.get());
     }
     return positions;
@@ -77,15 +77,15 @@ class FrameIndex : public testing::Test {
 TEST_F(FrameIndex, IsNotThereWithoutAWriter) {
     const Media media = open_media(path_);
     ASSERT_TRUE(media);
-    EXPECT_EQ(media->index_mapping, nullptr);
-    EXPECT_EQ(media->reader.seek_position, 0);
+    EXPECT_EQ(media->container.index_mapping, nullptr);
+    EXPECT_EQ(media->reading.seek_position, 0);
 }
 
 TEST_F(FrameIndex, OfAnotherFileIsNotAttached) {
     PublishedIndex index(folder_ / "another.ts");
     ASSERT_TRUE(index.exists());
     index.publish(positions_, 100);
-    EXPECT_EQ(open_media(path_)->index_mapping, nullptr);
+    EXPECT_EQ(open_media(path_)->container.index_mapping, nullptr);
 }
 
 TEST_F(FrameIndex, IsAttachedAndLeavesTheHandleAtTheStart) {
@@ -94,9 +94,9 @@ TEST_F(FrameIndex, IsAttachedAndLeavesTheHandleAtTheStart) {
     index.publish(positions_, 100);
     const Media media = open_media(path_);
     ASSERT_TRUE(media);
-    EXPECT_NE(media->index_mapping, nullptr);
-    EXPECT_EQ(media->reader.want_frame, 0);
-    EXPECT_EQ(media->reader.have_frame, -1);
+    EXPECT_NE(media->container.index_mapping, nullptr);
+    EXPECT_EQ(media->video.want_frame, 0);
+    EXPECT_EQ(media->video.have_frame, -1);
     EXPECT_EQ(next_picture(media).pixels, pictures_[0]);
 }
 
@@ -105,7 +105,7 @@ TEST_F(FrameIndex, WithoutEntriesIsAttachedAndSeeksByTime) {
     ASSERT_TRUE(index.exists());
     const Media media = open_media(path_);
     ASSERT_TRUE(media);
-    EXPECT_NE(media->index_mapping, nullptr);
+    EXPECT_NE(media->container.index_mapping, nullptr);
     EXPECT_EQ(qmio_seek_frame(media.get(), 60), 60);
     EXPECT_EQ(next_picture(media).pixels, pictures_[60]);
 }
@@ -168,7 +168,7 @@ TEST_F(FrameIndex, IsGoneWithItsLastReader) {
         const Media media = open_media(path_);
         index.reset();
     }
-    EXPECT_EQ(open_media(path_)->index_mapping, nullptr);
+    EXPECT_EQ(open_media(path_)->container.index_mapping, nullptr);
 }
 
 // This container refuses byte positions: the frame that was meant is returned and nothing has moved.
@@ -182,8 +182,8 @@ TEST_F(FrameIndex, OfAContainerThatCannotUseItChangesNothing) {
     ASSERT_TRUE(media);
     ASSERT_EQ(next_picture(media).pixels, expected[0]);
     EXPECT_EQ(qmio_seek_frame(media.get(), 250), 19);
-    EXPECT_EQ(media->reader.want_frame, 1);
-    EXPECT_EQ(media->reader.have_frame, 0);
+    EXPECT_EQ(media->video.want_frame, 1);
+    EXPECT_EQ(media->video.have_frame, 0);
     EXPECT_EQ(next_picture(media).pixels, expected[1]);
 }
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <fstream>
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 #include "support/ftp_server.h"
 #include "support/loopback_server.h"
 #include "support/media.h"
@@ -34,7 +34,7 @@ class FtpSource : public testing::Test {
 };
 
 bool is_passive(const Media& media) {
-    return (media->format_ctx->flags & AVFMT_FLAG_CUSTOM_IO) != 0;
+    return (media->container.format_ctx->flags & AVFMT_FLAG_CUSTOM_IO) != 0;
 }
 
 TEST_F(FtpSource, DeliversThePicturesOfTheFile) {
@@ -87,7 +87,7 @@ TEST_F(FtpSource, TakesThePrefixInAnyCase) {
 TEST_F(FtpSource, CannotBeSoughtPassively) {
     const Media media = open("two_tracks_pcm_mp2.mkv?passive");
     ASSERT_TRUE(media);
-    EXPECT_EQ(media->format_ctx->pb->seekable, 0);
+    EXPECT_EQ(media->container.format_ctx->pb->seekable, 0);
     EXPECT_EQ(next_picture(media).result, 7);
     qmio_seek_frame(media.get(), 40);
     next_picture(media);

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstring>
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 #include "support/media.h"
 #include "support/open_media.h"
 #include "support/temp_dir.h"
@@ -51,7 +51,7 @@ TEST_P(MemoryStill, TakesOptions) {
     const auto block = block_of(media_path(GetParam()));
     const Media media(qmio_open_ex_a(block.get(), "skip_frame=nokey"));
     ASSERT_TRUE(media);
-    EXPECT_EQ(media->reader.pCodecCtx->skip_frame, AVDISCARD_NONKEY);
+    EXPECT_EQ(media->video.codec->skip_frame, AVDISCARD_NONKEY);
 }
 
 TEST_P(MemoryStill, LeavesTheBlockToTheCallerAsItWas) {

@@ -3,13 +3,14 @@
 
 #include <cstring>
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 #include "support/media.h"
 #include "support/open_media.h"
 #include "support/temp_dir.h"
 
 namespace {
 
+using namespace qmio;
 using namespace qmio::test;
 
 std::string last_error() {
@@ -30,12 +31,10 @@ std::filesystem::path patched_copy(const TempDir& folder, const std::string& mad
 TEST(Open, StandsBeforeTheFirstPicture) {
     const Media media = open_media(media_path("two_tracks_pcm_mp2.mkv"));
     ASSERT_TRUE(media);
-    const qmio::ReaderState& reader = media->reader;
-    EXPECT_EQ(reader.want_frame, 0);
-    EXPECT_EQ(reader.have_frame, -1);
-    EXPECT_EQ(reader.read_result, 0);
-    EXPECT_EQ(media->handle_word, 1);
-    EXPECT_EQ(media->writer.mode, 0U);
+    EXPECT_EQ(media->video.want_frame, 0);
+    EXPECT_EQ(media->video.have_frame, -1);
+    EXPECT_EQ(media->reading.read_result, 0);
+    EXPECT_EQ(media->writing.mode, 0U);
 }
 
 TEST(Open, TellsSizeFormatAndStreams) {
@@ -47,15 +46,13 @@ TEST(Open, TellsSizeFormatAndStreams) {
     EXPECT_EQ(file_param(media, "naudio"), 2);
     EXPECT_EQ(file_param(media, "video"), 0);
     EXPECT_EQ(file_param(media, "audio"), 1);
-    EXPECT_EQ(media->reader.pix_fmt, AV_PIX_FMT_YUV420P);
-    EXPECT_EQ(media->reader.picture_size, 160 * 96 * 3 / 2);
+    EXPECT_EQ(media->video.pix_fmt, AV_PIX_FMT_YUV420P);
 }
 
 TEST(Open, DeliversBgraUntilTheHostChoosesAnotherFormat) {
     const Media media = open_media(media_path("two_tracks_pcm_mp2.mkv"));
     ASSERT_TRUE(media);
-    EXPECT_EQ(media->reader.dst_pix_fmt, AV_PIX_FMT_BGRA);
-    EXPECT_EQ(media->reader.dst_picture_size, 160 * 96 * 4);
+    EXPECT_EQ(media->video.dst_pix_fmt, AV_PIX_FMT_BGRA);
 }
 
 TEST(Open, KeepsTheNameThatItWasGiven) {
@@ -68,33 +65,29 @@ TEST(Open, KeepsTheNameThatItWasGiven) {
 TEST(Open, PreparesEveryAudioTrack) {
     const Media media = open_media(media_path("two_tracks_pcm_mp2.mkv"));
     ASSERT_TRUE(media);
-    const qmio::AudioState& audio = media->audio;
-    EXPECT_EQ(audio.track_stream[0], 1);
-    EXPECT_EQ(audio.track_stream[1], 2);
-    EXPECT_EQ(audio.track_stream[2], -1);
-    EXPECT_EQ(audio.track_decoder[0]->id, AV_CODEC_ID_PCM_S16LE);
-    EXPECT_EQ(audio.track_decoder[1]->id, AV_CODEC_ID_MP2);
-    for (size_t track = 0; track < 2; ++track) {
-        EXPECT_EQ(audio.track_rate[track], 44100);
-        EXPECT_EQ(audio.track_chans[track], 1);
-        EXPECT_EQ(audio.track_fmt[track], audio.track_codec[track]->sample_fmt);
-        EXPECT_EQ(audio.track_buf[track].size(), 192000U);
-        EXPECT_NE(audio.track_av_stream[track], nullptr);
+    const Tracks& tracks = media->tracks;
+    ASSERT_EQ(tracks.count(), 2);
+    EXPECT_EQ(tracks.find(0)->stream_index, 1);
+    EXPECT_EQ(tracks.find(1)->stream_index, 2);
+    EXPECT_EQ(tracks.find(0)->coder->id, AV_CODEC_ID_PCM_S16LE);
+    EXPECT_EQ(tracks.find(1)->coder->id, AV_CODEC_ID_MP2);
+    for (const Track& track : tracks) {
+        EXPECT_EQ(track.delivered, (ffmpeg::SoundForm{1, track.codec->sample_fmt, 44100}));
+        EXPECT_EQ(track.buffer.size(), 192000U);
+        EXPECT_NE(track.stream, nullptr);
     }
-    EXPECT_NE(audio.audio_frame, nullptr);
+    EXPECT_NE(media->sound.audio_frame, nullptr);
 }
 
 TEST(Open, GivesTheUserTheFirstTracksFormatAndTheIdentityChannelMap) {
     const Media media = open_media(media_path("two_tracks_pcm_mp2.mkv"));
     ASSERT_TRUE(media);
-    const qmio::AudioState& audio = media->audio;
-    EXPECT_EQ(audio.user_rate, 44100);
-    EXPECT_EQ(audio.user_fmt, AV_SAMPLE_FMT_S16);
-    EXPECT_EQ(audio.user_chans, 1);
-    EXPECT_EQ(audio.fill_silence, 1);
-    EXPECT_EQ(audio.cur_track, 0);
+    const Sound& sound = media->sound;
+    EXPECT_EQ(sound.user, (ffmpeg::SoundForm{1, AV_SAMPLE_FMT_S16, 44100}));
+    EXPECT_TRUE(sound.fill_silence);
+    EXPECT_EQ(sound.cur_track, 0);
     for (int channel = 0; channel < 16; ++channel)
-        EXPECT_EQ(audio.chan_map[static_cast<size_t>(channel)], channel);
+        EXPECT_EQ(sound.chan_map[static_cast<size_t>(channel)], channel);
 }
 
 TEST(Open, SoundAloneHasNoVideo) {
@@ -105,9 +98,9 @@ TEST(Open, SoundAloneHasNoVideo) {
     EXPECT_EQ(file_param(media, "naudio"), 1);
     EXPECT_EQ(file_param(media, "audio"), 0);
     EXPECT_EQ(qmio_get_dur(media.get()), 2000);
-    EXPECT_EQ(media->reader.pCodecCtx, nullptr);
-    EXPECT_EQ(media->reader.pFrame, nullptr);
-    EXPECT_EQ(media->reader.pFrameRGB, nullptr);
+    EXPECT_EQ(media->video.codec, nullptr);
+    EXPECT_EQ(media->reading.pFrame, nullptr);
+    EXPECT_EQ(media->reading.pFrameRGB, nullptr);
     uint8_t pixel[4];
     EXPECT_EQ(qmio_read_frame(media.get(), pixel), 0);
 }
@@ -120,23 +113,24 @@ TEST(Open, SourceWithoutPicturesAndSoundOpens) {
     ASSERT_TRUE(media);
     EXPECT_EQ(file_param(media, "nvideo"), 0);
     EXPECT_EQ(file_param(media, "naudio"), 0);
-    EXPECT_EQ(media->audio.user_rate, 0);
-    EXPECT_EQ(media->audio.user_chans, 0);
-    EXPECT_EQ(media->audio.fill_silence, 1);
+    EXPECT_EQ(media->sound.user.rate, 0);
+    EXPECT_EQ(media->sound.user.channels, 0);
+    EXPECT_TRUE(media->sound.fill_silence);
 }
 
 TEST(Open, SeventeenAudioStreamsBecomeSixteenTracks) {
     const Media media = open_media(media_path("seventeen_audio_tracks.mkv"));
     ASSERT_TRUE(media);
     EXPECT_EQ(file_param(media, "naudio"), 16);
-    EXPECT_EQ(media->audio.track_stream[15], 16);
-    EXPECT_NE(media->audio.track_decoder[15], nullptr);
+    const Track& last = *media->tracks.find(15);
+    EXPECT_EQ(last.stream_index, 16);
+    EXPECT_NE(last.coder, nullptr);
 }
 
 TEST(OpenFrameCount, IsRateTimesTheStreamsDuration) {
     const Media media = open_media(media_path("small_h264_aac.mp4"));
     ASSERT_TRUE(media);
-    ASSERT_NE(media->reader.video_st->duration, AV_NOPTS_VALUE);
+    ASSERT_NE(media->video.stream->duration, AV_NOPTS_VALUE);
     EXPECT_EQ(file_param(media, "frames"), 25);
 }
 
@@ -144,8 +138,8 @@ TEST(OpenFrameCount, IsRateTimesTheStreamsDuration) {
 TEST(OpenFrameCount, IsRateTimesTheContainersDurationWhenTheStreamHasNone) {
     const Media media = open_media(media_path("two_tracks_pcm_mp2.mkv"));
     ASSERT_TRUE(media);
-    ASSERT_EQ(media->reader.video_st->duration, AV_NOPTS_VALUE);
-    const int64_t milliseconds = media->format_ctx->duration / 1000;
+    ASSERT_EQ(media->video.stream->duration, AV_NOPTS_VALUE);
+    const int64_t milliseconds = media->container.format_ctx->duration / 1000;
     EXPECT_EQ(file_param(media, "frames"), milliseconds * 25 / 1000);
     EXPECT_GE(file_param(media, "frames"), 50);
 }
@@ -153,8 +147,8 @@ TEST(OpenFrameCount, IsRateTimesTheContainersDurationWhenTheStreamHasNone) {
 TEST(OpenFrameCount, IsOneWhenNoDurationIsKnown) {
     const Media media = open_media(media_path("live_mpeg4.mkv"));
     ASSERT_TRUE(media);
-    ASSERT_EQ(media->reader.video_st->duration, AV_NOPTS_VALUE);
-    ASSERT_EQ(media->format_ctx->duration, AV_NOPTS_VALUE);
+    ASSERT_EQ(media->video.stream->duration, AV_NOPTS_VALUE);
+    ASSERT_EQ(media->container.format_ctx->duration, AV_NOPTS_VALUE);
     EXPECT_EQ(file_param(media, "frames"), 1);
 }
 
@@ -169,7 +163,7 @@ TEST(OpenFrameCount, IsOneForStillPictures) {
 TEST(OpenFrameCount, IsOneWithoutAnAverageRate) {
     const Media media = open_media(media_path("no_average_rate.asf"));
     ASSERT_TRUE(media);
-    const AVRational rate = media->reader.video_st->avg_frame_rate;
+    const AVRational rate = media->video.stream->avg_frame_rate;
     ASSERT_TRUE(rate.num == 0 || rate.den == 0) << rate.num << "/" << rate.den;
     EXPECT_EQ(file_param(media, "frames"), 1);
 }
@@ -177,28 +171,27 @@ TEST(OpenFrameCount, IsOneWithoutAnAverageRate) {
 TEST(Open, StartTimeIsKeptInMicroseconds) {
     const Media media = open_media(media_path("intra_mpeg2.ts"));
     ASSERT_TRUE(media);
-    const AVStream* stream = media->reader.video_st;
+    const AVStream* stream = media->video.stream;
     ASSERT_GT(stream->start_time, 0);
-    EXPECT_EQ(media->reader.start_time_us,
-              stream->start_time * stream->time_base.num * 1000000 / stream->time_base.den);
+    EXPECT_EQ(media->video.start_time_us, stream->start_time * stream->time_base.num * 1000000 / stream->time_base.den);
 }
 
 TEST(Open, ReadingIsNotBlockingForDemuxersThatKnowHow) {
     const Media media = open_media(media_path("tone.wav"));
     ASSERT_TRUE(media);
-    EXPECT_NE(media->format_ctx->flags & AVFMT_FLAG_NONBLOCK, 0);
+    EXPECT_NE(media->container.format_ctx->flags & AVFMT_FLAG_NONBLOCK, 0);
 }
 
 TEST(OpenOptions, ThreadsOverridesTheDecodersThreadCount) {
     const Media media = open_media(media_path("small_h264_aac.mp4").string(), "threads=7");
     ASSERT_TRUE(media);
-    EXPECT_EQ(media->reader.pCodecCtx->thread_count, 7);
+    EXPECT_EQ(media->video.codec->thread_count, 7);
 }
 
 TEST(OpenOptions, WideOptionsDoTheSame) {
     const Media media(qmio_open_ex_w(wide_name(media_path("small_h264_aac.mp4")).c_str(), L"threads=7"));
     ASSERT_TRUE(media);
-    EXPECT_EQ(media->reader.pCodecCtx->thread_count, 7);
+    EXPECT_EQ(media->video.codec->thread_count, 7);
 }
 
 TEST(OpenOptions, TheDecoderChoosesItsThreadsByDefault) {
@@ -207,14 +200,14 @@ TEST(OpenOptions, TheDecoderChoosesItsThreadsByDefault) {
     ASSERT_EQ(avcodec_open2(automatic.get(), nullptr, nullptr), 0);
     const Media media = open_media(media_path("small_h264_aac.mp4"));
     ASSERT_TRUE(media);
-    EXPECT_EQ(media->reader.pCodecCtx->thread_count, automatic->thread_count);
+    EXPECT_EQ(media->video.codec->thread_count, automatic->thread_count);
 }
 
 TEST(OpenOptions, ReachTheDemuxerAndTheDecoderFromOneString) {
     const Media media = open_media(media_path("small_h264_aac.mp4").string(), "probesize=123456, skip_frame=nokey");
     ASSERT_TRUE(media);
-    EXPECT_EQ(media->format_ctx->probesize, 123456);
-    EXPECT_EQ(media->reader.pCodecCtx->skip_frame, AVDISCARD_NONKEY);
+    EXPECT_EQ(media->container.format_ctx->probesize, 123456);
+    EXPECT_EQ(media->video.codec->skip_frame, AVDISCARD_NONKEY);
 }
 
 TEST(OpenOptions, UnknownKeysAreIgnored) {
@@ -245,13 +238,13 @@ TEST(OpenUndecodable, LaterSoundDisablesEveryTrack) {
     const Media media = open_media(path);
     ASSERT_TRUE(media);
     EXPECT_EQ(last_error(), "No codec found for audio stream 1 (2)");
-    EXPECT_EQ(media->audio.track_count, 2);
-    for (size_t track = 0; track < 16; ++track) {
-        EXPECT_EQ(media->audio.track_stream[track], -1);
-        EXPECT_EQ(media->audio.track_codec[track], nullptr);
-        EXPECT_EQ(media->audio.track_decoder[track], nullptr);
+    EXPECT_EQ(media->tracks.count(), 2);
+    for (const Track& track : media->tracks) {
+        EXPECT_EQ(track.stream_index, -1);
+        EXPECT_EQ(track.codec, nullptr);
+        EXPECT_EQ(track.coder, nullptr);
     }
-    EXPECT_EQ(media->audio.user_rate, 0);
+    EXPECT_EQ(media->sound.user.rate, 0);
 }
 
 TEST(OpenUndecodable, DisabledSoundGivesNoAudioPackets) {

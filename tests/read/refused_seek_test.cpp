@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <memory>
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 #include "support/media.h"
 #include "support/temp_dir.h"
 
@@ -19,12 +19,12 @@ class RefusedSeek : public testing::Test {
         player_ = std::make_unique<Player>(path_);
         ASSERT_TRUE(player_->is_open());
         std::filesystem::resize_file(path_, 0);
-        handle()->format_ctx->pb->seekable = 0;
+        handle()->container.format_ctx->pb->seekable = 0;
     }
 
     void give_the_file_back() {
         write_bytes(path_, read_bytes(media_path("mpeg2.ts")));
-        handle()->format_ctx->pb->seekable = AVIO_SEEKABLE_NORMAL;
+        handle()->container.format_ctx->pb->seekable = AVIO_SEEKABLE_NORMAL;
     }
 
     MediaHandle* handle() const { return player_->handle(); }
@@ -61,18 +61,18 @@ TEST(OneFrameSource, ForgetsAWantedFrameWhenItAnswersFrameZero) {
     const Media media = open_media(media_path("live_h264.mkv"));
     qmio_seek_frame_ex(media.get(), 5);
     EXPECT_EQ(qmio_seek_frame(media.get(), 9), 0);
-    EXPECT_EQ(media->reader.pending.target, PendingSeek::none);
+    EXPECT_EQ(media->reading.pending, nullptr);
     qmio_seek_frame_ex(media.get(), 5);
     EXPECT_EQ(qmio_seek_ts(media.get(), 0, 1), 0);
-    EXPECT_EQ(media->reader.pending.target, PendingSeek::none);
+    EXPECT_EQ(media->reading.pending, nullptr);
 }
 
 TEST_F(RefusedSeek, LeavesNoFrameWanted) {
     EXPECT_EQ(qmio_seek_frame(handle(), 40), -1);
-    EXPECT_EQ(handle()->reader.want_frame, 0);
-    EXPECT_EQ(handle()->reader.have_frame, -1);
-    EXPECT_EQ(handle()->reader.seek_position, 0);
-    EXPECT_EQ(handle()->reader.pending.target, PendingSeek::none);
+    EXPECT_EQ(handle()->video.want_frame, 0);
+    EXPECT_EQ(handle()->video.have_frame, -1);
+    EXPECT_EQ(handle()->reading.seek_position, 0);
+    EXPECT_EQ(handle()->reading.pending, nullptr);
 }
 
 TEST_F(RefusedSeek, DoesNotConcernTheStartOfAFreshHandle) {
@@ -82,7 +82,7 @@ TEST_F(RefusedSeek, DoesNotConcernTheStartOfAFreshHandle) {
 
 TEST_F(RefusedSeek, DoesNotConcernTheOldVariantOnTheWantedFrame) {
     EXPECT_EQ(qmio_seek_frame_ex_old(handle(), 0), 0);
-    EXPECT_EQ(handle()->reader.stream_flags & stream_flag::no_seek, 0U);
+    EXPECT_FALSE(handle()->reading.no_seek);
     EXPECT_EQ(qmio_seek_frame_ex_old(handle(), 40), -1);
     EXPECT_EQ(qmio_seek_frame(handle(), 40), 0);
 }

@@ -3,7 +3,7 @@
 
 #include <map>
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 #include "support/media.h"
 
 namespace qmio::test {
@@ -21,7 +21,7 @@ std::map<std::pair<int, int>, int> results_by_stream(MediaHandle* handle) {
 
 TEST(SelectedTrack, OnlyItsPacketsCountAsSound) {
     Player player(media_path("two_audio_tracks.mp4"));
-    player.handle()->audio.cur_track = 1;
+    player.handle()->sound.cur_track = 1;
     auto results = results_by_stream(player.handle());
     EXPECT_EQ(results.size(), 3U);
     EXPECT_EQ((results[{0, 1}]), 150);
@@ -31,7 +31,7 @@ TEST(SelectedTrack, OnlyItsPacketsCountAsSound) {
 
 TEST(SelectedTrack, NegativeMeansEveryTrack) {
     Player player(media_path("two_audio_tracks.mp4"));
-    player.handle()->audio.cur_track = -1;
+    player.handle()->sound.cur_track = -1;
     auto results = results_by_stream(player.handle());
     EXPECT_EQ(results.size(), 3U);
     EXPECT_GT((results[{1, 2}]), 0);
@@ -40,7 +40,7 @@ TEST(SelectedTrack, NegativeMeansEveryTrack) {
 
 TEST(SelectedTrack, TheStreamOfItsLastPacketIsTold) {
     Player player(media_path("two_audio_tracks.mp4"));
-    player.handle()->audio.cur_track = 1;
+    player.handle()->sound.cur_track = 1;
     while (qmio_get_frame(player.handle()) != 2)
         qmio_release_frame(player.handle());
     EXPECT_EQ(qmio_get_astream(player.handle()), 2);

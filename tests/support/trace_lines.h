@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/settings.h"
+#include "core/process/settings.h"
 #include "qmlib/sinks.h"
 #include "support/temp_dir.h"
 

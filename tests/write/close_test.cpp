@@ -4,7 +4,7 @@
 #include <atomic>
 #include <thread>
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 #include "support/loopback_server.h"
 #include "support/media.h"
 #include "support/open_media.h"
@@ -103,7 +103,7 @@ TEST(Cancel, TakesTheContainerAndLeavesTheHandle) {
     ASSERT_TRUE(media);
     EXPECT_EQ(file_param(media, "check"), 0);
     EXPECT_EQ(qmio_cancel(media.get()), 0);
-    EXPECT_EQ(media->format_ctx, nullptr);
+    EXPECT_EQ(media->container.format_ctx, nullptr);
     EXPECT_EQ(file_param(media, "check"), -1);
     EXPECT_EQ(file_param(media, "width"), 160);
 }
@@ -209,7 +209,7 @@ TEST_F(SilentSource, CancelEndsReadingPackets) {
     cancel_once_read();
     reader.join();
     EXPECT_EQ(result, -1);
-    EXPECT_EQ(media_->format_ctx, nullptr);
+    EXPECT_EQ(media_->container.format_ctx, nullptr);
 }
 
 TEST_F(SilentSource, CancelEndsReadingPictures) {

@@ -5,7 +5,7 @@
 #include <climits>
 #include <cstdint>
 
-#include "core/frame_index.h"
+#include "core/handle/frame_index.h"
 #include "support/open_media.h"
 #include "support/process.h"
 #include "support/temp_dir.h"

@@ -3,7 +3,7 @@
 
 #include <sstream>
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 #include "support/media.h"
 #include "support/temp_dir.h"
 #include "write/made_pictures.h"
@@ -43,28 +43,28 @@ class TrackState : public testing::Test {
 TEST_F(TrackState, MissingPartsAreToldInTheirOrder) {
     const Writer pcm = writer("fmt=matroska" + kPcm);
     ASSERT_TRUE(pcm.is_open());
-    WriterState& state = pcm.handle()->writer;
-    EXPECT_EQ(without<int32_t>(pcm, state.audio_stream_index[0], -1), QMIO_TRACK_NO_STREAM_INDEX);
-    EXPECT_EQ(without<AVCodecContext*>(pcm, state.audio_codec_ctx[0], nullptr), QMIO_TRACK_NO_CODEC);
-    EXPECT_EQ(without<const AVCodec*>(pcm, state.audio_encoder[0], nullptr), QMIO_TRACK_NO_ENCODER);
-    EXPECT_EQ(without<AVStream*>(pcm, state.audio_stream[0], nullptr), QMIO_TRACK_NO_STREAM);
-    EXPECT_EQ(without<int32_t>(pcm, state.channels[0], 0), QMIO_TRACK_NO_FORM);
-    EXPECT_EQ(without<int32_t>(pcm, state.channels[0], -2), QMIO_TRACK_NO_FORM);
-    EXPECT_EQ(without<int32_t>(pcm, state.sample_fmt[0], -1), QMIO_TRACK_NO_FORM);
-    EXPECT_EQ(without<int32_t>(pcm, state.sample_fmt[0], 1000), QMIO_TRACK_NO_FORM);
+    Track& track = pcm.handle()->tracks.first();
+    EXPECT_EQ(without<int32_t>(pcm, track.stream_index, -1), QMIO_TRACK_NO_STREAM_INDEX);
+    EXPECT_EQ(without<AVCodecContext*>(pcm, track.codec, nullptr), QMIO_TRACK_NO_CODEC);
+    EXPECT_EQ(without<const AVCodec*>(pcm, track.coder, nullptr), QMIO_TRACK_NO_ENCODER);
+    EXPECT_EQ(without<AVStream*>(pcm, track.stream, nullptr), QMIO_TRACK_NO_STREAM);
+    EXPECT_EQ(without<int32_t>(pcm, track.file.channels, 0), QMIO_TRACK_NO_FORM);
+    EXPECT_EQ(without<int32_t>(pcm, track.file.channels, -2), QMIO_TRACK_NO_FORM);
+    EXPECT_EQ(without<AVSampleFormat>(pcm, track.file.format, AV_SAMPLE_FMT_NONE), QMIO_TRACK_NO_FORM);
+    EXPECT_EQ(without<AVSampleFormat>(pcm, track.file.format, AV_SAMPLE_FMT_NB), QMIO_TRACK_NO_FORM);
     EXPECT_EQ(pcm.write_sound(0, Bytes(400)), 400);
 }
 
 TEST_F(TrackState, MissingPartsOfFixedFramesAreTold) {
     const Writer flac = writer("fmt=flac" + kFlac);
     ASSERT_TRUE(flac.is_open());
-    WriterState& state = flac.handle()->writer;
-    auto ring = std::move(state.audio_ring[0]);
+    Track& track = flac.handle()->tracks.first();
+    auto ring = std::move(track.ring);
     EXPECT_EQ(flac.write_sound(0, Bytes(400)), QMIO_TRACK_NO_RING);
-    state.audio_ring[0] = std::move(ring);
-    auto buffer = std::move(state.audio_buffer[0]);
+    track.ring = std::move(ring);
+    auto buffer = std::move(track.frame_buffer);
     EXPECT_EQ(flac.write_sound(0, Bytes(400)), QMIO_TRACK_NO_BUFFER);
-    state.audio_buffer[0] = std::move(buffer);
+    track.frame_buffer = std::move(buffer);
     EXPECT_EQ(flac.write_sound(0, Bytes(400)), 0);
 }
 
@@ -120,7 +120,7 @@ TEST_F(TrackState, PacketsStandInTheOrderOfTheCallsOrInterleavedInTheOrderOfThei
 TEST_F(TrackState, PacketsThatAreVeryLongTellTheLowBitsOfTheirLength) {
     {
         const Writer pcm = writer("fmt=framecrc" + kPcm);
-        pcm.handle()->writer.audio_stream[0]->time_base = {1, 1 << 30};
+        pcm.handle()->tracks.first().stream->time_base = {1, 1 << 30};
         for (int packet = 0; packet < 2; ++packet)
             EXPECT_GT(pcm.write_sound(0, Bytes(5 * 48000 * 4)), 0);
     }

@@ -1,5 +1,5 @@
 // The loader's notice that this library, or a program it is linked into, begins and ends.
-#include "core/settings.h"
+#include "core/process/settings.h"
 
 namespace {
 

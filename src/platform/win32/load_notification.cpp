@@ -2,7 +2,7 @@
 // lock: no thread may be waited for and no library loaded here.
 #include <cstdlib>
 
-#include "core/settings.h"
+#include "core/process/settings.h"
 #include "platform/win32/windows.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "core/last_error.h"
+#include "core/process/last_error.h"
 
 #include <array>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "core/settings.h"
+#include "core/process/settings.h"
 
 #include <algorithm>
 #include <cctype>

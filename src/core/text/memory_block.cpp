@@ -1,10 +1,10 @@
-#include "core/memory_block.h"
+#include "core/text/memory_block.h"
 
 #include <charconv>
 #include <cstring>
 #include <limits>
 
-#include "core/names.h"
+#include "core/text/names.h"
 #include "ffmpeg/ffmpeg.h"
 
 namespace qmio::memory_block {

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "core/trace.h"
+#include "core/process/trace.h"
 
 namespace qmio {
 
@@ -15,7 +15,7 @@ void store_last_error(int level, std::wstring_view format, Arguments arguments) 
 }
 
 // Keeps a message, cut to the room there is, and marks it as pending. `level` is an FFmpeg log level. The format is one
-// of trace lines (core/trace.h), so that one literal serves both. Any thread may call.
+// of trace lines (core/process/trace.h), so that one literal serves both. Any thread may call.
 template <class... Values>
 void set_last_error(int level, TraceFormat<Values...> format, const Values&... values) noexcept {
     detail::with_arguments([&](detail::Arguments list) { detail::store_last_error(level, format.text(), list); },

@@ -1,7 +1,7 @@
 // What loading and unloading the library does. It runs under the loader's lock: no waiting, no threads, no libraries.
-#include "core/ffmpeg_log.h"
-#include "core/pixel_constants.h"
-#include "core/settings.h"
+#include "core/process/ffmpeg_log.h"
+#include "core/process/pixel_constants.h"
+#include "core/process/settings.h"
 #include "ffmpeg/catalogue.h"
 #include "ffmpeg/codec_lookup.h"
 #include "ffmpeg/ffmpeg.h"

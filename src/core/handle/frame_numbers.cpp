@@ -1,4 +1,4 @@
-#include "core/frame_numbers.h"
+#include "core/handle/frame_numbers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -29,12 +29,12 @@ int64_t start_or_zero(const AVStream& stream) {
     return stream.start_time != AV_NOPTS_VALUE ? stream.start_time : 0;
 }
 
-AVRational guessed_frame_rate(const MediaHandle& handle, AVStream& stream) {
-    return av_guess_frame_rate(handle.format_ctx.get(), &stream, nullptr);
+AVRational guessed_frame_rate(const Container& container, AVStream& stream) {
+    return av_guess_frame_rate(container.format_ctx.get(), &stream, nullptr);
 }
 
-int64_t frame_to_timestamp(const MediaHandle& handle, AVStream& stream, int64_t frame) {
-    const AVRational rate = guessed_frame_rate(handle, stream);
+int64_t frame_to_timestamp(const Container& container, AVStream& stream, int64_t frame) {
+    const AVRational rate = guessed_frame_rate(container, stream);
     if (rate.num == 0 || stream.time_base.num == 0)
         return start_or_zero(stream);
     const Wide offset = Wide{frame} * rate.den * stream.time_base.den / rate.num / stream.time_base.num;
@@ -59,29 +59,18 @@ int64_t picture_timestamp(const AVFrame& frame, const AVPacket* packet) {
     return packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
 }
 
-int32_t frame_number_at(const MediaHandle& handle, int64_t timestamp) {
-    const AVStream& stream = *handle.reader.video_st;
-    const AVRational rate = handle.reader.frame_rate;
+int32_t frame_number_at(const Video& video, int64_t timestamp) {
+    const AVStream& stream = *video.stream;
+    const AVRational rate = video.frame_rate;
     const double offset = static_cast<double>(timestamp) - static_cast<double>(start_or_zero(stream));
     return to_int32(std::round(offset * rate.num * stream.time_base.num / rate.den / stream.time_base.den));
 }
 
-int32_t frame_number_of(const MediaHandle& handle, const AVPacket* packet) {
-    if (handle.reader.pFrame == nullptr || handle.reader.video_st == nullptr)
+int32_t frame_number_of(const Video& video, const AVFrame& picture, const AVPacket* packet) {
+    if (video.stream == nullptr)
         return kNoFrame;
-    const int64_t timestamp = picture_timestamp(*handle.reader.pFrame, packet);
-    return timestamp != AV_NOPTS_VALUE ? frame_number_at(handle, timestamp) : handle.reader.want_frame;
-}
-
-int32_t frame_ms_of(const MediaHandle& handle, const AVPacket* packet) {
-    if (handle.reader.pFrame == nullptr || handle.reader.video_st == nullptr)
-        return kNoFrame;
-    AVStream& stream = *handle.reader.video_st;
-    int64_t timestamp = picture_timestamp(*handle.reader.pFrame, packet);
-    if (timestamp == AV_NOPTS_VALUE)
-        timestamp = frame_to_timestamp(handle, stream, handle.reader.have_frame);
-    const double offset = static_cast<double>(timestamp) - static_cast<double>(start_or_zero(stream));
-    return to_int32(std::trunc(offset * 1000.0 * (static_cast<double>(stream.time_base.num) / stream.time_base.den)));
+    const int64_t timestamp = picture_timestamp(picture, packet);
+    return timestamp != AV_NOPTS_VALUE ? frame_number_at(video, timestamp) : video.want_frame;
 }
 
 int64_t scale_time(int64_t value, AVRational time_base, int64_t scale) {

@@ -4,7 +4,7 @@
 #include <mutex>
 #include <utility>
 
-#include "core/media_handle.h"
+#include "core/handle/media_handle.h"
 
 namespace qmio {
 

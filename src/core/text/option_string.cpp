@@ -1,4 +1,4 @@
-#include "core/option_string.h"
+#include "core/text/option_string.h"
 
 #include <algorithm>
 #include <charconv>
@@ -7,8 +7,8 @@
 #include <limits>
 #include <string_view>
 
-#include "core/creation_keys.h"
-#include "core/trace.h"
+#include "core/process/trace.h"
+#include "core/text/creation_keys.h"
 
 namespace qmio {
 namespace {

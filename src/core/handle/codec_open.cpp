@@ -1,9 +1,9 @@
-#include "core/codec_open.h"
+#include "core/handle/codec_open.h"
 
 #include <mutex>
 #include <utility>
 
-#include "core/settings.h"
+#include "core/process/settings.h"
 
 namespace qmio {
 

@@ -1,4 +1,4 @@
-#include "core/creation_keys.h"
+#include "core/text/creation_keys.h"
 
 namespace qmio {
 

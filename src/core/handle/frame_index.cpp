@@ -1,4 +1,4 @@
-#include "core/frame_index.h"
+#include "core/handle/frame_index.h"
 
 #include <algorithm>
 #include <atomic>

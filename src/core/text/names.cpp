@@ -1,6 +1,6 @@
-#include "core/names.h"
+#include "core/text/names.h"
 
-#include "core/settings.h"
+#include "core/process/settings.h"
 #include "ffmpeg/ffmpeg.h"
 #include "platform/text.h"
 

@@ -1,11 +1,11 @@
-#include "core/ffmpeg_log.h"
+#include "core/process/ffmpeg_log.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
 
-#include "core/settings.h"
+#include "core/process/settings.h"
 #include "ffmpeg/ffmpeg.h"
 #include "qmlib/sinks.h"
 

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "core/settings.h"
+#include "core/process/settings.h"
 #include "qmlib/print_format.h"
 
 namespace qmio {

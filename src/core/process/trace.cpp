@@ -1,4 +1,4 @@
-#include "core/trace.h"
+#include "core/process/trace.h"
 
 #include <string>
 

@@ -1,0 +1,43 @@
+// The container of a handle: where its bytes come from or go to, and the codec contexts of its streams.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "ffmpeg/owners.h"
+#include "ffmpeg/stream_clock.h"
+#include "platform/shared_mapping.h"
+#include "qmlib/input_source.h"
+
+namespace qmio {
+
+// Members are destroyed from the bottom up: codecs before the container, the container before its I/O.
+struct Container {
+    std::atomic<bool> cancelled{false};         // makes FFmpeg's blocking I/O return
+    std::unique_ptr<qmlib::InputSource> input;  // bytes that FFmpeg does not fetch itself; null: it does
+    ffmpeg::CustomIoPtr custom_io;
+    ffmpeg::FormatContextPtr format_ctx;
+    std::vector<ffmpeg::CodecContextPtr> stream_codec;  // every stream's own codec context
+    ffmpeg::StreamClock clock;                          // first and last dts of every stream
+    bool moved = false;  // packets were read or a seek was made since the source was opened
+    std::unique_ptr<platform::SharedMapping> index_mapping;  // the frame-position index; null: none
+};
+
+// Makes FFmpeg's blocking I/O return once the container is cancelled.
+AVIOInterruptCB interrupt_callback(Container& container);
+
+// True while there is a container to read from: not before the open, after a cancel or in a writer.
+bool is_demuxing(const Container& container);
+
+// The container's stream that a packet names; null when there is none.
+AVStream* stream_of_packet(const Container& container, const AVPacket& packet);
+
+// Takes the I/O of our own away. FFmpeg never closes it, so it goes before the context that still points at it.
+void release_custom_io(Container& container);
+
+// av_seek_frame; AVERROR(EBADF) without a container to read from.
+int seek_container(Container& container, int stream, int64_t position, int flags);
+
+}  // namespace qmio

@@ -1,0 +1,83 @@
+#include "core/handle/media_handle.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <numeric>
+
+namespace qmio {
+
+namespace {
+
+bool make_packets(Reading& reading) {
+    reading.packet.reset(av_packet_alloc());
+    reading.saved_pkt.reset(av_packet_alloc());
+    reading.audio_packet.reset(av_packet_alloc());
+    return reading.packet != nullptr && reading.saved_pkt != nullptr && reading.audio_packet != nullptr;
+}
+
+}  // namespace
+
+MediaHandle* create_handle() {
+    std::unique_ptr<void, ffmpeg::BlockDeleter> memory(av_mallocz(sizeof(MediaHandle)));
+    if (memory == nullptr)
+        return nullptr;
+    auto* handle = new (memory.get()) MediaHandle;
+    memory.release();
+    std::iota(handle->sound.chan_map.begin(), handle->sound.chan_map.end(), 0);
+    if (!make_packets(handle->reading)) {
+        destroy_handle(handle);
+        return nullptr;
+    }
+    return handle;
+}
+
+void destroy_handle(MediaHandle* handle) {
+    handle->~MediaHandle();
+    av_free(handle);
+}
+
+bool set_file_name(MediaHandle& handle, const std::string& name) {
+    if (name.size() >= sizeof handle.file_name)
+        return false;
+    std::memcpy(handle.file_name, name.c_str(), name.size() + 1);
+    return true;
+}
+
+int32_t Tracks::number_of_stream(int32_t stream) const {
+    const Track* const found =
+        std::find_if(begin(), end(), [stream](const Track& track) { return track.stream_index == stream; });
+    return found != end() && stream >= 0 ? static_cast<int32_t>(found - begin()) : kNone;
+}
+
+void release_codecs(MediaHandle& handle) {
+    handle.reading.decoder = ffmpeg::Decoder();
+    handle.video.codec = nullptr;
+    for (Track& track : handle.tracks)
+        track.codec = nullptr;
+    handle.container.stream_codec.clear();
+}
+
+void release_container(MediaHandle& handle) {
+    handle.video.stream = nullptr;
+    for (Track& track : handle.tracks)
+        track.stream = nullptr;
+    handle.container.format_ctx.reset();
+}
+
+void flush_video_decoder(Video& video, Reading& reading) {
+    if (video.codec != nullptr)
+        reading.decoder.flush();
+}
+
+void flush_audio_decoders(Tracks& tracks, Sound& sound) {
+    sound.swr.restart();
+    for (Track& track : tracks) {
+        track.decoder.flush();
+        track.rest = {};
+        track.swr.restart();
+        track.own_swr.restart();
+    }
+}
+
+}  // namespace qmio

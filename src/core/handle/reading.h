@@ -1,0 +1,31 @@
+// A source that is being read: the video decoder with the picture it gave last, and the packets in hand.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "ffmpeg/decoder.h"
+#include "ffmpeg/owners.h"
+
+namespace qmio {
+
+namespace read {
+class PendingSeek;
+}
+
+struct Reading {
+    int32_t read_result = 0;
+    ffmpeg::PacketPtr packet;                  // the packet read last
+    ffmpeg::PacketPtr saved_pkt;               // laid aside by the host
+    ffmpeg::PacketPtr audio_packet;            // the audio packet read last; advances as it is decoded
+    ffmpeg::Decoder decoder;                   // one packet in, at most one picture out, over the video's codec
+    ffmpeg::FramePtr pFrame;                   // the picture decoded last
+    ffmpeg::FramePtr pFrameRGB;                // layout of the conversion's target
+    ffmpeg::FramePtr scratch;                  // aligned target for pictures whose rows libswscale cannot write exactly
+    AVDiscard skip_frame = AVDISCARD_DEFAULT;  // what the host's options leave out, whatever a seek does
+    std::shared_ptr<read::PendingSeek> pending;  // a sought picture that has not been delivered yet; null: none
+    bool no_seek = false;                        // the container refused a seek: there are no more
+    int64_t seek_position = 0;                   // last seek target in microseconds; 0 after a failed seek
+};
+
+}  // namespace qmio

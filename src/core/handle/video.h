@@ -1,0 +1,30 @@
+// The one video stream of a handle, read or written.
+#pragma once
+
+#include <cstdint>
+
+#include "ffmpeg/ffmpeg.h"
+
+namespace qmio {
+
+inline constexpr int kNoFrame = -1;
+
+struct Video {
+    AVStream* stream = nullptr;  // owned by the container
+    int32_t stream_index = -1;
+    int32_t stream_count = 0;                     // video streams of a source; only the first is read
+    AVCodecContext* codec = nullptr;              // opened as decoder or encoder; owned by the container
+    const AVCodec* coder = nullptr;               // the decoder or encoder that it was opened with
+    int32_t width = 0;                            // picture width in pixels
+    int32_t height = 0;                           // picture height in pixels
+    AVPixelFormat pix_fmt = AV_PIX_FMT_NONE;      // of the decoded pictures, or of those to encode
+    AVPixelFormat dst_pix_fmt = AV_PIX_FMT_NONE;  // what pictures are delivered in
+    AVRational frame_rate{0, 1};
+    int64_t start_time_us = 0;
+    int32_t frame_count = 0;
+    int32_t want_frame = 0;         // number of the next frame to deliver or to encode
+    int32_t have_frame = kNoFrame;  // number of the picture held
+    int32_t gop = 12;               // a number of the host's, kept for it
+};
+
+}  // namespace qmio

@@ -1,0 +1,32 @@
+// A file that is being written.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "ffmpeg/encoder.h"
+#include "ffmpeg/owners.h"
+#include "qmlib/memory_output.h"
+
+namespace qmio {
+
+// What kind of handle it is (`mode`); zero in a reader.
+namespace mode {
+inline constexpr uint32_t writer = 1;
+inline constexpr uint32_t remux = 8;  // waits for remuxing, which sets it
+inline constexpr uint32_t interleaved = 16;
+inline constexpr uint32_t suppressed = 32;
+}  // namespace mode
+
+struct Writing {
+    uint32_t mode = 0;
+    int32_t header_result = -1;                   // of writing the header; negative: there is none in the output
+    ffmpeg::Encoder encoder;                      // one picture in, at most one packet out, over the video's codec
+    ffmpeg::FramePtr video_frame;                 // points into the host's picture during a call
+    ffmpeg::FramePtr audio_frame;                 // points into a track's samples during a call
+    ffmpeg::PacketPtr packet;                     // for packets that the host does not see
+    char* mem_block = nullptr;                    // the host's block that the file goes to; null: it goes elsewhere
+    std::unique_ptr<qmlib::MemoryOutput> memory;  // over the data of mem_block
+};
+
+}  // namespace qmio

@@ -1,0 +1,131 @@
+#include "read/choose.h"
+
+#include <algorithm>
+
+#include "core/handle/frame_numbers.h"
+#include "ffmpeg/frame_flags.h"
+#include "read/deliver.h"
+#include "read/pending_seek.h"
+#include "read/position.h"
+#include "read/walk.h"
+
+namespace qmio::read {
+
+namespace {
+
+using Verdict = PendingSeek::Verdict;
+
+// The way to a sought picture: packets that cannot help are not decoded, pictures on the way may be left out.
+class TowardsTarget : public Way {
+  public:
+    explicit TowardsTarget(Source& source) : source_(source), pending_(*source.reading.pending) {}
+
+    Packet judge(const AVPacket& packet) override {
+        if (pending_.needs_key())
+            switch (judge_before_key(packet)) {
+                case Verdict::step_back:
+                    return Packet::stop;
+                case Verdict::go_on:
+                    return Packet::pass_over;
+                case Verdict::reached:
+                    break;
+            }
+        choose_skipping(packet);
+        return Packet::decode;
+    }
+
+    bool drains_at_end() const override { return true; }
+
+  private:
+    Verdict judge_before_key(const AVPacket& packet) {
+        const bool key = (packet.flags & AV_PKT_FLAG_KEY) != 0;
+        const int64_t timestamp = key && packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
+        const int32_t number = timestamp != AV_NOPTS_VALUE ? frame_number_at(source_.video, timestamp) : kNoFrame;
+        return pending_.judge_packet(number, key);
+    }
+
+    void choose_skipping(const AVPacket& packet) {
+        const bool passing =
+            packet.pts != AV_NOPTS_VALUE && pending_.may_leave_out(frame_number_at(source_.video, packet.pts));
+        const AVDiscard configured = source_.reading.skip_frame;
+        source_.video.codec->skip_frame = passing ? std::max(configured, AVDISCARD_NONREF) : configured;
+    }
+
+    Source& source_;
+    PendingSeek& pending_;
+};
+
+Verdict judge(const Source& source, const Step& step) {
+    PendingSeek& pending = *source.reading.pending;
+    switch (step.kind) {
+        case Step::Kind::picture:
+            return pending.judge_picture(source.video.have_frame, step.has_time,
+                                         ffmpeg::is_damaged(*source.reading.pFrame));
+        case Step::Kind::broken_packet:
+            // As good as absent; the next picture tells where we are.
+            pending.note_broken_packet();
+            return Verdict::go_on;
+        case Step::Kind::stopped:
+            return Verdict::step_back;
+        case Step::Kind::end:
+            break;
+    }
+    return pending.judge_end();
+}
+
+// Positions further before the target than the last time, at the start of the source in the end. False when the
+// container refuses all of it.
+bool land_earlier(Source& source) {
+    PendingSeek& pending = *source.reading.pending;
+    while (!pending.is_at_start()) {
+        const int32_t aim = pending.step_back(source.video.frame_count);
+        if (aim > 0 ? position_before(source, aim, pending.by_time()) : position_at_start(source))
+            return true;
+    }
+    return false;
+}
+
+bool step_back(Source& source) {
+    PendingSeek& pending = *source.reading.pending;
+    if (!pending.must_begin_again())
+        return land_earlier(source);
+    pending.begin_again();
+    return position_at_start(source);
+}
+
+}  // namespace
+
+void set_target(Source& source, int32_t target, bool exact_landing) {
+    source.reading.pending = std::make_shared<PendingSeek>(target, exact_landing);
+}
+
+void forget_target(Source& source) {
+    source.reading.pending.reset();
+    if (source.video.codec != nullptr)
+        source.video.codec->skip_frame = source.reading.skip_frame;
+}
+
+void forget_passed_target(Source& source) {
+    const PendingSeek* const pending = source.reading.pending.get();
+    if (pending != nullptr && source.video.have_frame >= pending->target())
+        forget_target(source);
+}
+
+int read_target(Source& source, imio_picture& picture) {
+    imio_picture unconverted = picture;
+    unconverted.data = nullptr;
+    TowardsTarget way(source);
+    for (;;) {
+        const Step step = next_picture(source, unconverted, way);
+        const Verdict verdict = judge(source, step);
+        if (verdict == Verdict::go_on || (verdict == Verdict::step_back && step_back(source)))
+            continue;
+        forget_target(source);
+        if (verdict == Verdict::step_back || step.result <= 0)
+            return 0;
+        convert_held_picture(source, &picture);
+        return step.result;
+    }
+}
+
+}  // namespace qmio::read

@@ -1,0 +1,20 @@
+// Which picture comes out after a seek.
+#pragma once
+
+#include "qmio.h"
+#include "read/source.h"
+
+namespace qmio::read {
+
+// Remembers the picture to reach from where the container landed (read/pending_seek.h).
+void set_target(Source& source, int32_t target, bool exact_landing);
+
+void forget_target(Source& source);
+
+// A host that decodes packet by packet takes the way to a sought picture into its own hands once it has passed it.
+void forget_passed_target(Source& source);
+
+// Delivers the wanted picture: a decode result, or 0 when the source ends before it.
+int read_target(Source& source, imio_picture& picture);
+
+}  // namespace qmio::read

@@ -1,0 +1,16 @@
+// From the decoded picture to the caller's buffer.
+#pragma once
+
+#include "qmio.h"
+#include "read/source.h"
+
+namespace qmio::read {
+
+// Converts the picture held in pFrame; rows written, 0 on failure, -1 without handle or codec, 1 for a picture without
+// data, which is left alone.
+int convert_held_picture(Source& source, imio_picture* picture);
+
+// A record over a host's plain buffer of width x height x 4 bytes.
+imio_picture plain_buffer(const Video& video, uint8_t* buffer);
+
+}  // namespace qmio::read

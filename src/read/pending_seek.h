@@ -1,0 +1,68 @@
+// What is known on the way to a sought picture.
+//
+// A container lands where its index lets it: at a key frame before the target, between key frames, or behind the
+// target. From there pictures are decoded forward until their number reaches the target. Where the landing turns out to
+// be too late, the next one lies further back, at the start of the source in the end.
+#pragma once
+
+#include <cstdint>
+
+namespace qmio::read {
+
+class PendingSeek {
+  public:
+    enum class Verdict { go_on, step_back, reached };
+
+    // `exact_landing`: the container may have landed on any packet, not on a key packet.
+    PendingSeek(int32_t target, bool exact_landing);
+
+    int32_t target() const { return target_; }
+
+    // True when the frame-position index is left alone.
+    bool by_time() const { return by_time_; }
+
+    // Until a key packet comes, no picture can be whole: true while packets must be looked at before they are decoded.
+    bool needs_key() const { return need_key_; }
+
+    // About the number of a packet, while a key packet is needed: of its decoding, or of its picture when it is a key
+    // packet. Going on means leaving it out, reached that it is decoded.
+    Verdict judge_packet(int32_t number, bool key);
+
+    // True when a picture with this number only lies on the way and may be left out of decoding where no other refers to
+    // it. A field may round up to the next number, so the one just before the target is decoded like the target.
+    bool may_leave_out(int32_t number);
+
+    // About a picture that came out.
+    Verdict judge_picture(int32_t number, bool has_time, bool damaged);
+
+    // About the end of the input: the target does not exist, unless the landing was too late to see anything.
+    Verdict judge_end() const;
+
+    void note_broken_packet() { damaged_ = true; }
+
+    // True when only the start of the source is left to land at. What comes out of a damaged way depends on all that
+    // was decoded before, so that is begun again there, with nothing left out.
+    bool must_begin_again() const { return damaged_ || at_start_; }
+    void begin_again();
+
+    // The frame before which to land next; 0: at the start of the source. `frame_count` is the source's.
+    int32_t step_back(int32_t frame_count);
+    bool is_at_start() const { return at_start_; }
+
+  private:
+    void note_landing();
+
+    int32_t target_;
+    int32_t back_off_ = 0;  // how many frames before the target the last landing aimed
+    bool exact_landing_;    // the last landing aimed at any packet, not at a key packet
+    bool by_time_;
+    bool at_start_ = false;    // nothing lies before: what comes out is what sequential reading gives
+    bool decode_all_ = false;  // nothing is left out any more: what damage does depends on every picture
+    // Since the landing:
+    bool need_key_ = true;       // no key packet was read
+    bool seen_earlier_ = false;  // a picture before the target came out
+    bool skipped_ = false;       // pictures that no other refers to were left out
+    bool damaged_ = false;       // something could not be decoded whole
+};
+
+}  // namespace qmio::read
