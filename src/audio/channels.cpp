@@ -20,7 +20,7 @@ int32_t to_track_channel(const Tracks& tracks, int32_t file_channel) {
         const uint32_t behind = rest - static_cast<uint32_t>(channels_of(tracks, number));
         if (static_cast<int32_t>(behind) < 0)
             return track_channel(number, static_cast<int32_t>(rest));
-        // Behind the last track it is deliberate that that track's own channels are not taken off.
+        // The last track's own channels stay in: hosts know numbers behind all tracks as track 16 with those counted.
         if (number + 1 < kMaxTracks)
             rest = behind;
     }
@@ -55,7 +55,7 @@ int32_t set_track(Sound& sound, const Tracks& tracks, int32_t number) {
     const ffmpeg::SoundForm& form = number < 0 ? tracks.first().delivered : tracks.find(number)->delivered;
     sound.cur_track = number;
     sound.user = {number < 0 ? sound.user.channels : form.channels, form.format, form.rate};
-    return number;  // deliberately, though for track 0 it cannot be told from a failure
+    return number;  // hosts get the number that they gave, though 0 cannot be told from a failure
 }
 
 void map_channel(Sound& sound, int32_t user_channel, int32_t file_channel) {
@@ -67,7 +67,8 @@ int32_t channels_of_track(const MediaHandle& handle, int32_t number) {
     return number < 0 ? handle.sound.user.channels : channels_of(handle.tracks, number);
 }
 
-// Deliberate: the place in the list of tracks stands for the flat channel, as if every track before were mono.
+// The place in the list of tracks stands for the flat channel, as if every track before were mono: with stereo tracks
+// a host that counted channels here would get other streams than it always did.
 int32_t stream_to_file_channel(const Tracks& tracks, int32_t stream) {
     return tracks.number_of_stream(stream);
 }

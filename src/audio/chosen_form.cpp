@@ -47,8 +47,9 @@ bool must_resample(const Tracks& tracks, const ffmpeg::SoundForm& user, const AV
     return differs;
 }
 
-// All tracks at once: every one is deliberately resampled as if it were the first, its rate above all. Only where its
-// frames have another shape, which that resampler could not read, is it made from the track's own form.
+// All tracks at once: every one is resampled as if it were the first, its rate above all, so that all give as many
+// samples for as many: a track at another rate plays at the wrong speed. Only where its frames have another shape,
+// which that resampler could not read, is it made from the track's own form.
 void make_track_resamplers(Tracks& tracks, const ffmpeg::SoundForm& user, const ffmpeg::SoundForm& first) {
     for_each_open_track(tracks, [&](int number, Track& track) {
         const ffmpeg::SoundForm own = ffmpeg::form_of(*track.codec);

@@ -109,7 +109,8 @@ void deliver_planes(const Delivery& delivery, const Samples& samples) {
 // Which of the samples' channels goes to a channel of the host; negative: none.
 int32_t source_of(const Sound& sound, const Delivery& delivery, const Samples& samples, int32_t channel) {
     const int32_t mapped = sound.cur_track >= 0 ? mapped_channel(sound, channel) : channel;
-    // Deliberately the first channel for all that the file does not have, also where resampling made more of them.
+    // The first channel for all that the file does not have, also where resampling made more of them: a host that asks
+    // 5.1 of a stereo file hears its left channel in the four others.
     return mapped >= std::min(delivery.file_channels, samples.channels) ? 0 : mapped;
 }
 

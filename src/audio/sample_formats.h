@@ -11,8 +11,8 @@ namespace qmio::audio {
 // AV_SAMPLE_FMT_NONE for any other number.
 AVSampleFormat sample_format_from_code(int32_t code);
 
-// The code of a format. Deliberate: planar formats are negative, float is 0 and -1, 64-bit integers are 128 because 64
-// is double. 0 is also what is no format.
+// The code of a format. Planar formats are negative, float is 0 and -1, 64-bit integers are 128 because 64 is double.
+// 0 is also what is no format: hosts cannot tell float from none, and compare with 0 for float.
 int32_t code_of_sample_format(int32_t format);
 
 // 0 for a format that is none.

@@ -72,7 +72,7 @@ int scale_exactly(const Picture& source, const Picture& target, int flags, Frame
     Picture to = target;
     to.width = size.width;
     to.height = size.height;
-    // Made and freed for every picture on purpose: nothing is cached between calls, so no call depends on another.
+    // Made and freed for every picture: hosts scale to another size at every call, and no call depends on another.
     const ScalerPtr scaler = from.valid() ? make_scaler(from, to, flags) : nullptr;
     if (scaler == nullptr)
         return 0;

@@ -48,7 +48,7 @@ bool is_codec(const AVCodec& codec, const char* kind) {
     return same_in_any_case(kind, "decoder") && av_codec_is_decoder(&codec) != 0;
 }
 
-// Deliberately case-sensitive, unlike the kinds.
+// Case-sensitive, unlike the kinds: "Name" is no key, and hosts get null for it.
 const void* codec_info(const AVCodec& codec, char* buffer, const char* key) {
     if (key == nullptr || same(key, "name")) {
         copy_text(buffer, codec.name);
@@ -108,7 +108,7 @@ const char* pixel_info(int32_t number, const char* key) {
         return av_get_pix_fmt_name(ffmpeg::pixel_format_from_interface(number));
     if (same_in_any_case(key, "luma"))
         return reinterpret_cast<const char*>(static_cast<intptr_t>(info::luma_class(number)));
-    if (same_in_any_case(key, "sample"))  // deliberately the number of a sample format
+    if (same_in_any_case(key, "sample"))  // the number is a sample format's: hosts have no other call for its name
         return av_get_sample_fmt_name(static_cast<AVSampleFormat>(number));
     return same_in_any_case(key, "alpha") ? alpha_text(number) : "";
 }
@@ -121,7 +121,7 @@ intptr_t address(const void* object) {
     return reinterpret_cast<intptr_t>(object);
 }
 
-// Kinds are deliberately case-sensitive here.
+// Kinds are case-sensitive here: "Codec" is none, and hosts get -1.
 intptr_t object_id(const char* name, const char* kind) {
     if (same(kind, "codec") || same(kind, "decoder"))
         return address(avcodec_find_decoder_by_name(name));
@@ -192,7 +192,8 @@ const char* qmio_get_format_info(const AVOutputFormat* format, char* buf, const 
 const AVCodec* qmio_get_format_prop(const AVOutputFormat* format, const char* key) {
     if (format == nullptr || !same_in_any_case(key, "vcodec") || format->video_codec == AV_CODEC_ID_NONE)
         return nullptr;
-    // Encoder or decoder, deliberately: whichever is registered first.
+    // Encoder or decoder, whichever is registered first: for many formats hosts get a decoder, which they ask for its
+    // name alone.
     const AVCodec* codec = ffmpeg::first_codec();
     while (codec != nullptr && (codec->type != AVMEDIA_TYPE_VIDEO || codec->id != format->video_codec))
         codec = ffmpeg::next_codec(codec);

@@ -95,7 +95,7 @@ int get_packet(MediaHandle& handle, qmio_time_param* record) {
     record->duration = packet.duration;
     record->start = start_or_zero(*stream);
     set_time_base(*record, stream->time_base);
-    // Deliberately in another order than for the video stream, and without a rate to end with.
+    // In another order than for the video stream, and without a rate to end with: hosts see 0/0 for sound.
     set_rate(*record, first_valid({guessed_frame_rate(handle.container, *stream), stream->r_frame_rate,
                                    stream->avg_frame_rate}));
     return 1;
@@ -111,7 +111,7 @@ int get_key_flag(MediaHandle& handle, qmio_time_param* record) {
     return (handle.reading.packet->flags & AV_PKT_FLAG_KEY) != 0 ? 1 : 0;
 }
 
-// Deliberately 0, though the record is filled.
+// 0, though the record is filled: hosts test the record, and take 1 for a stream's.
 int get_seek_position(MediaHandle& handle, qmio_time_param* record) {
     clear(record);
     if (record != nullptr)

@@ -48,7 +48,7 @@ int MemoryOutput::read(uint8_t* buffer, int size) {
 int MemoryOutput::write(const uint8_t* buffer, int size) {
     const int64_t count = room_for(size);
     if (count < 1)
-        return 0;  // deliberately no error: a block that is too small holds the beginning
+        return 0;  // no error: writing goes on, and a block that is too small holds the beginning
     std::memcpy(data_ + position_, buffer, static_cast<std::size_t>(count));
     position_ += count;
     high_water_ = std::max(high_water_, position_);

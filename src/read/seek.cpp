@@ -108,7 +108,8 @@ void trace_byte_seek(const Source& source, const wchar_t* tag, int32_t frame, in
 
 // ---- ways to seek ----
 
-// A byte seek that fails is no error, on purpose: the handle stays as it is.
+// A byte seek that fails is no error: the host is told the frame and reads on from where it stands, as while a
+// recording grows.
 int seek_by_index(Source& source, const wchar_t* tag, int32_t frame, int64_t frames) {
     const int32_t clamped = static_cast<int32_t>(std::clamp<int64_t>(frame, 0, frames - 1));
     const int result = position_by_index(source, clamped);
@@ -131,8 +132,8 @@ int seek_by_timestamp(Source& source, const wchar_t* tag, AVStream& stream, int3
     return frame;
 }
 
-// Reads one packet where the seek landed and goes back. The wanted frame stays as it was, on purpose: the host sets
-// what it reads next.
+// Reads one packet where the seek landed and goes back. The wanted frame stays as it was: a host that
+// asks for the same frame again is not told that it is there already.
 int seek_twice(Source& source, AVStream& stream, int32_t frame) {
     const int64_t timestamp = frame_to_timestamp(source.container, stream, frame);
     if (position_by_time(source, timestamp, AVSEEK_FLAG_ANY) < 0)

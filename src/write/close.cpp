@@ -45,7 +45,8 @@ void close_reader(MediaHandle& handle) {
 
 // ---- writers ----
 
-// Sound is deliberately not drained: what an audio encoder still holds stays in it.
+// Sound is not drained: what an audio encoder still holds stays in it. Draining would make files longer than hosts
+// know them.
 void finish_streams(MediaHandle& handle) {
     const Writing& writing = handle.writing;
     if (writing.header_result < 0 || handle.container.format_ctx == nullptr || (writing.mode & mode::remux) != 0)
@@ -54,11 +55,12 @@ void finish_streams(MediaHandle& handle) {
     write::drain_video(handle);
 }
 
-// The trailer deliberately hangs on there being an output that is ours: containers that open their own files get none.
+// The trailer hangs on there being an output that is ours: containers that open their own files get none, and what
+// hosts find on the disk is as it was after the last packet.
 void write_trailer(const Container& container, const Writing& writing) {
     if (container.format_ctx->pb == nullptr)
         return;
-    trace_close(L"custom io\n");  // deliberately for an output of any kind
+    trace_close(L"custom io\n");  // for an output of any kind: readers of these traces count on the line
     if (writing.header_result < 0)
         return;
     trace_close(L"before write trailer\n");
@@ -80,8 +82,8 @@ void close_writer(MediaHandle& handle) {
     trace_close(L"close format context\n");
 }
 
-// The header of a memory target tells how many bytes were written: eight digits, deliberately the low 32 bits alone, and
-// a full stop in place of its end.
+// The header of a memory target tells how many bytes were written: eight digits, the low 32 bits alone, which is what
+// hosts parse, and a full stop in place of its end.
 void finish_memory_block(const Writing& writing) {
     if (writing.mem_block == nullptr || writing.memory == nullptr)
         return;
