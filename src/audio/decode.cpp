@@ -29,15 +29,13 @@ void consume(PacketRest& rest, AVPacket& packet, bool frames_waiting) {
 // One frame out of a packet: the next one waiting when the decoder has the packet already. Negative: a broken packet,
 // which stays as it is.
 int decode_step(Track& track, AVFrame& frame, AVPacket& packet, bool& got) {
-    int decoded = 0;
     int result = 0;
     if (is_rest(track.rest, packet))
-        decoded = track.decoder.take_kept(&frame) ? 1 : 0;
+        got = track.decoder.take_kept(&frame);
     else
-        result = track.decoder.decode(&frame, &decoded, &packet);
+        result = track.decoder.decode(&frame, got, &packet);
     if (result >= 0)
         consume(track.rest, packet, track.decoder.has_kept());
-    got = decoded != 0;
     return result;
 }
 

@@ -9,12 +9,12 @@ constexpr int kMaxErrorsPerPacket = 64;
 
 }  // namespace
 
-int Decoder::decode(AVFrame* frame, int* got, const AVPacket* packet) {
+int Decoder::decode(AVFrame* frame, bool& got, const AVPacket* packet) {
     const bool drain = packet == nullptr || packet->size <= 0 || packet->data == nullptr;
     const int result = drain ? drain_one() : feed(packet);
-    *got = take_kept(frame) ? 1 : 0;
+    got = take_kept(frame);
     // A picture that is there is delivered first; the error belongs to a packet whose picture never comes.
-    if (result < 0 && *got == 0)
+    if (result < 0 && !got)
         return result;
     return drain ? 0 : packet->size;
 }

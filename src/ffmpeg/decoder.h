@@ -14,9 +14,9 @@ class Decoder {
   public:
     void attach(AVCodecContext* context) { context_ = context; }
 
-    // Feeds `packet` (null or empty: drains) and moves the oldest decoded frame into `frame`. Sets *got to 1 when
-    // there was one. Returns the bytes used, always the whole packet, or a negative FFmpeg error.
-    int decode(AVFrame* frame, int* got, const AVPacket* packet);
+    // Feeds `packet` (null or empty: drains) and moves the oldest decoded frame into `frame`. `got` tells
+    // whether there was one. Returns the bytes used, always the whole packet, or a negative FFmpeg error.
+    int decode(AVFrame* frame, bool& got, const AVPacket* packet);
 
     // True while frames of packets that were fed are waiting.
     bool has_kept() const { return !kept_.empty(); }

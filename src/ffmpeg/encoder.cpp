@@ -2,12 +2,10 @@
 
 namespace qmio::ffmpeg {
 
-int Encoder::encode(AVPacket* packet, int* got, const AVFrame* frame) {
-    *got = 0;
+int Encoder::encode(AVPacket* packet, bool& got, const AVFrame* frame) {
     const int result = feed(frame);
     // A packet that is there is handed out beside an error, which belongs to a frame whose packet never comes.
-    if (take_kept(packet))
-        *got = 1;
+    got = take_kept(packet);
     return result < 0 ? result : 0;
 }
 

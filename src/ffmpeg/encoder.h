@@ -13,8 +13,8 @@ class Encoder {
     void attach(AVCodecContext* context) { context_ = context; }
 
     // Feeds `frame` (null: drains, after which the encoder takes no more) and moves the oldest packet into `packet`.
-    // Sets *got to 1 when there was one, also beside an error. Returns 0 or a negative FFmpeg error.
-    int encode(AVPacket* packet, int* got, const AVFrame* frame);
+    // `got` tells whether there was one, which there may be beside an error. Returns 0 or a negative FFmpeg error.
+    int encode(AVPacket* packet, bool& got, const AVFrame* frame);
 
     // Moves the oldest packet that is waiting into `packet`; false when there is none.
     bool take_kept(AVPacket* packet);

@@ -1,5 +1,7 @@
 #include "read/decode.h"
 
+#include <optional>
+
 #include "core/handle/frame_numbers.h"
 #include "core/process/trace.h"
 #include "ffmpeg/frame_flags.h"
@@ -57,60 +59,58 @@ int finish_picture(Source& source, imio_picture* picture, const AVPacket* packet
     return field_result(*source.reading.pFrame);
 }
 
-// A packet is used up without a picture: a still image, PNG above all, gets its delayed picture here. A source of
-// unknown length counts as one frame, too; where its codec cannot be drained now, reading drains it at its end.
-bool drain_still(Reading& reading, const Video& video, int* got) {
-    if (video.frame_count > 1 && video.codec->codec_id != AV_CODEC_ID_PNG)
-        return false;
-    if (!can_drain_after_packet(video))
-        return false;
-    reading.decoder.decode(reading.pFrame.get(), got, nullptr);
-    return true;
+void trace_decoded(const Video& video, bool got, int used, const AVPacket* packet) {
+    trace(TraceSwitch::read, kTag, L"\tframe %d: finished %d, decode pkt %d bytes of %d\n", video.want_frame,
+          got ? 1 : 0, used, packet != nullptr ? packet->size : 0);
 }
 
-// Feeds the decoder with what is left of the packet; false ends the call with *result.
-bool decode_rest(Source& source, AVPacket* packet, int* got, int* used, int* result) {
-    Reading& reading = source.reading;
-    if (packet == nullptr || packet->size > 0) {
-        *used = reading.decoder.decode(reading.pFrame.get(), got, packet);
-        if (*used >= 0)
-            return true;
-        trace(TraceSwitch::read, kTag, L"\t[%S] decode video error %d\n", source.name, *used);
-        *result = QMIO_DECODER_ERROR;
-        return false;
-    }
-    *used = 0;
-    if (drain_still(reading, source.video, got))
-        return true;
-    trace(TraceSwitch::read, kTag, L"\tframe %d: not decoded, key %d\n", source.video.want_frame,
-          packet->flags & AV_PKT_FLAG_KEY);
-    *result = QMIO_NO_PICTURE;
-    return false;
-}
-
-int decode_loop(Source& source, imio_picture* picture, AVPacket* packet) {
-    const Video& video = source.video;
-    for (;;) {
-        int got = 0;
-        int used = 0;
-        int result = QMIO_NO_PICTURE;
-        if (!decode_rest(source, packet, &got, &used, &result))
-            return result;
-        trace(TraceSwitch::read, kTag, L"\tframe %d: finished %d, decode pkt %d bytes of %d\n", video.want_frame, got,
-              used, packet != nullptr ? packet->size : 0);
-        if (got != 0)
-            return finish_picture(source, picture, packet);
-        if (used < 1 || packet == nullptr || packet->data == nullptr)
-            break;
-        packet->size -= used;
-        packet->data += used;
-        trace(TraceSwitch::read, kTag, L"\tframe %d: finished %d, new pkt size %d\n", video.want_frame, got,
-              packet->size);
-        if (video.codec->codec_id == AV_CODEC_ID_H264 && packet->size < 1)
-            break;
-    }
+int trace_done() {
     trace(TraceSwitch::read, kTag, L"done\n");
     return QMIO_NO_PICTURE;
+}
+
+// The first step: the packet into the decoder, or the drain. Nothing where all of the packet was used without a picture
+// and the second step may find one.
+std::optional<int> feed(Source& source, imio_picture* picture, AVPacket* packet) {
+    const Video& video = source.video;
+    bool got = false;
+    const int used = source.reading.decoder.decode(source.reading.pFrame.get(), got, packet);
+    if (used < 0) {
+        trace(TraceSwitch::read, kTag, L"\t[%S] decode video error %d\n", source.name, used);
+        return QMIO_DECODER_ERROR;
+    }
+    trace_decoded(video, got, used, packet);
+    if (got)
+        return finish_picture(source, picture, packet);
+    if (used < 1 || packet == nullptr || packet->data == nullptr)
+        return trace_done();
+    packet->size -= used;
+    packet->data += used;
+    trace(TraceSwitch::read, kTag, L"\tframe %d: finished 0, new pkt size %d\n", video.want_frame, packet->size);
+    if (video.codec->codec_id == AV_CODEC_ID_H264 && packet->size < 1)
+        return trace_done();
+    return std::nullopt;
+}
+
+// A packet is used up without a picture: a still image, PNG above all, gets its delayed picture here. A source of
+// unknown length counts as one frame, too; where its codec cannot be drained now, reading drains it at its end.
+bool may_hold_still(const Video& video) {
+    const bool is_still = video.frame_count <= 1 || video.codec->codec_id == AV_CODEC_ID_PNG;
+    return is_still && can_drain_after_packet(video);
+}
+
+// The second step: the picture that the decoder of a still image holds.
+int take_still(Source& source, imio_picture* picture, const AVPacket& packet) {
+    const Video& video = source.video;
+    if (!may_hold_still(video)) {
+        trace(TraceSwitch::read, kTag, L"\tframe %d: not decoded, key %d\n", video.want_frame,
+              packet.flags & AV_PKT_FLAG_KEY);
+        return QMIO_NO_PICTURE;
+    }
+    bool got = false;
+    source.reading.decoder.decode(source.reading.pFrame.get(), got, nullptr);
+    trace_decoded(video, got, 0, &packet);
+    return got ? finish_picture(source, picture, &packet) : trace_done();
 }
 
 }  // namespace
@@ -125,7 +125,10 @@ int decode_packet(Source& source, imio_picture* picture, AVPacket* packet) {
           video.want_frame, video.have_frame, packet != nullptr ? packet->flags & AV_PKT_FLAG_KEY : 0,
           packet != nullptr ? packet->size : 0, packet != nullptr ? packet->pts : AV_NOPTS_VALUE,
           packet != nullptr ? packet->dts : AV_NOPTS_VALUE);
-    return decode_loop(source, picture, packet);
+    if (packet == nullptr || packet->size > 0)
+        if (const std::optional<int> result = feed(source, picture, packet))
+            return *result;
+    return take_still(source, picture, *packet);
 }
 
 int deliver_kept(Source& source, imio_picture* picture) {

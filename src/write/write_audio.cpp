@@ -78,7 +78,7 @@ void rescale(AVPacket& packet, AVRational from, AVRational to, bool is_variable)
         packet.pts = av_rescale_q(packet.pts, from, to);
     if (packet.dts != AV_NOPTS_VALUE)
         packet.dts = av_rescale_q(packet.dts, from, to);
-    // Deliberately only the low 32 bits of the length.
+    // Only the low 32 bits of the length, as files of hosts that write very long packets have it.
     if (packet.duration > 0)
         packet.duration = static_cast<int32_t>(av_rescale_q(packet.duration, from, to));
 }
@@ -95,10 +95,10 @@ void put(TrackWrite& write, AVPacket& packet) {
 int32_t encode_and_put(TrackWrite& write) {
     const Writing& writing = write.writing;
     ffmpeg::Encoder& encoder = write.track.encoder;
-    int got = 0;
-    const int result = encoder.encode(writing.packet.get(), &got, writing.audio_frame.get());
+    bool got = false;
+    const int result = encoder.encode(writing.packet.get(), got, writing.audio_frame.get());
     av_frame_unref(writing.audio_frame.get());
-    for (bool more = got != 0; more; more = encoder.take_kept(writing.packet.get()))
+    for (bool more = got; more; more = encoder.take_kept(writing.packet.get()))
         put(write, *writing.packet);
     return result < 0 ? QMIO_TRACK_ENCODE_FAILED : kDone;
 }
@@ -146,14 +146,15 @@ int32_t write_through_ring(TrackWrite& write) {
         return QMIO_TRACK_NO_BUFFER;
     const int stored = store(write, write.data, write.samples);
     const int32_t result = write_ready_frames(write);
-    // Deliberately advanced by the number of samples stored, not by their bytes: what a full ring left over is not what
-    // comes after that in the data. Hosts stay below a ring's worth at a time.
+    // Advanced by the number of samples stored, not by their bytes: what a full ring left over is not what comes after
+    // that in the data, and a host that writes more than a ring's worth at a time hears it. They stay below that.
     if (result >= 0 && stored < write.samples)
         store(write, write.data != nullptr ? write.data + stored : nullptr, write.samples - stored);
     return result;
 }
 
-// Deliberate arithmetic: in values of all channels, not samples, so that a frame and a half may be added.
+// In values of all channels, not samples, so that a frame and a half may be added: hosts know the lengths that this
+// gives.
 int32_t padding_bytes(const Track& track, int32_t ready) {
     const int32_t frame = track.frame_samples * track.file.channels;
     return frame > 0 ? audio::sample_bytes(track.file.format) * (frame - ready % frame) : 0;

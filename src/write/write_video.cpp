@@ -51,7 +51,7 @@ void mark_fields(AVFrame& frame, AVFieldOrder order) {
         ffmpeg::set_top_field_first(frame);
 }
 
-void trace_encoded(const Video& video, int result, int got, const AVPacket& packet) {
+void trace_encoded(const Video& video, int result, bool got, const AVPacket& packet) {
     if (!tracing(TraceSwitch::write))
         return;
     const int frame = video.want_frame;
@@ -59,12 +59,13 @@ void trace_encoded(const Video& video, int result, int got, const AVPacket& pack
         video.stream != nullptr ? av_rescale_q(frame, video.codec->time_base, video.stream->time_base) : AV_NOPTS_VALUE;
     trace(TraceSwitch::write, kEncodeTag,
           L"res %d, encode video, enc size %d, got %d, frame %d, enc_pts %s, enc_dts %s, calc_pts %s\n", result,
-          packet.size, got, frame, timestamp_text(packet.pts), timestamp_text(packet.dts), timestamp_text(calculated));
+          packet.size, got ? 1 : 0, frame, timestamp_text(packet.pts), timestamp_text(packet.dts),
+          timestamp_text(calculated));
     if (result < 0)
         trace(TraceSwitch::write, kEncodeTag, L"error encode\n");
 }
 
-int encode_frame(Writing& writing, const Video& video, const imio_picture& picture, int* got, AVPacket& packet) {
+int encode_frame(Writing& writing, const Video& video, const imio_picture& picture, bool& got, AVPacket& packet) {
     AVFrame& frame = *writing.video_frame;
     if (!point_at(frame, *video.codec, video.pix_fmt, picture))
         return AVERROR(EINVAL);
@@ -130,12 +131,12 @@ int write(MediaHandle& handle, const imio_picture* picture) {
 
 bool encode_picture(Writing& writing, Video& video, const imio_picture& picture, AVPacket& packet) {
     av_packet_unref(&packet);  // sets what FFmpeg takes for unknown
-    int got = 0;
-    const int result = encode_frame(writing, video, picture, &got, packet);
+    bool got = false;
+    const int result = encode_frame(writing, video, picture, got, packet);
     trace_encoded(video, result, got, packet);
     // A picture that failed uses up its number all the same.
     ++video.want_frame;
-    return got != 0;
+    return got;
 }
 
 int put_packet(MediaHandle& handle, AVPacket* packet, bool closing) {
@@ -162,16 +163,16 @@ void drain_video(MediaHandle& handle) {
         return;
     AVPacket& packet = *handle.writing.packet;
     for (;;) {
-        int got = 0;
-        const int result = handle.writing.encoder.encode(&packet, &got, nullptr);
+        bool got = false;
+        const int result = handle.writing.encoder.encode(&packet, got, nullptr);
         if (tracing(TraceSwitch::close))
             trace(TraceSwitch::close, kCloseTag, L"*** flush encode: res %d, got %d, frm %d, pts %s, dts %s, size %d\n",
-                  result, got, handle.video.want_frame, timestamp_text(packet.pts), timestamp_text(packet.dts),
+                  result, got ? 1 : 0, handle.video.want_frame, timestamp_text(packet.pts), timestamp_text(packet.dts),
                   packet.size);
-        if (got != 0)
+        if (got)
             put_packet(handle, &packet, true);
         av_packet_unref(&packet);
-        if (result < 0 || got == 0)
+        if (result < 0 || !got)
             return;
     }
 }

@@ -59,8 +59,8 @@ class Stream {
 
   private:
     int step(const AVPacket* packet) {
-        int got = 0;
-        const int used = decoder_.decode(frame_.get(), &got, packet);
+        bool got = false;
+        const int used = decoder_.decode(frame_.get(), got, packet);
         EXPECT_EQ(used, packet != nullptr ? packet->size : 0);
         return got;
     }

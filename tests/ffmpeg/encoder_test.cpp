@@ -43,10 +43,9 @@ class EncoderTest : public testing::Test {
 
     // 1 with a packet, 0 without, negative on an error.
     int encode(const AVFrame* frame) {
-        int got = -1;
-        const int result = packets_.encode(packet_.get(), &got, frame);
-        EXPECT_TRUE(got == 0 || got == 1);
-        if (got == 1)
+        bool got = false;
+        const int result = packets_.encode(packet_.get(), got, frame);
+        if (got)
             times_.insert(packet_->pts);
         return result < 0 ? result : got;
     }
