@@ -6,57 +6,28 @@
 #include "core/handle/half_built.h"
 #include "core/process/settings.h"
 #include "core/process/trace.h"
-#include "core/text/memory_block.h"
 #include "core/text/names.h"
-#include "core/text/option_string.h"
+#include "core/text/option_passes.h"
 #include "ffmpeg/pixel_format.h"
 #include "platform/system.h"
 #include "qmio.h"
 
 using namespace qmio;
 
-namespace {
-
-constexpr std::size_t kMaxWideOptions = 1023;
-
-MediaHandle* open_wide(const wchar_t* wide, const char* options) {
-    const std::optional<std::string> name = core_name(wide);
-    // A memory block is known by its address, which a converted name no longer has.
-    if (!name || memory_block::is_block(name->c_str()))
-        return nullptr;
-    return read::open_core(name->c_str(), options);
-}
-
-}  // namespace
-
 MediaHandle* qmio_open_a(const char* name) {
     return qmio_open_ex_a(name, nullptr);
 }
 
 MediaHandle* qmio_open_ex_a(const char* name, const char* options) {
-    return guarded<MediaHandle*>(nullptr, [=]() -> MediaHandle* {
-        if (name == nullptr)
-            return nullptr;
-        if (memory_block::is_block(name))
-            return read::open_core(name, options);
-        const std::optional<std::string> converted = core_name(name);
-        // A code page may make that prefix out of other letters, too.
-        const bool is_name = converted && !memory_block::is_block(converted->c_str());
-        return is_name ? read::open_core(converted->c_str(), options) : nullptr;
-    });
+    return guarded<MediaHandle*>(nullptr, [=] { return read::open(request(name, options)); });
 }
 
 MediaHandle* qmio_open_w(const wchar_t* name) {
-    return guarded<MediaHandle*>(nullptr, [=] { return open_wide(name, nullptr); });
+    return qmio_open_ex_w(name, nullptr);
 }
 
 MediaHandle* qmio_open_ex_w(const wchar_t* name, const wchar_t* options) {
-    return guarded<MediaHandle*>(nullptr, [=]() -> MediaHandle* {
-        if (options == nullptr)
-            return open_wide(name, nullptr);
-        const std::optional<std::string> narrow = ansi_options(options, kMaxWideOptions);
-        return narrow ? open_wide(name, narrow->c_str()) : nullptr;
-    });
+    return guarded<MediaHandle*>(nullptr, [=] { return read::open(request(name, options)); });
 }
 
 namespace qmio::read {
@@ -72,11 +43,6 @@ ffmpeg::Dictionary configured_options(const char* entry) {
     return dictionary;
 }
 
-// What a memory block is known by in the handle is its header.
-std::string handle_name(const char* name) {
-    return memory_block::is_block(name) ? memory_block::header_text(name) : std::string(name);
-}
-
 bool allocate_container(MediaHandle& handle) {
     handle.container.format_ctx.reset(avformat_alloc_context());
     if (handle.container.format_ctx == nullptr) {
@@ -87,14 +53,13 @@ bool allocate_container(MediaHandle& handle) {
     return true;
 }
 
-ffmpeg::Dictionary container_options(const MediaHandle& handle, const char* options) {
+ffmpeg::Dictionary container_options(const MediaHandle& handle, const Options& options) {
     ffmpeg::Dictionary dictionary = configured_options("format");
-    if (options != nullptr)
-        add_format_options(*handle.container.format_ctx, dictionary, options);
+    add_format_options(*handle.container.format_ctx, dictionary, options);
     // The network protocol's own key, which the container does not know.
-    std::string timeout;
-    if (has_prefix(handle.file_name, "ftp:") && find_value(options, "timeout", timeout))
-        dictionary.set("timeout", timeout.c_str());
+    const std::string* const timeout = options.find("timeout");
+    if (has_prefix(handle.file_name, "ftp:") && timeout != nullptr)
+        dictionary.set("timeout", timeout->c_str());
     if (tracing(TraceSwitch::options)) {
         trace(TraceSwitch::options, kOpenTag, L"format opts:\n");
         dump_dictionary(dictionary, kOpenTag);
@@ -111,13 +76,13 @@ void trace_exit(const MediaHandle& handle, uint32_t started) {
     trace(TraceSwitch::open, kOpenTag, L"on exit: spent %d msec\n", platform::tick_count() - started);
 }
 
-bool open_steps(MediaHandle& handle, const char* name, const char* options, uint32_t started) {
-    if (!set_file_name(handle, handle_name(name)) || !allocate_container(handle))
+bool open_steps(MediaHandle& handle, const Request& request, uint32_t started) {
+    if (!set_file_name(handle, request.name) || !allocate_container(handle))
         return false;
-    ffmpeg::Dictionary dictionary = container_options(handle, options);
-    if (!open_container(handle.container, name, dictionary) || !probe_streams(handle))
+    ffmpeg::Dictionary dictionary = container_options(handle, request.options);
+    if (!open_container(handle.container, request, dictionary) || !probe_streams(handle))
         return false;
-    if (handle.video.stream_index >= 0 && !open_video(handle, options))
+    if (handle.video.stream_index >= 0 && !open_video(handle, request.options))
         return false;
     // A handle whose audio failed is good for video, but its opening ends here.
     if (!audio::open_tracks(handle.container, handle.sound, handle.tracks))
@@ -129,14 +94,15 @@ bool open_steps(MediaHandle& handle, const char* name, const char* options, uint
 
 }  // namespace
 
-MediaHandle* open_core(const char* name, const char* options) {
+MediaHandle* open(const std::optional<Request>& request) {
     const uint32_t started = platform::tick_count();
-    if (tracing(TraceSwitch::open)) {
+    if (!request)
+        return nullptr;
+    if (tracing(TraceSwitch::open))
         trace(TraceSwitch::open, kOpenTag, L"enc %d [%s] param [%S]\n", settings().code_page,
-              wide_name(handle_name(name).c_str()), options);
-    }
+              wide_name(request->name.c_str()), request->options.text());
     HalfBuiltHandle handle(create_handle());
-    if (handle == nullptr || !open_steps(*handle, name, options, started))
+    if (handle == nullptr || !open_steps(*handle, *request, started))
         return nullptr;
     return handle.release();
 }

@@ -116,9 +116,10 @@ bool open_capture_device(Container& container, const std::string& device, ffmpeg
     return false;
 }
 
-bool open_by_kind(Container& container, const char* name, ffmpeg::Dictionary& options) {
-    if (memory_block::is_block(name))
-        return open_memory(container, name, options);
+bool open_by_kind(Container& container, const Request& request, ffmpeg::Dictionary& options) {
+    const char* const name = request.name.c_str();
+    if (request.block != nullptr)
+        return open_memory(container, request.block, options);
     if (has_prefix(name, "avio:"))
         return open_file(container, name + std::strlen("avio:"), options);
     if (has_prefix(name, "ftp:"))
@@ -130,8 +131,8 @@ bool open_by_kind(Container& container, const char* name, ffmpeg::Dictionary& op
 
 }  // namespace
 
-bool open_container(Container& container, const char* name, ffmpeg::Dictionary& options) {
-    if (!open_by_kind(container, name, options))
+bool open_container(Container& container, const Request& request, ffmpeg::Dictionary& options) {
+    if (!open_by_kind(container, request, options))
         return false;
     trace(TraceSwitch::open, kOpenTag, L"avformat_open_input: format ctx %p\n",
           static_cast<const void*>(container.format_ctx.get()));

@@ -7,7 +7,7 @@
 #include "core/handle/frame_numbers.h"
 #include "core/process/last_error.h"
 #include "core/process/trace.h"
-#include "core/text/option_string.h"
+#include "core/text/option_passes.h"
 #include "ffmpeg/codec_lookup.h"
 #include "ffmpeg/pixel_format.h"
 #include "read/open.h"
@@ -34,12 +34,11 @@ bool find_decoder(const Container& container, Video& video) {
     return true;
 }
 
-bool open_decoder(const Video& video, Reading& reading, const char* options) {
+bool open_decoder(const Video& video, Reading& reading, const Options& options) {
     AVCodecContext& codec = *video.codec;
     ffmpeg::Dictionary dictionary;
-    add_video_decoder_options(codec, dictionary, "threads=0");
-    if (options != nullptr)
-        add_video_decoder_options(codec, dictionary, options);
+    add_video_decoder_options(codec, dictionary, Options("threads=0"));
+    add_video_decoder_options(codec, dictionary, options);
     if (tracing(TraceSwitch::options)) {
         trace(TraceSwitch::options, kOpenTag, L"video opts:\n");
         dump_dictionary(dictionary, kOpenTag);
@@ -120,7 +119,7 @@ void find_first_video(const Container& container, Video& video) {
     }
 }
 
-bool open_video(MediaHandle& handle, const char* options) {
+bool open_video(MediaHandle& handle, const Options& options) {
     Video& video = handle.video;
     if (!find_decoder(handle.container, video) || !open_decoder(video, handle.reading, options) ||
         !prepare_pictures(video, handle.reading))

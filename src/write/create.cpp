@@ -9,9 +9,8 @@
 #include "core/handle/half_built.h"
 #include "core/process/settings.h"
 #include "core/process/trace.h"
-#include "core/text/memory_block.h"
 #include "core/text/names.h"
-#include "core/text/option_string.h"
+#include "core/text/option_passes.h"
 #include "platform/text.h"
 #include "qmio.h"
 
@@ -19,45 +18,12 @@ using namespace qmio;
 
 namespace {
 
-constexpr std::size_t kMaxWideOptions = 4095;
-
-MediaHandle* create_core(const char* name, const char* options, uint32_t flags);
-
-MediaHandle* create_narrow(const char* name, const char* options, uint32_t flags) {
-    if (name == nullptr)
-        return nullptr;
-    const std::optional<std::string> text = utf8_options(options);
-    const char* const options_text = text ? text->c_str() : nullptr;
-    if (memory_block::is_block(name))
-        return create_core(name, options_text, flags);
-    const std::optional<std::string> converted = core_name(name);
-    // A code page may make that prefix out of other letters, too.
-    if (!converted || memory_block::is_block(converted->c_str()))
-        return nullptr;
-    return create_core(converted->c_str(), options_text, flags);
-}
-
-MediaHandle* create_wide(const wchar_t* wide, const wchar_t* options, uint32_t flags) {
-    const std::optional<std::string> name = core_name(wide);
-    // A memory block is known by its address, which a converted name no longer has.
-    if (!name || memory_block::is_block(name->c_str()))
-        return nullptr;
-    if (options == nullptr)
-        return create_core(name->c_str(), nullptr, flags);
-    const std::optional<std::string> narrow = ansi_options(options, kMaxWideOptions);
-    return narrow ? create_core(name->c_str(), utf8_options(narrow->c_str())->c_str(), flags) : nullptr;
-}
-
-// ---- the steps ----
-
 // Everything behind a '|' belongs to the host.
-std::string file_name_of(const char* name) {
-    if (memory_block::is_block(name))
-        return memory_block::header_text(name);
+std::string file_name_of(const Request& request) {
     // Looked for in wide text: in some code pages a '|' is the second half of a letter.
-    const std::wstring wide = wide_name(name);
-    const std::size_t bar = wide.find(L'|');
-    return bar == std::wstring::npos ? name : platform::narrow(wide.substr(0, bar), settings().code_page);
+    const std::wstring wide = wide_name(request.name.c_str());
+    const std::size_t bar = request.block == nullptr ? wide.find(L'|') : std::wstring::npos;
+    return bar == std::wstring::npos ? request.name : platform::narrow(wide.substr(0, bar), settings().code_page);
 }
 
 uint32_t mode_of(uint32_t flags) {
@@ -90,14 +56,14 @@ bool make_work_records(Writing& writing) {
 }
 
 void collect_format_options(write::Creation& creation) {
-    add_format_options(*creation.handle.container.format_ctx, creation.format_options, creation.options);
+    add_format_options(*creation.handle.container.format_ctx, creation.format_options, creation.for_ffmpeg);
     trace(TraceSwitch::options, write::kCreateTag, L"format opts:\n");
     dump_dictionary(creation.format_options, write::kCreateTag);
 }
 
 void set_metadata(const write::Creation& creation) {
     AVDictionary** metadata = &creation.handle.container.format_ctx->metadata;
-    add_metadata(metadata, creation.options);
+    write::add_metadata(metadata, creation.options);
     av_dict_set(metadata, "product_version", "5.9", 0);
     av_dict_set(metadata, "product_name", "qmstudio", 0);
     av_dict_set(metadata, "company_name", "qmstudio.example", 0);
@@ -118,12 +84,18 @@ void trace_exit(const MediaHandle& handle) {
           index != nullptr ? static_cast<const void*>(index->data()) : nullptr);
 }
 
-bool create_steps(MediaHandle& handle, const char* name, const char* options, uint32_t flags) {
-    if (!set_file_name(handle, file_name_of(name)))
+bool create_steps(MediaHandle& handle, const Request& request, uint32_t flags) {
+    if (!set_file_name(handle, file_name_of(request)))
         return false;
     handle.writing.mode = mode_of(flags);
     flags &= ~uint32_t{QMIO_CREATE_INTERLEAVED | QMIO_CREATE_SUPPRESSED};
-    write::Creation creation{handle, name, options, write::read_creation_options(options), flags, {}};
+    write::Creation creation{handle,
+                             request.block,
+                             request.options,
+                             write::for_ffmpeg(request.options),
+                             write::read_creation_options(request.options),
+                             flags,
+                             {}};
     if (!make_container(handle, creation.asked.output_format, flags) || !make_work_records(handle.writing))
         return false;
     collect_format_options(creation);
@@ -137,9 +109,11 @@ bool create_steps(MediaHandle& handle, const char* name, const char* options, ui
     return true;
 }
 
-MediaHandle* create_core(const char* name, const char* options, uint32_t flags) {
+MediaHandle* create(const std::optional<Request>& request, uint32_t flags) {
+    if (!request)
+        return nullptr;
     HalfBuiltHandle handle(create_handle());
-    if (handle == nullptr || !create_steps(*handle, name, options, flags))
+    if (handle == nullptr || !create_steps(*handle, *request, flags))
         return nullptr;
     return handle.release();
 }
@@ -151,7 +125,7 @@ MediaHandle* qmio_create_a(const char* name, const char* options) {
 }
 
 MediaHandle* qmio_create_ex_a(const char* name, const char* options, uint32_t flags) {
-    return guarded<MediaHandle*>(nullptr, [=] { return create_narrow(name, options, flags); });
+    return guarded<MediaHandle*>(nullptr, [=] { return create(request(name, options), flags); });
 }
 
 MediaHandle* qmio_create_w(const wchar_t* name, const wchar_t* options) {
@@ -159,7 +133,7 @@ MediaHandle* qmio_create_w(const wchar_t* name, const wchar_t* options) {
 }
 
 MediaHandle* qmio_create_ex_w(const wchar_t* name, const wchar_t* options, uint32_t flags) {
-    return guarded<MediaHandle*>(nullptr, [=] { return create_wide(name, options, flags); });
+    return guarded<MediaHandle*>(nullptr, [=] { return create(request(name, options), flags); });
 }
 
 namespace qmio::write {
@@ -172,7 +146,7 @@ AVCodecContext* add_codec(Container& container, const AVCodec& encoder) {
 ffmpeg::Dictionary encoder_options(const Creation& creation, AVCodecContext& codec, AddOptions add,
                                    const wchar_t* heading) {
     ffmpeg::Dictionary options;
-    add(codec, options, creation.options);
+    add(codec, options, creation.for_ffmpeg);
     trace(TraceSwitch::options, kCreateTag, L"%s", heading);
     dump_dictionary(options, kCreateTag);
     return options;
@@ -185,14 +159,26 @@ void ask_for_global_header(const Container& container, AVCodecContext& codec, co
     trace(TraceSwitch::options, kCreateTag, L"%s", text);
 }
 
-void set_compliance(const Creation& creation, AVCodecContext& codec, const char* key, const wchar_t* text) {
-    std::string value;
-    if (!find_value(creation.options, key, value))
-        return;
-    if (value != "experimental" && read_integer(value.c_str()) != FF_COMPLIANCE_EXPERIMENTAL)
+void set_compliance(const Creation& creation, AVCodecContext& codec, CreationKey key, const wchar_t* text) {
+    const std::string* const value = find(creation.options, key);
+    if (value == nullptr || (*value != "experimental" && read_integer(*value) != FF_COMPLIANCE_EXPERIMENTAL))
         return;
     codec.strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
     trace(TraceSwitch::options, kCreateTag, L"%s", text);
+}
+
+// The value of each list is an option text of its own.
+void add_metadata(AVDictionary** dictionary, const Options& options) {
+    for (const Option& list : options)
+        if (creation_key(list.key) == CreationKey::metadata)
+            for (const Option& tag : Options(list.value.c_str()))
+                av_dict_set(dictionary, tag.key.c_str(), tag.value.c_str(), 0);
+}
+
+void add_timecode(AVDictionary** dictionary, const Options& options) {
+    for (const Option& pair : options)
+        if (creation_key(pair.key) == CreationKey::timecode)
+            av_dict_set(dictionary, "timecode", pair.value.c_str(), 0);
 }
 
 }  // namespace qmio::write

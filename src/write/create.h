@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "core/handle/media_handle.h"
+#include "write/creation_keys.h"
 #include "write/creation_options.h"
 
 namespace qmio::write {
@@ -13,8 +14,9 @@ inline constexpr const wchar_t* kCreateTag = L"qmio_create_u8";
 // What the steps of making a file share.
 struct Creation {
     MediaHandle& handle;
-    const char* name;     // as the host gave it: a memory block is known by this address
-    const char* options;  // may be null
+    char* block;  // the host's memory block to write to; null: the handle's name is that of a file
+    const Options& options;
+    Options for_ffmpeg;  // those of them that FFmpeg gets
     AskedFile asked;
     uint32_t output_flags;
     ffmpeg::Dictionary format_options;
@@ -36,12 +38,17 @@ void close_output(MediaHandle& handle);
 AVCodecContext* add_codec(Container& container, const AVCodec& encoder);
 
 // What the encoder knows among the options, added by `add` and listed under `heading`.
-using AddOptions = void (*)(AVCodecContext& codec, ffmpeg::Dictionary& dictionary, const char* options);
+using AddOptions = void (*)(AVCodecContext& codec, ffmpeg::Dictionary& dictionary, const Options& options);
 ffmpeg::Dictionary encoder_options(const Creation& creation, AVCodecContext& codec, AddOptions add,
                                    const wchar_t* heading);
 
 // The rest of what both kinds of encoder are asked before they are opened.
 void ask_for_global_header(const Container& container, AVCodecContext& codec, const wchar_t* text);
-void set_compliance(const Creation& creation, AVCodecContext& codec, const char* key, const wchar_t* text);
+void set_compliance(const Creation& creation, AVCodecContext& codec, CreationKey key, const wchar_t* text);
+
+// What the options tell players about the file: all tags of "metadata", and "timecode". FFmpeg makes the dictionary when
+// it is null.
+void add_metadata(AVDictionary** dictionary, const Options& options);
+void add_timecode(AVDictionary** dictionary, const Options& options);
 
 }  // namespace qmio::write

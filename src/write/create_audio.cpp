@@ -2,7 +2,7 @@
 #include "audio/sample_formats.h"
 #include "core/handle/codec_open.h"
 #include "core/process/trace.h"
-#include "core/text/option_string.h"
+#include "core/text/option_passes.h"
 #include "ffmpeg/catalogue.h"
 #include "write/create.h"
 
@@ -26,11 +26,10 @@ AVSampleFormat negotiate(const AVCodec& encoder, AVSampleFormat wanted) {
     return taken || formats == nullptr ? wanted : formats[0];
 }
 
-// Deliberately a number of 32 bits, though the context has room for more.
+// A number of 32 bits, though the context has room for more: rates above 2 Gbit/s end there, as all numbers of the
+// option text do.
 void set_bit_rate(const Creation& creation, AVCodecContext& codec) {
-    int32_t rate = find_number(creation.options, "ab");
-    if (rate == 0)
-        rate = find_number(creation.options, "b:a");
+    const int32_t rate = find_number(creation.options, CreationKey::audio_bit_rate);
     if (rate == 0)
         return;
     trace(TraceSwitch::create, kCreateTag, L"\tset bitrate %d, old bitrate %d\n", rate,
@@ -38,8 +37,8 @@ void set_bit_rate(const Creation& creation, AVCodecContext& codec) {
     codec.bit_rate = rate;
 }
 
-// The track's tag is deliberately not among what is set: it always went into the context before its defaults did, and
-// so ended as 0.
+// The track's tag ("atag") is not among what is set: it always went into the context before its defaults did, and so
+// ended as 0. A muxer given it would refuse files that hosts have always been able to write.
 void describe(const Creation& creation, AVCodecContext& codec, const ffmpeg::SoundForm& form) {
     set_bit_rate(creation, codec);
     codec.sample_fmt = form.format;
@@ -52,7 +51,7 @@ void describe(const Creation& creation, AVCodecContext& codec, const ffmpeg::Sou
 bool open_encoder(const Creation& creation, const Track& track, int number) {
     AVCodecContext& codec = *track.codec;
     ffmpeg::Dictionary options = encoder_options(creation, codec, add_audio_encoder_options, L"audio opts:\n");
-    set_compliance(creation, codec, "strict:a", L"audio experimental\n");
+    set_compliance(creation, codec, CreationKey::audio_compliance, L"audio experimental\n");
     ask_for_global_header(creation.handle.container, codec, L"audio global header\n");
     if (open_codec(codec, *track.coder, &options) >= 0)
         return true;
@@ -114,7 +113,8 @@ bool add_track(const Creation& creation, const AskedTrack& asked, Track& track, 
         trace(TraceSwitch::create, kCreateTag, L"no codec for audio stream %d\n", number);
         return true;
     }
-    // Deliberately only while the switch is on; otherwise the encoder itself refuses what it does not take.
+    // Only while the switch is on: otherwise the encoder itself refuses what it does not take, which hosts see as a
+    // failed creation instead of as a file in a format that they did not ask for.
     if (tracing(TraceSwitch::create))
         track.file.format = negotiate(*track.coder, track.file.format);
     return open_track(creation, track, number);

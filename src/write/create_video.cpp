@@ -5,7 +5,7 @@
 #include "core/handle/codec_open.h"
 #include "core/handle/frame_numbers.h"
 #include "core/process/trace.h"
-#include "core/text/option_string.h"
+#include "core/text/option_passes.h"
 #include "write/create.h"
 
 namespace qmio::write {
@@ -17,9 +17,9 @@ constexpr AVRational kDefaultRate{25, 1};
 // "25" or "30000/1001"; what is 0 becomes 25 above the line and 1 below it.
 AVRational parse_rate(const std::string& text) {
     const std::size_t slash = text.find('/');
-    AVRational rate{read_integer(text.c_str()), 1};
+    AVRational rate{read_integer(text), 1};
     if (slash != std::string::npos)
-        rate.den = read_integer(text.c_str() + slash + 1);
+        rate.den = read_integer(text.substr(slash + 1));
     if (rate.den == 0)
         rate.den = 1;
     if (rate.num == 0)
@@ -28,10 +28,10 @@ AVRational parse_rate(const std::string& text) {
 }
 
 AVRational rate_of(const Creation& creation) {
-    std::string text;
-    if (!find_value(creation.options, "r", text))
+    const std::string* const text = find(creation.options, CreationKey::frame_rate);
+    if (text == nullptr)
         return kDefaultRate;
-    const AVRational rate = parse_rate(text);
+    const AVRational rate = parse_rate(*text);
     trace(TraceSwitch::options, kCreateTag, L"set fps %d/%d\n", rate.num, rate.den);
     return rate;
 }
@@ -42,12 +42,12 @@ void set_rate(AVCodecContext& codec, AVStream& stream, AVRational rate) {
 }
 
 AVFieldOrder field_order_of(const Creation& creation, const AVCodec& encoder) {
-    std::string text;
-    if (!find_value(creation.options, "top", text)) {
+    const std::string* const text = find(creation.options, CreationKey::field_order);
+    if (text == nullptr) {
         trace(TraceSwitch::options, kCreateTag, L"set progressive\n");
         return AV_FIELD_PROGRESSIVE;
     }
-    const int32_t top = read_integer(text.c_str());
+    const int32_t top = read_integer(*text);
     trace(TraceSwitch::options, kCreateTag, L"set top_field %d\n", top);
     if (encoder.id == AV_CODEC_ID_MJPEG)
         return top != 0 ? AV_FIELD_TT : AV_FIELD_BB;
@@ -68,7 +68,7 @@ void describe(const Creation& creation, AVCodecContext& codec, AVStream& stream)
 
 bool open_encoder(const Creation& creation, AVCodecContext& codec) {
     ffmpeg::Dictionary options = encoder_options(creation, codec, add_video_encoder_options, L"video opts:\n");
-    set_compliance(creation, codec, "strict:v", L"video experimental\n");
+    set_compliance(creation, codec, CreationKey::video_compliance, L"video experimental\n");
     const int result = open_codec(codec, *creation.asked.video_encoder, &options);
     report(kCreateTag, L"unused opts:\n");
     dump_dictionary(options, kCreateTag);

@@ -7,10 +7,9 @@
 #include "audio/sample_formats.h"
 #include "core/handle/track.h"
 #include "core/process/trace.h"
-#include "core/text/creation_keys.h"
-#include "core/text/option_string.h"
 #include "ffmpeg/pixel_format.h"
 #include "platform/text.h"
+#include "write/creation_keys.h"
 
 namespace qmio::write {
 namespace {
@@ -27,10 +26,10 @@ struct Pass {
 };
 
 template <class... Values>
-void trace_option(TraceFormat<const char*, const char*, Values...> format, const Token& token,
+void trace_option(TraceFormat<const char*, const char*, Values...> format, const Option& option,
                   const Values&... values) {
-    const char* key = token.key;
-    const char* value = token.value;
+    const char* key = option.key.c_str();
+    const char* value = option.value.c_str();
     trace(TraceSwitch::options, kTag, format, key, value, values...);
 }
 
@@ -55,126 +54,126 @@ uint32_t pack_tag(std::string_view text) {
     return tag;
 }
 
-void set_container(AskedFile& file, const Token& token) {
-    file.output_format = av_guess_format(lowercase(token.value).c_str(), nullptr, nullptr);
-    trace_option(L"\t%S=%S (%p)\n", token, static_cast<const void*>(file.output_format));
+void set_container(AskedFile& file, const Option& option) {
+    file.output_format = av_guess_format(lowercase(option.value).c_str(), nullptr, nullptr);
+    trace_option(L"\t%S=%S (%p)\n", option, static_cast<const void*>(file.output_format));
 }
 
-void set_video_encoder(AskedFile& file, const Token& token) {
-    const AVCodec* encoder = avcodec_find_encoder_by_name(token.value);
+void set_video_encoder(AskedFile& file, const Option& option) {
+    const AVCodec* encoder = avcodec_find_encoder_by_name(option.value.c_str());
     file.video_encoder = encoder;
     if (!tracing(TraceSwitch::options))
         return;
     const std::wstring name = wide(encoder != nullptr ? encoder->name : nullptr);
-    trace_option(L"\t%S=%S (%p) id %d [%s]\n", token, static_cast<const void*>(encoder),
+    trace_option(L"\t%S=%S (%p) id %d [%s]\n", option, static_cast<const void*>(encoder),
                  encoder != nullptr ? static_cast<int>(encoder->id) : -1, name.c_str());
 }
 
-void set_pixel_format(AskedFile& file, const Token& token) {
-    file.pix_fmt = av_get_pix_fmt(token.value);
-    trace_option(L"\t%S=%S (%d)\n", token, ffmpeg::pixel_format_to_interface(file.pix_fmt));
+void set_pixel_format(AskedFile& file, const Option& option) {
+    file.pix_fmt = av_get_pix_fmt(option.value.c_str());
+    trace_option(L"\t%S=%S (%d)\n", option, ffmpeg::pixel_format_to_interface(file.pix_fmt));
 }
 
-void set_number(int32_t& target, const Token& token) {
-    target = read_number(token.value);
-    trace_option(L"\t%S=%S (%d)\n", token, target);
+void set_number(int32_t& target, const Option& option) {
+    target = read_number(option.value);
+    trace_option(L"\t%S=%S (%d)\n", option, target);
 }
 
-void set_size(AskedFile& file, const Token& token) {
-    const std::string_view text = token.value;
-    const size_t cross = text.find('x');
-    file.width = read_number(std::string(text.substr(0, cross)).c_str());
-    file.height = cross != text.npos ? read_number(token.value + cross + 1) : 0;
-    trace_option(L"\t%S=%S (%dx%d)\n", token, file.width, file.height);
+void set_size(AskedFile& file, const Option& option) {
+    const std::string& text = option.value;
+    const std::size_t cross = text.find('x');
+    file.width = read_number(text.substr(0, cross));
+    file.height = cross != text.npos ? read_number(text.substr(cross + 1)) : 0;
+    trace_option(L"\t%S=%S (%dx%d)\n", option, file.width, file.height);
 }
 
-void next_track(Pass& pass, const Token& token) {
+void next_track(Pass& pass, const Option& option) {
     ++pass.track;
     if (!pass.has_track())
         return;
-    const AVCodec* encoder = avcodec_find_encoder_by_name(token.value);
+    const AVCodec* encoder = avcodec_find_encoder_by_name(option.value.c_str());
     pass.file.tracks.push_back({.encoder = encoder});
-    trace_option(L"\t%S=%S audio codec, track %d\n", token, pass.track);
+    trace_option(L"\t%S=%S audio codec, track %d\n", option, pass.track);
     trace(TraceSwitch::options, kTag, L"\t%p, id %d\n", static_cast<const void*>(encoder),
           encoder != nullptr ? static_cast<int>(encoder->id) : -1);
 }
 
-void set_channels(Pass& pass, const Token& token) {
-    const int32_t channels = pass.form().channels = read_number(token.value);
-    trace_option(L"\t%S=%S audio num chans %d\n", token, channels);
+void set_channels(Pass& pass, const Option& option) {
+    const int32_t channels = pass.form().channels = read_number(option.value);
+    trace_option(L"\t%S=%S audio num chans %d\n", option, channels);
 }
 
-void set_sample_rate(Pass& pass, const Token& token) {
-    const int32_t rate = pass.form().rate = read_number(token.value);
-    trace_option(L"\t%S=%S audio rate %d\n", token, rate);
+void set_sample_rate(Pass& pass, const Option& option) {
+    const int32_t rate = pass.form().rate = read_number(option.value);
+    trace_option(L"\t%S=%S audio rate %d\n", option, rate);
 }
 
 bool begins_a_number(const char* text) {
     return (*text >= '0' && *text <= '9') || *text == '+' || *text == '-';
 }
 
-void set_sample_format(Pass& pass, const Token& token) {
-    const bool is_number = begins_a_number(token.value);
-    const int32_t code = is_number ? read_integer(token.value) : 0;
-    const AVSampleFormat format = is_number ? audio::sample_format_from_code(code) : av_get_sample_fmt(token.value);
+void set_sample_format(Pass& pass, const Option& option) {
+    const bool is_number = begins_a_number(option.value.c_str());
+    const int32_t code = is_number ? read_integer(option.value) : 0;
+    const AVSampleFormat format =
+        is_number ? audio::sample_format_from_code(code) : av_get_sample_fmt(option.value.c_str());
     pass.form().format = format;
-    trace_option(L"\t%S=%S audio sample src %d, dst %d\n", token, code, static_cast<int>(format));
+    trace_option(L"\t%S=%S audio sample src %d, dst %d\n", option, code, static_cast<int>(format));
 }
 
-void set_video_tag(AskedFile& file, const Token& token) {
-    file.video_tag = pack_tag(token.value);
-    trace_option(L"\t%S=%S (%4.4S)\n", token, static_cast<const char*>(token.value));
+void set_video_tag(AskedFile& file, const Option& option) {
+    file.video_tag = pack_tag(option.value);
+    trace_option(L"\t%S=%S (%4.4S)\n", option, option.value.c_str());
 }
 
-void apply_to_track(Pass& pass, CreationKey key, const Token& token) {
+void apply_to_track(Pass& pass, CreationKey key, const Option& option) {
     if (!pass.has_track())
         return;
     if (key == CreationKey::channels)
-        set_channels(pass, token);
+        set_channels(pass, option);
     else if (key == CreationKey::sample_rate)
-        set_sample_rate(pass, token);
+        set_sample_rate(pass, option);
     else
-        set_sample_format(pass, token);
+        set_sample_format(pass, option);
 }
 
-void apply(Pass& pass, const Token& token) {
+void apply(Pass& pass, const Option& option) {
     AskedFile& file = pass.file;
-    const CreationKey key = creation_key(token.key);
+    const CreationKey key = creation_key(option.key);
     switch (key) {
-        case CreationKey::none:
-            return;  // left to FFmpeg's options
         case CreationKey::container:
-            return set_container(file, token);
+            return set_container(file, option);
         case CreationKey::video_encoder:
-            return set_video_encoder(file, token);
+            return set_video_encoder(file, option);
         case CreationKey::pixel_format:
-            return set_pixel_format(file, token);
+            return set_pixel_format(file, option);
         case CreationKey::width:
-            return set_number(file.width, token);
+            return set_number(file.width, option);
         case CreationKey::height:
-            return set_number(file.height, token);
+            return set_number(file.height, option);
         case CreationKey::size:
-            return set_size(file, token);
+            return set_size(file, option);
         case CreationKey::video_tag:
-            return set_video_tag(file, token);
+            return set_video_tag(file, option);
         case CreationKey::audio_encoder:
-            return next_track(pass, token);
+            return next_track(pass, option);
         case CreationKey::channels:
         case CreationKey::sample_rate:
         case CreationKey::sample_format:
-            return apply_to_track(pass, key, token);
-        case CreationKey::audio_tag:
-            return;  // the encoders' own tags stay, see create_audio.cpp
+            return apply_to_track(pass, key, option);
+        default:
+            return;  // looked up where they are needed, or left to FFmpeg; the encoders' own audio tags stay
     }
 }
 
 }  // namespace
 
-AskedFile read_creation_options(const char* options) {
+AskedFile read_creation_options(const Options& options) {
     Pass pass;
-    if (options != nullptr && tracing(TraceSwitch::options))
-        trace(TraceSwitch::options, kTag, L"[%s]:\n", wide(options).c_str());
-    for_each_option(options, [&](const Token& token) { apply(pass, token); });
+    if (options.text() != nullptr && tracing(TraceSwitch::options))
+        trace(TraceSwitch::options, kTag, L"[%s]:\n", wide(options.text()).c_str());
+    for (const Option& option : options)
+        apply(pass, option);
     return std::move(pass.file);
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "core/text/options.h"
 #include "ffmpeg/resampler.h"
 
 namespace qmio::write {
@@ -23,9 +24,9 @@ struct AskedFile {
     std::vector<AskedTrack> tracks;
 };
 
-// What the creation keys of `options` ask for; nothing for null. Unknown names are no errors: they leave a null container
+// What the creation keys of `options` ask for. Unknown names are no errors: they leave a null container
 // or encoder, or -1 as a format. Audio parameters belong to the audio encoder named before them; those that come before
 // the first one, and encoders beyond the kMaxTracks-th with their parameters, are ignored.
-AskedFile read_creation_options(const char* options);
+AskedFile read_creation_options(const Options& options);
 
 }  // namespace qmio::write

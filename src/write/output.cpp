@@ -2,7 +2,6 @@
 #include "core/process/trace.h"
 #include "core/text/memory_block.h"
 #include "core/text/names.h"
-#include "core/text/option_string.h"
 #include "write/create.h"
 
 namespace qmio::write {
@@ -24,10 +23,9 @@ bool open_file(Creation& creation) {
     return false;
 }
 
-// The host gave its block as a name; that it is written to is what a memory target means.
 bool open_memory(Creation& creation) {
     MediaHandle& handle = creation.handle;
-    char* const block = const_cast<char*>(creation.name);
+    char* const block = creation.block;
     int64_t size = 0;
     // Without a size nothing of the block is known to be the host's.
     if (!memory_block::parse_size(block, size)) {
@@ -42,7 +40,7 @@ bool open_memory(Creation& creation) {
     return handle.container.custom_io != nullptr;
 }
 
-// The two rates deliberately upside down, as the two time bases are not.
+// The two rates upside down, as the two time bases are not: readers of these traces know them so.
 void trace_times(const Video& video, const wchar_t* when) {
     if (video.stream == nullptr || !tracing(TraceSwitch::create))
         return;
@@ -82,7 +80,7 @@ void trace_after(const MediaHandle& handle) {
 }  // namespace
 
 bool open_output(Creation& creation) {
-    return memory_block::is_block(creation.name) ? open_memory(creation) : open_file(creation);
+    return creation.block != nullptr ? open_memory(creation) : open_file(creation);
 }
 
 bool write_header(Creation& creation) {

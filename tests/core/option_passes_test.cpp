@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/text/option_string.h"
+#include "core/text/option_passes.h"
 #include "support/trace_lines.h"
 
 namespace qmio {
@@ -26,20 +26,20 @@ ffmpeg::CodecContextPtr encoder_context(const char* encoder) {
 
 Entries video_encoder_entries(const char* encoder, const char* options) {
     ffmpeg::Dictionary dictionary;
-    add_video_encoder_options(*encoder_context(encoder), dictionary, options);
+    add_video_encoder_options(*encoder_context(encoder), dictionary, Options(options));
     return entries_of(dictionary.entries());
 }
 
 Entries audio_encoder_entries(const char* encoder, const char* options) {
     ffmpeg::Dictionary dictionary;
-    add_audio_encoder_options(*encoder_context(encoder), dictionary, options);
+    add_audio_encoder_options(*encoder_context(encoder), dictionary, Options(options));
     return entries_of(dictionary.entries());
 }
 
 Entries video_decoder_entries(const char* decoder, const char* options) {
     const ffmpeg::CodecContextPtr context(avcodec_alloc_context3(avcodec_find_decoder_by_name(decoder)));
     ffmpeg::Dictionary dictionary;
-    add_video_decoder_options(*context, dictionary, options);
+    add_video_decoder_options(*context, dictionary, Options(options));
     return entries_of(dictionary.entries());
 }
 
@@ -48,13 +48,7 @@ Entries muxer_entries(const char* muxer, const char* options) {
     avformat_alloc_output_context2(&context, nullptr, muxer, nullptr);
     const ffmpeg::FormatContextPtr owner(context);
     ffmpeg::Dictionary dictionary;
-    add_format_options(*context, dictionary, options);
-    return entries_of(dictionary.entries());
-}
-
-Entries metadata_entries(const char* options) {
-    ffmpeg::Dictionary dictionary;
-    add_metadata(dictionary.address(), options);
+    add_format_options(*context, dictionary, Options(options));
     return entries_of(dictionary.entries());
 }
 
@@ -93,11 +87,6 @@ TEST(AudioEncoderOptions, TheEncodersOwnOptionsAreNotSearched) {
     EXPECT_EQ(audio_encoder_entries("aac", "aac_coder=fast,cutoff=15000"), (Entries{{"cutoff", "15000"}}));
 }
 
-TEST(AudioEncoderOptions, EveryTrackKeepsItsOwnRateAndChannels) {
-    EXPECT_EQ(audio_encoder_entries("aac", "acodec=aac,ar=48000,ac=2,sample_rate=1,channels=1"), Entries{});
-    EXPECT_EQ(audio_encoder_entries("aac", "ar:a=48000,ac:a=2"), Entries{});
-}
-
 TEST(VideoDecoderOptions, OnlyDecodingOptionsOfVideoAreTaken) {
     EXPECT_EQ(video_decoder_entries("mpeg4", "threads=2,skip_frame:v=nokey,g=12,cutoff=1"),
               (Entries{{"threads", "2"}, {"skip_frame", "nokey"}}));
@@ -124,42 +113,6 @@ TEST(FormatOptions, CaptureOptionsAreAlwaysTaken) {
 
 TEST(FormatOptions, NoKeyWithAStreamSuffixIsTaken) {
     EXPECT_EQ(muxer_entries("mp4", "fflags:v=bitexact,fflags:a=bitexact,b:v=2M,video_size:v=1x1"), Entries{});
-}
-
-TEST(FormatOptions, KeysOfTheNewFileItselfAreLeftOut) {
-    EXPECT_EQ(muxer_entries("mp4", "fmt=mp4,f=mp4,vcodec=mpeg4,c:v=mpeg4,size=64x64,width=1,height=1"), Entries{});
-}
-
-TEST(MetadataOptions, QuotedListGivesOneTagPerPair) {
-    EXPECT_EQ(metadata_entries("metadata=\"title=A,artist=C\""), (Entries{{"title", "A"}, {"artist", "C"}}));
-}
-
-TEST(MetadataOptions, SpaceEndsAValueOfTheInnerList) {
-    EXPECT_EQ(metadata_entries("metadata=\"title=A B\""), (Entries{{"title", "A"}, {"B", ""}}));
-}
-
-TEST(MetadataOptions, EveryListCounts) {
-    EXPECT_EQ(metadata_entries("metadata=title=A,fmt=mp4,metadata=artist=C,title=X"),
-              (Entries{{"title", "A"}, {"artist", "C"}}));
-}
-
-TEST(MetadataOptions, BlanksAndDoubledCommasAreNoTags) {
-    EXPECT_EQ(metadata_entries("metadata=\"title=A,, \""), (Entries{{"title", "A"}}));
-    EXPECT_EQ(metadata_entries("metadata="), Entries{});
-    EXPECT_EQ(metadata_entries(nullptr), Entries{});
-}
-
-TEST(TimecodeOption, IsTheOnlyKeyTaken) {
-    ffmpeg::Dictionary dictionary;
-    add_timecode(dictionary.address(), "fmt=mp4,timecode=10:00:00:00,title=x,Timecode=1");
-    EXPECT_EQ(entries_of(dictionary.entries()), (Entries{{"timecode", "10:00:00:00"}}));
-}
-
-TEST(TimecodeOption, WithoutItTheDictionaryStaysEmpty) {
-    ffmpeg::Dictionary dictionary;
-    add_timecode(dictionary.address(), "fmt=mp4");
-    add_timecode(dictionary.address(), nullptr);
-    EXPECT_EQ(dictionary.entries(), nullptr);
 }
 
 TEST(Options, CommentLinesReachNoPass) {

@@ -14,7 +14,7 @@ namespace qmio::write {
 namespace {
 
 AskedFile read(const std::string& options) {
-    return read_creation_options(options.c_str());
+    return read_creation_options(Options(options.c_str()));
 }
 
 uint32_t tag(const char (&letters)[5]) {
@@ -180,7 +180,7 @@ TEST(CreationOptions, WhatTheTextDoesNotNameIsNotAskedFor) {
     EXPECT_EQ(file.width, 0);
     EXPECT_EQ(file.pix_fmt, AV_PIX_FMT_NONE);
     EXPECT_TRUE(file.tracks.empty());
-    EXPECT_EQ(read_creation_options(nullptr).output_format, nullptr);
+    EXPECT_EQ(read_creation_options(Options()).output_format, nullptr);
 }
 
 TEST(CreationOptions, CommentLinesAreSkipped) {

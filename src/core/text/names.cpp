@@ -1,6 +1,9 @@
 #include "core/text/names.h"
 
+#include <utility>
+
 #include "core/process/settings.h"
+#include "core/text/memory_block.h"
 #include "ffmpeg/ffmpeg.h"
 #include "platform/text.h"
 
@@ -10,6 +13,7 @@ namespace {
 
 constexpr std::size_t kMaxAnsiUnits = 512;
 constexpr std::size_t kMaxNameBytes = 1023;
+constexpr std::size_t kMaxWideOptions = 4095;  // bytes
 
 // Counted the same way on every system, whatever the width of its wide characters.
 std::size_t utf16_units(const std::wstring& text) {
@@ -19,43 +23,50 @@ std::size_t utf16_units(const std::wstring& text) {
     return units;
 }
 
-std::optional<std::string> to_code_page(const std::wstring& wide) {
+// A name in the configured code page. Some code pages make the prefix of a memory block out of other letters; what is
+// no block's address must not be taken for one.
+std::optional<std::string> core_name(const std::wstring& wide) {
     std::string name = platform::narrow(wide, settings().code_page);
-    if (name.size() > kMaxNameBytes)
+    if (name.size() > kMaxNameBytes || memory_block::is_block(name.c_str()))
         return std::nullopt;
     return name;
 }
 
+// Options of the ANSI code page.
+Options options_of(const char* ansi) {
+    if (ansi == nullptr)
+        return Options();
+    const std::wstring wide = platform::widen(ansi, platform::kCodePageAnsi);
+    return Options(platform::narrow(wide, platform::kCodePageUtf8).c_str());
+}
+
 }  // namespace
 
-std::optional<std::string> core_name(const char* ansi) {
-    if (ansi == nullptr)
+std::optional<Request> request(const char* name, const char* options) {
+    if (name == nullptr)
         return std::nullopt;
-    const std::wstring wide = platform::widen(ansi, platform::kCodePageAnsi);
-    if (utf16_units(wide) > kMaxAnsiUnits)
+    if (memory_block::is_block(name))
+        // That the host's block is written to is what a memory target means.
+        return Request{memory_block::header_text(name), const_cast<char*>(name), options_of(options)};
+    const std::wstring wide = platform::widen(name, platform::kCodePageAnsi);
+    std::optional<std::string> converted = utf16_units(wide) <= kMaxAnsiUnits ? core_name(wide) : std::nullopt;
+    if (!converted)
         return std::nullopt;
-    return to_code_page(wide);
+    return Request{std::move(*converted), nullptr, options_of(options)};
 }
 
-std::optional<std::string> core_name(const wchar_t* wide) {
-    if (wide == nullptr)
+std::optional<Request> request(const wchar_t* name, const wchar_t* options) {
+    if (name == nullptr)
         return std::nullopt;
-    return to_code_page(wide);
-}
-
-std::optional<std::string> ansi_options(const wchar_t* wide, std::size_t limit) {
-    if (wide == nullptr)
+    std::optional<std::string> converted = core_name(name);
+    if (!converted)
         return std::nullopt;
-    std::string options = platform::narrow(wide, platform::kCodePageAnsi);
-    if (options.size() > limit)
+    // By way of the ANSI code page, which loses letters that it lacks: options are the same text whichever way they
+    // come, and hosts find the same tags in their files.
+    const std::string ansi = options != nullptr ? platform::narrow(options, platform::kCodePageAnsi) : std::string();
+    if (ansi.size() > kMaxWideOptions)
         return std::nullopt;
-    return options;
-}
-
-std::optional<std::string> utf8_options(const char* ansi) {
-    if (ansi == nullptr)
-        return std::nullopt;
-    return platform::narrow(platform::widen(ansi, platform::kCodePageAnsi), platform::kCodePageUtf8);
+    return Request{std::move(*converted), nullptr, options_of(options != nullptr ? ansi.c_str() : nullptr)};
 }
 
 std::wstring wide_name(const char* name) {

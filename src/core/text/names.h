@@ -1,20 +1,28 @@
-// Names and option strings on their way from a host to the open and create cores.
+// Names and option texts on their way from a host to the open and create cores.
 #pragma once
 
 #include <optional>
 #include <string>
 
+#include "core/text/options.h"
+
 namespace qmio {
 
-// A name as the cores take it, in the configured code page. Empty when it does not fit its buffer or is null.
-std::optional<std::string> core_name(const char* ansi);
-std::optional<std::string> core_name(const wchar_t* wide);
+// What a host asks to be opened or made.
+struct Request {
+    std::string name;       // in the configured code page; of a memory block its header's text
+    char* block = nullptr;  // the host's memory block; null: the name is a name
+    Options options;        // in UTF-8 on every system, as FFmpeg takes them
+};
 
-// An option string in the ANSI code page; empty when it is longer than `limit` bytes or null.
-std::optional<std::string> ansi_options(const wchar_t* wide, std::size_t limit);
+// From narrow text of the ANSI code page: a name of at most 512 UTF-16 units that comes to at most 1,023 bytes, or the
+// address of a memory block, and options of any length. Empty when the name is null or does not fit.
+std::optional<Request> request(const char* name, const char* options);
 
-// An option string of the ANSI code page as FFmpeg takes it: UTF-8, on every system. Empty for null.
-std::optional<std::string> utf8_options(const char* ansi);
+// From wide text: a name that comes to at most 1,023 bytes, and options that come to at most 4,095 bytes of the ANSI
+// code page. Empty when one does not fit, when the name is null, and for a memory block, which is known by its address
+// and so has no wide name.
+std::optional<Request> request(const wchar_t* name, const wchar_t* options);
 
 // A core name as wide text, for messages.
 std::wstring wide_name(const char* name);

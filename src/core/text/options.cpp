@@ -1,23 +1,13 @@
-#include "core/text/option_string.h"
+#include "core/text/options.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <string_view>
-
-#include "core/process/trace.h"
-#include "core/text/creation_keys.h"
 
 namespace qmio {
 namespace {
-
-// Bits that an option of FFmpeg must carry to be taken.
-constexpr int kAnyOption = 0;
-constexpr int kVideoEncoding = AV_OPT_FLAG_ENCODING_PARAM | AV_OPT_FLAG_VIDEO_PARAM;
-constexpr int kAudioEncoding = AV_OPT_FLAG_ENCODING_PARAM | AV_OPT_FLAG_AUDIO_PARAM;
-constexpr int kVideoDecoding = AV_OPT_FLAG_DECODING_PARAM | AV_OPT_FLAG_VIDEO_PARAM;
 
 bool is_one_of(char character, const char* characters) {
     return character != '\0' && std::strchr(characters, character) != nullptr;
@@ -41,25 +31,34 @@ const char* skip_comments(const char* position) {
     return position;
 }
 
-// Copies [begin, end), cut at the buffer's end.
-void copy_text(char (&target)[kMaxOptionText + 1], const char* begin, const char* end) {
-    const auto length = static_cast<size_t>(std::min<ptrdiff_t>(end - begin, kMaxOptionText));
-    std::memcpy(target, begin, length);
-    target[length] = '\0';
+std::string cut_text(const char* begin, const char* end) {
+    return std::string(begin, std::min(static_cast<std::size_t>(end - begin), kMaxOptionText));
 }
 
-const char* read_quoted(const char* position, Token& token) {
+const char* read_quoted(const char* position, std::string& value) {
     const char* end = skip_to(position, "\"");
-    copy_text(token.value, position, end);
+    value = cut_text(position, end);
     return *end == '"' ? end + 1 : end;
 }
 
-const char* read_value(const char* position, Token& token) {
+const char* read_value(const char* position, std::string& value) {
     if (*position == '"')
-        return read_quoted(position + 1, token);
+        return read_quoted(position + 1, value);
     const char* end = skip_to(position, "\t\n ,");
-    copy_text(token.value, position, end);
+    value = cut_text(position, end);
     return end;
+}
+
+// Reads one pair from `position` and returns where the next one begins; the text is used up at its NUL.
+const char* read_pair(const char* position, Option& pair) {
+    position = skip(position, " \t\r\n");
+    position = skip_comments(position);
+    position = skip(position, " \t");
+    const char* key_end = skip_to(position, "=\t\n ,");
+    pair.key = cut_text(position, key_end);
+    position = read_value(skip(key_end, " \t="), pair.value);
+    position = skip(position, " \t");
+    return is_one_of(*position, ",\n") ? position + 1 : position;
 }
 
 bool holds(const char* text, char letter) {
@@ -92,7 +91,7 @@ bool is_tiny(std::string_view number) {
     const size_t digit = number.find_first_of("123456789");
     // How many digits the value has before its point, below 0 for zeros behind it; the notation's exponent moves that.
     const auto places = static_cast<ptrdiff_t>(point) - static_cast<ptrdiff_t>(digit);
-    return places + read_integer(std::string(number.substr(std::min(mark + 1, number.size()))).c_str()) < 0;
+    return places + read_integer(std::string(number.substr(std::min(mark + 1, number.size())))) < 0;
 }
 
 double read_decimal(const char* text) {
@@ -111,136 +110,42 @@ int32_t saturate(double number) {
     return static_cast<int32_t>(std::clamp<double>(number, Limits::min(), Limits::max()));
 }
 
-// Cuts "key:v" and "key:a" at the colon. False when the suffix names a kind of stream that the pass is not for.
-bool cut_stream_suffix(std::string& key, int filter) {
-    const size_t colon = key.find(':');
-    if (colon == key.npos)
-        return true;
-    const std::string suffix = key.substr(colon + 1);
-    key.resize(colon);
-    return (suffix == "v" && (filter & AV_OPT_FLAG_VIDEO_PARAM) != 0) ||
-           (suffix == "a" && (filter & AV_OPT_FLAG_AUDIO_PARAM) != 0);
-}
-
-// Adds every pair whose key is an option of `object` that carries all bits of `filter`.
-void add_known_options(void* object, ffmpeg::Dictionary& dictionary, const char* options, int filter,
-                       int search_flags) {
-    for_each_option(options, [&](const Token& token) {
-        // FFmpeg has options named "ar" and "ac" too; handed on, one track's would end up in all of them. The same with a
-        // suffix ("ar:a"), which no longer names a track.
-        if (creation_key(token.key) != CreationKey::none)
-            return;
-        std::string key = token.key;
-        if (!cut_stream_suffix(key, filter) || creation_key(key) != CreationKey::none)
-            return;
-        const AVOption* option = av_opt_find(object, key.c_str(), nullptr, 0, search_flags);
-        if (option != nullptr && (option->flags & filter) == filter)
-            dictionary.set(key.c_str(), token.value);
-    });
-}
-
-// Calls `visit` with the value of every pair that has this key.
-template <class Visitor>
-void for_each_value(const char* options, std::string_view key, Visitor&& visit) {
-    for_each_option(options, [&](const Token& token) {
-        if (token.key == key)
-            visit(token.value);
-    });
-}
-
 }  // namespace
 
-const char* next_token(const char* position, Token& token) {
-    token.key[0] = token.value[0] = '\0';
-    if (position == nullptr)
-        return nullptr;
-    position = skip(position, " \t\r\n");
-    position = skip_comments(position);
-    position = skip(position, " \t");
-    const char* key_end = skip_to(position, "=\t\n ,");
-    copy_text(token.key, position, key_end);
-    position = read_value(skip(key_end, " \t="), token);
-    position = skip(position, " \t");
-    return is_one_of(*position, ",\n") ? position + 1 : position;
-}
-
-bool find_value(const char* options, const char* key, std::string& value) {
-    if (key == nullptr)
-        return false;
-    Token token;
-    while (options != nullptr && *options != '\0') {
-        options = next_token(options, token);
-        if (std::strcmp(token.key, key) == 0) {
-            value = token.value;
-            return true;
-        }
+Options::Options(const char* text) {
+    if (text == nullptr)
+        return;
+    text_ = text;
+    for (const char* position = text; *position != '\0';) {
+        Option pair;
+        position = read_pair(position, pair);
+        if (!pair.key.empty())
+            pairs_.push_back(std::move(pair));
     }
-    return false;
 }
 
-int32_t find_number(const char* options, const char* key) {
-    std::string value;
-    return find_value(options, key, value) ? read_number(value.c_str()) : 0;
+const std::string* Options::find(std::string_view key) const {
+    const auto found = std::find_if(begin(), end(), [key](const Option& option) { return option.key == key; });
+    return found != end() ? &found->value : nullptr;
 }
 
-int32_t read_number(const char* text) {
-    if (text == nullptr)
-        return 0;
-    const int32_t number = saturate(read_decimal(text) * multiplier(text));
-    return holds(text, 'B') ? saturate(number * 8.0) : number;
+int32_t Options::number(std::string_view key) const {
+    const std::string* const value = find(key);
+    return value != nullptr ? read_number(*value) : 0;
 }
 
-int32_t read_integer(const char* text) {
-    if (text == nullptr)
-        return 0;
-    text = skip_to_number(text);
+int32_t read_number(const std::string& text) {
+    const int32_t number = saturate(read_decimal(text.c_str()) * multiplier(text.c_str()));
+    return holds(text.c_str(), 'B') ? saturate(number * 8.0) : number;
+}
+
+int32_t read_integer(const std::string& text) {
+    const char* const digits = skip_to_number(text.c_str());
     int32_t number = 0;
-    const auto result = std::from_chars(text, text + std::strlen(text), number);
+    const auto result = std::from_chars(digits, digits + std::strlen(digits), number);
     if (result.ec != std::errc::result_out_of_range)
         return number;
-    return *text == '-' ? std::numeric_limits<int32_t>::min() : std::numeric_limits<int32_t>::max();
-}
-
-void add_format_options(AVFormatContext& context, ffmpeg::Dictionary& dictionary, const char* options) {
-    add_known_options(&context, dictionary, options, kAnyOption, AV_OPT_SEARCH_CHILDREN);
-    // Options of demuxers that do not exist yet when the options are read: capture devices, raw video.
-    for_each_option(options, [&](const Token& token) {
-        for (const std::string_view key : {"video_size", "pixel_format", "framerate"})
-            if (token.key == key)
-                dictionary.set(token.key, token.value);
-    });
-}
-
-void add_video_encoder_options(AVCodecContext& context, ffmpeg::Dictionary& dictionary, const char* options) {
-    add_known_options(&context, dictionary, options, kVideoEncoding, AV_OPT_SEARCH_CHILDREN);
-}
-
-void add_audio_encoder_options(AVCodecContext& context, ffmpeg::Dictionary& dictionary, const char* options) {
-    // Unlike video, an audio encoder's private options are not searched; hosts rely on the difference.
-    add_known_options(&context, dictionary, options, kAudioEncoding, 0);
-}
-
-void add_video_decoder_options(AVCodecContext& context, ffmpeg::Dictionary& dictionary, const char* options) {
-    add_known_options(&context, dictionary, options, kVideoDecoding, 0);
-}
-
-void add_metadata(AVDictionary** dictionary, const char* options) {
-    for_each_value(options, "metadata", [&](const char* inner) {
-        for_each_option(inner, [&](const Token& token) {
-            if (token.key[0] != '\0')  // left over from blanks and doubled commas: no tag
-                av_dict_set(dictionary, token.key, token.value, 0);
-        });
-    });
-}
-
-void add_timecode(AVDictionary** dictionary, const char* options) {
-    for_each_value(options, "timecode", [&](const char* value) { av_dict_set(dictionary, "timecode", value, 0); });
-}
-
-void dump_dictionary(const AVDictionary* dictionary, const wchar_t* tag) {
-    const AVDictionaryEntry* entry = nullptr;
-    while ((entry = av_dict_get(dictionary, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr)
-        trace(TraceSwitch::options, tag, L"\t[%S] = [%S]\n", entry->key, entry->value);
+    return *digits == '-' ? std::numeric_limits<int32_t>::min() : std::numeric_limits<int32_t>::max();
 }
 
 }  // namespace qmio
