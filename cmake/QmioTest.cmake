@@ -5,15 +5,16 @@
 include(GoogleTest)
 find_package(GTest REQUIRED)
 
+# The library as the program that is linked sees it: from outside, or its insides where the program says QMIO_INTERNAL.
+# What tests share calls one or the other, and is compiled once for both.
+add_library(qmio_tested INTERFACE)
+target_link_libraries(qmio_tested INTERFACE $<IF:$<BOOL:$<TARGET_PROPERTY:QMIO_INTERNAL>>,qmio_internal,qmio>)
+
 function(qmio_add_test name)
   cmake_parse_arguments(ARG "INTERNAL;MEDIA" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
-  if(ARG_INTERNAL)
-    target_link_libraries(${name} PRIVATE qmio_internal)
-  else()
-    target_link_libraries(${name} PRIVATE qmio)
-  endif()
-  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} qmio_warnings GTest::gtest_main)
+  set_target_properties(${name} PROPERTIES QMIO_INTERNAL ${ARG_INTERNAL})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} qmio_tested qmio_warnings GTest::gtest_main)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   set(fixtures "")
   if(ARG_MEDIA)

@@ -6,9 +6,9 @@
 #include <fstream>
 #include <sstream>
 
-#include "audio/host.h"
 #include "support/media.h"
 #include "support/sound_hash.h"
+#include "support/sound_host.h"
 
 namespace qmio::test {
 namespace {

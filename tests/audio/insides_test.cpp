@@ -6,10 +6,10 @@
 #include <cmath>
 #include <regex>
 
-#include "audio/host.h"
 #include "core/handle/media_handle.h"
 #include "support/guarded_memory.h"
 #include "support/media.h"
+#include "support/sound_host.h"
 #include "support/trace_lines.h"
 
 namespace qmio::test {

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "audio/host.h"
-#include "audio/sound_files.h"
 #include "support/media.h"
+#include "support/sound_files.h"
+#include "support/sound_host.h"
 
 namespace qmio::test {
 namespace {

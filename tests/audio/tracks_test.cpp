@@ -5,9 +5,9 @@
 #include <numeric>
 #include <random>
 
-#include "audio/host.h"
 #include "support/guarded_memory.h"
 #include "support/media.h"
+#include "support/sound_host.h"
 #include "support/temp_dir.h"
 
 namespace qmio::test {

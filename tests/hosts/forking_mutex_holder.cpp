@@ -8,9 +8,9 @@
 #include <iostream>
 #include <string>
 
-#include "hosts/shared_counts.h"
 #include "platform/named_mutex.h"
 #include "platform/shared_mapping.h"
+#include "support/shared_counts.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <sstream>
 #include <string>
 
-#include "hosts/shared_counts.h"
 #include "platform/named_mutex.h"
 #include "platform/shared_mapping.h"
+#include "support/shared_counts.h"
 
 namespace {
 

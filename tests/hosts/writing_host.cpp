@@ -7,8 +7,8 @@
 #include <memory>
 #include <sstream>
 
+#include "support/made_pictures.h"
 #include "support/temp_dir.h"
-#include "write/made_pictures.h"
 
 namespace {
 

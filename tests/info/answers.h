@@ -8,8 +8,8 @@
 #include <sstream>
 #include <string>
 
-#include "info/plain_file.h"
 #include "support/media.h"
+#include "support/plain_file.h"
 
 namespace qmio::test {
 

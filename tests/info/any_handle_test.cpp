@@ -6,9 +6,9 @@
 #include <cstring>
 #include <string>
 
-#include "info/keys.h"
-#include "info/made_file.h"
+#include "support/made_file.h"
 #include "support/media.h"
+#include "support/parameter_keys.h"
 #include "support/temp_dir.h"
 
 namespace qmio::test {

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "ffmpeg/frozen_pixel_formats.h"
+#include "support/frozen_pixel_formats.h"
 
 namespace {
 

@@ -5,8 +5,9 @@
 #include <string>
 
 #include "info/answers.h"
-#include "info/plain_file.h"
 #include "support/media.h"
+#include "support/plain_file.h"
+#include "support/plain_sound.h"
 #include "support/temp_dir.h"
 
 namespace qmio::test {

@@ -12,7 +12,7 @@ extern "C" {
 #include <string_view>
 #include <vector>
 
-#include "ffmpeg/frozen_pixel_formats.h"
+#include "support/frozen_pixel_formats.h"
 
 namespace qmio::test {
 

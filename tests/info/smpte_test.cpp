@@ -5,7 +5,7 @@
 #include <ostream>
 #include <string>
 
-#include "info/made_file.h"
+#include "support/made_file.h"
 #include "support/media.h"
 #include "support/temp_dir.h"
 

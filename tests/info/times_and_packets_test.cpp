@@ -4,9 +4,9 @@
 #include <string>
 
 #include "info/answers.h"
-#include "info/made_file.h"
-#include "info/plain_file.h"
+#include "support/made_file.h"
 #include "support/media.h"
+#include "support/plain_file.h"
 #include "support/temp_dir.h"
 
 namespace qmio::test {

@@ -4,10 +4,10 @@
 #include <map>
 #include <string>
 
-#include "info/keys.h"
-#include "info/made_file.h"
-#include "info/plain_file.h"
+#include "support/made_file.h"
 #include "support/media.h"
+#include "support/parameter_keys.h"
+#include "support/plain_file.h"
 #include "support/temp_dir.h"
 
 namespace qmio::test {

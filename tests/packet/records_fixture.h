@@ -7,9 +7,9 @@
 #include <memory>
 #include <vector>
 
-#include "audio/plain_sound.h"
 #include "support/media.h"
 #include "support/numbered_picture.h"
+#include "support/plain_file.h"
 
 namespace qmio::test {
 

@@ -3,9 +3,9 @@
 #include <cstring>
 #include <limits>
 
-#include "audio/host.h"
 #include "packet/records_fixture.h"
-#include "write/made_pictures.h"
+#include "support/made_pictures.h"
+#include "support/sound_host.h"
 
 namespace qmio::test {
 namespace {

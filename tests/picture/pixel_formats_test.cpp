@@ -3,8 +3,8 @@
 
 #include <climits>
 
-#include "ffmpeg/frozen_pixel_formats.h"
 #include "qmio.h"
+#include "support/frozen_pixel_formats.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <thread>
 #include <vector>
 
-#include "hosts/shared_counts.h"
 #include "platform/shared_mapping.h"
 #include "support/process.h"
+#include "support/shared_counts.h"
 #include "support/temp_dir.h"
 
 namespace {

@@ -8,13 +8,13 @@
 #include <filesystem>
 #include <mutex>
 
-#include "hosts/shared_counts.h"
 #include "platform/named_mutex.h"
 #include "platform/posix/shared_directory.h"
 #include "platform/shared_mapping.h"
 #include "platform/system.h"
 #include "support/dynamic_library.h"
 #include "support/process.h"
+#include "support/shared_counts.h"
 #include "support/temp_dir.h"
 
 namespace {

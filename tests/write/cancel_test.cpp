@@ -4,10 +4,10 @@
 #include <atomic>
 #include <thread>
 
+#include "support/made_pictures.h"
 #include "support/media.h"
 #include "support/sockets.h"
 #include "support/temp_dir.h"
-#include "write/made_pictures.h"
 
 namespace qmio::test {
 namespace {

@@ -3,11 +3,11 @@
 
 #include <cstring>
 
+#include "support/made_pictures.h"
 #include "support/media.h"
+#include "support/probe.h"
 #include "support/process.h"
 #include "support/temp_dir.h"
-#include "write/made_pictures.h"
-#include "write/probe.h"
 
 namespace qmio::test {
 namespace {

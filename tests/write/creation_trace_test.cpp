@@ -6,9 +6,9 @@
 #include <climits>
 #include <regex>
 
+#include "support/made_pictures.h"
 #include "support/media.h"
 #include "support/trace_lines.h"
-#include "write/made_pictures.h"
 
 namespace qmio::test {
 namespace {

@@ -1,9 +1,9 @@
 // Outputs that cannot take what is written to them.
 #include <gtest/gtest.h>
 
+#include "support/made_pictures.h"
 #include "support/media.h"
 #include "support/temp_dir.h"
-#include "write/made_pictures.h"
 
 #ifndef _WIN32
 #include <sys/resource.h>

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <memory>
 
-#include "audio/host.h"
+#include "support/made_pictures.h"
 #include "support/media.h"
+#include "support/plain_encoder.h"
+#include "support/sound_host.h"
 #include "support/temp_dir.h"
-#include "write/made_pictures.h"
-#include "write/plain_encoder.h"
 
 namespace qmio::test {
 namespace {

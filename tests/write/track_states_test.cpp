@@ -4,9 +4,9 @@
 #include <sstream>
 
 #include "core/handle/media_handle.h"
+#include "support/made_pictures.h"
 #include "support/media.h"
 #include "support/temp_dir.h"
-#include "write/made_pictures.h"
 
 namespace qmio::test {
 namespace {

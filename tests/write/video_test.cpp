@@ -3,9 +3,9 @@
 
 #include <deque>
 
+#include "support/made_pictures.h"
 #include "support/media.h"
 #include "support/temp_dir.h"
-#include "write/made_pictures.h"
 
 namespace qmio::test {
 namespace {

@@ -3,12 +3,12 @@
 
 #include <algorithm>
 
-#include "audio/host.h"
+#include "support/made_pictures.h"
 #include "support/media.h"
+#include "support/plain_encoder.h"
+#include "support/probe.h"
+#include "support/sound_host.h"
 #include "support/temp_dir.h"
-#include "write/made_pictures.h"
-#include "write/plain_encoder.h"
-#include "write/probe.h"
 
 namespace qmio::test {
 namespace {

@@ -6,8 +6,8 @@
 #include <map>
 #include <vector>
 
-#include "audio/plain_sound.h"
 #include "support/open_media.h"
+#include "support/plain_sound.h"
 
 namespace qmio::test {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
-#include "audio/plain_sound.h"
 #include "support/media.h"
+#include "support/plain_sound.h"
 
 namespace qmio::test {
 

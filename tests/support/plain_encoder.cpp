@@ -1,4 +1,4 @@
-#include "write/plain_encoder.h"
+#include "support/plain_encoder.h"
 
 #include <cstring>
 

@@ -1,4 +1,4 @@
-#include "info/made_file.h"
+#include "support/made_file.h"
 
 #include "support/temp_dir.h"
 

@@ -1,4 +1,4 @@
-#include "write/made_pictures.h"
+#include "support/made_pictures.h"
 
 #include <cmath>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "audio/host.h"
+#include "support/sound_host.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "audio/plain_sound.h"
+#include "support/plain_sound.h"
 
 #include <cstring>
 #include <map>
@@ -10,15 +10,6 @@ namespace qmio::test {
 namespace {
 
 constexpr std::size_t kMostTracks = 16;
-
-Container open_plainly(const std::filesystem::path& path) {
-    AVFormatContext* container = nullptr;
-    const std::u8string name = path.u8string();
-    if (avformat_open_input(&container, reinterpret_cast<const char*>(name.c_str()), nullptr, nullptr) < 0)
-        return nullptr;
-    Container opened(container);
-    return avformat_find_stream_info(container, nullptr) < 0 ? nullptr : std::move(opened);
-}
 
 Codec open_decoder(const AVStream& stream) {
     const AVCodec* decoder = avcodec_find_decoder(stream.codecpar->codec_id);
@@ -168,16 +159,6 @@ std::vector<PlainTrack> decode_plainly(const std::filesystem::path& path, const 
             return tracks;
         }
     }
-}
-
-std::vector<Packet> packets_of(const std::filesystem::path& path, int stream) {
-    std::vector<Packet> packets;
-    const Container container = open_plainly(path);
-    for (Packet packet(av_packet_alloc()); container != nullptr && av_read_frame(container.get(), packet.get()) >= 0;
-         packet.reset(av_packet_alloc()))
-        if (packet->stream_index == stream)
-            packets.push_back(std::move(packet));
-    return packets;
 }
 
 PlainResampler::PlainResampler(const SoundForm& from, const SoundForm& to) : from_(from), to_(to) {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "audio/plain_sound.h"
-#include "write/made_pictures.h"
+#include "support/made_pictures.h"
+#include "support/plain_sound.h"
 
 namespace qmio::test {
 

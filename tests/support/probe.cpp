@@ -1,4 +1,4 @@
-#include "write/probe.h"
+#include "support/probe.h"
 
 #include <sstream>
 #include <stdexcept>

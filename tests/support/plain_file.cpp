@@ -1,4 +1,4 @@
-#include "info/plain_file.h"
+#include "support/plain_file.h"
 
 #include "support/temp_dir.h"
 
@@ -23,6 +23,16 @@ Container open_plainly(const std::filesystem::path& path) {
         return nullptr;
     Container opened(container);
     return avformat_find_stream_info(container, nullptr) < 0 ? nullptr : std::move(opened);
+}
+
+std::vector<Packet> packets_of(const std::filesystem::path& path, int stream) {
+    std::vector<Packet> packets;
+    const Container container = open_plainly(path);
+    for (Packet packet(av_packet_alloc()); container != nullptr && av_read_frame(container.get(), packet.get()) >= 0;
+         packet.reset(av_packet_alloc()))
+        if (packet->stream_index == stream)
+            packets.push_back(std::move(packet));
+    return packets;
 }
 
 std::vector<Frame> pictures_of(const std::filesystem::path& path) {

@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <string>
 
-#include "audio/plain_sound.h"
 #include "support/open_media.h"
+#include "support/plain_sound.h"
 
 namespace qmio::test {
 

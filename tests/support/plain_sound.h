@@ -1,32 +1,15 @@
 // Sound by FFmpeg's plain calls: what the library's deliveries are held against.
 #pragma once
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libswresample/swresample.h>
-}
-
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <vector>
 
 #include "support/open_media.h"
+#include "support/plain_file.h"
 
 namespace qmio::test {
-
-struct FreeAv {
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-    void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
-    void operator()(AVFormatContext* container) const { avformat_close_input(&container); }
-    void operator()(SwrContext* resampler) const { swr_free(&resampler); }
-};
-using Frame = std::unique_ptr<AVFrame, FreeAv>;
-using Packet = std::unique_ptr<AVPacket, FreeAv>;
-using Codec = std::unique_ptr<AVCodecContext, FreeAv>;
-using Container = std::unique_ptr<AVFormatContext, FreeAv>;
 
 struct SoundForm {
     int channels = 0;
@@ -70,9 +53,6 @@ struct Move {
 
 // The first 16 audio streams.
 std::vector<PlainTrack> decode_plainly(const std::filesystem::path& path, const Move& move = {});
-
-// The packets of one stream.
-std::vector<Packet> packets_of(const std::filesystem::path& path, int stream);
 
 // libswresample with the default layout of the channel counts on both sides.
 class PlainResampler {
