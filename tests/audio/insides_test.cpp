@@ -9,6 +9,7 @@
 #include "core/handle/media_handle.h"
 #include "support/guarded_memory.h"
 #include "support/media.h"
+#include "support/sound_files.h"
 #include "support/sound_host.h"
 #include "support/trace_lines.h"
 
@@ -16,10 +17,6 @@ namespace qmio::test {
 namespace {
 
 using Lines = std::vector<std::string>;
-
-std::filesystem::path sound(const char* name) {
-    return media_path(std::string("sound/") + name);
-}
 
 // Lines of one tag, addresses replaced.
 Lines lines_of(const TraceLines& trace, const std::string& tag) {

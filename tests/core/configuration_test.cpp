@@ -4,7 +4,6 @@
 #include <fstream>
 #include <optional>
 #include <regex>
-#include <sstream>
 
 #include "support/dynamic_library.h"
 #include "support/media.h"
@@ -31,12 +30,6 @@ constexpr std::string_view kBadBitmap(
     "\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
     "abcdefghijkl",
     66);
-
-std::string content_of(const std::filesystem::path& path) {
-    std::ostringstream content;
-    content << std::ifstream(path, std::ios::binary).rdbuf();
-    return content.str();
-}
 
 bool holds(const std::string& text, const std::string& part) {
     return text.find(part) != text.npos;

@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <fstream>
 #include <regex>
-#include <sstream>
 #include <thread>
 
 #include "core/process/ffmpeg_log.h"
@@ -34,11 +32,7 @@ class TraceLog : public testing::Test {
     TraceLog() { qmlib::set_log_path(test::utf8(path_)); }
     ~TraceLog() override { qmlib::close_log(); }
 
-    std::string text() const {
-        std::ostringstream content;
-        content << std::ifstream(path_, std::ios::binary).rdbuf();
-        return content.str();
-    }
+    std::string text() const { return test::content_of(path_); }
     // The log with every time stamp replaced by "<time>", since no two runs have the same.
     std::string text_without_times() const {
         static const std::regex stamp(R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d\.\d\d\d\t)");

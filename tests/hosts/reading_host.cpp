@@ -31,7 +31,7 @@ class Host {
     std::string open(std::istringstream& order) {
         std::string path;
         std::getline(order, path);
-        media_.reset(qmio_open_ex_w(wide_name(path_of(path)).c_str(), L"threads=1"));
+        media_ = open_on_one_thread(path_of(path));
         return media_ ? "opened" : "null";
     }
 

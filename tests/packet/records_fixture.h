@@ -1,10 +1,9 @@
-// Records that end themselves, and a film whose packets are known.
+// New records, and a film whose packets are known.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
 #include <vector>
 
 #include "support/media.h"
@@ -12,11 +11,6 @@
 #include "support/plain_file.h"
 
 namespace qmio::test {
-
-struct RecordEnd {
-    void operator()(AVPacket* packet) const { qmio_pkt_free(packet); }
-};
-using Record = std::unique_ptr<AVPacket, RecordEnd>;
 
 inline Record new_record() {
     return Record(qmio_pkt_alloc());

@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <fstream>
-#include <sstream>
 
 #include "qmio.h"
 #include "qmlib/sinks.h"
@@ -106,9 +104,7 @@ TEST(SurfaceSlice, ReportsAnUnknownFormatAndLeavesTheTarget) {
     qmio_planes target = untouched();
     qmio_surf_slice(342, &target, &source, 5);
     qmio::qmlib::close_log();
-    std::ostringstream log;
-    log << std::ifstream(path, std::ios::binary).rdbuf();
-    EXPECT_EQ(log.str(), "qmio_surf_slice: error: cant get pixel descr for fmt 342\n");
+    EXPECT_EQ(qmio::test::content_of(path), "qmio_surf_slice: error: cant get pixel descr for fmt 342\n");
     EXPECT_EQ(target.data[0], pixels[0]);
     EXPECT_EQ(target.linesize[0], 7);
 }

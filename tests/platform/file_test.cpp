@@ -4,7 +4,6 @@
 
 #include <array>
 #include <fstream>
-#include <iterator>
 
 #include "platform/text.h"
 #include "support/process.h"
@@ -13,17 +12,13 @@
 namespace {
 
 using namespace qmio::platform;
+using qmio::test::content_of;
 using qmio::test::path_of;
 using qmio::test::TempDir;
 using qmio::test::utf8;
 
 void put(const std::filesystem::path& path, const std::string& content) {
     std::ofstream(path, std::ios::binary) << content;
-}
-
-std::string content_of(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 std::string read_up_to(ReadFile& file, int size) {

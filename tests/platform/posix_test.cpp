@@ -8,11 +8,11 @@
 #include <filesystem>
 #include <mutex>
 
+#include "platform/module_path_in.h"
 #include "platform/named_mutex.h"
 #include "platform/posix/shared_directory.h"
 #include "platform/shared_mapping.h"
 #include "platform/system.h"
-#include "support/dynamic_library.h"
 #include "support/process.h"
 #include "support/shared_counts.h"
 #include "support/temp_dir.h"
@@ -21,6 +21,7 @@ namespace {
 
 using namespace qmio::platform;
 using qmio::test::host_program;
+using qmio::test::module_path_in;
 using qmio::test::Process;
 using qmio::test::SharedCounts;
 using qmio::test::TempDir;
@@ -122,15 +123,6 @@ TEST(SharedFolder, IsPrivate) {
     ASSERT_EQ(::stat(shared_folder().c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0700u);
     EXPECT_EQ(status.st_uid, ::geteuid());
-}
-
-std::string module_path_in(const std::filesystem::path& library_path) {
-    const qmio::test::DynamicLibrary library(library_path);
-    EXPECT_TRUE(library.loaded()) << library.error();
-    char buffer[1024] = {};
-    if (auto* copy_module_path = library.function<int(char*, int)>("copy_module_path"))
-        copy_module_path(buffer, sizeof buffer);
-    return buffer;
 }
 
 std::filesystem::path library_file() {

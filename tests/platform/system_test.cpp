@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "platform/module_path_in.h"
 #include "support/dynamic_library.h"
 #include "support/process.h"
 #include "support/temp_dir.h"
@@ -13,20 +14,11 @@
 namespace {
 
 using namespace qmio::platform;
-using qmio::test::DynamicLibrary;
+using qmio::test::module_path_in;
 using qmio::test::path_of;
 using qmio::test::program_folder;
 using qmio::test::TempDir;
 using qmio::test::utf8;
-
-std::string module_path_in(const std::filesystem::path& library_path) {
-    const DynamicLibrary library(library_path);
-    EXPECT_TRUE(library.loaded()) << library.error();
-    auto* copy_module_path = library.function<int(char*, int)>("copy_module_path");
-    char buffer[1024];
-    return copy_module_path ? std::string(buffer, static_cast<std::size_t>(copy_module_path(buffer, sizeof buffer)))
-                            : std::string();
-}
 
 std::filesystem::path copied_library(const std::filesystem::path& target) {
     std::filesystem::create_directories(target.parent_path());

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -28,11 +27,7 @@ class LogFile : public testing::Test {
         const SinkLock lock;
         write_log(lock, text);
     }
-    std::string text() const {
-        std::ostringstream content;
-        content << std::ifstream(path_, std::ios::binary).rdbuf();
-        return content.str();
-    }
+    std::string text() const { return qmio::test::content_of(path_); }
 
     const qmio::test::TempDir folder_;
     const std::filesystem::path path_ = folder_ / qmio::test::path_of("\xd0\xb6.log");

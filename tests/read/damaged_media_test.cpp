@@ -72,9 +72,8 @@ void use(const Media& media) {
     drain(media, buffer);
 }
 
-// One thread, so that a run is repeatable and quick; the thread count is no part of what is damaged.
 void open_and_use(const std::filesystem::path& path) {
-    const Media media(qmio_open_ex_w(wide_name(path).c_str(), L"threads=1"));
+    const Media media = open_on_one_thread(path);
     if (media)
         use(media);
 }

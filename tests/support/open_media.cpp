@@ -20,6 +20,10 @@ Media open_media(const std::filesystem::path& path) {
     return Media(qmio_open_w(wide_name(path).c_str()));
 }
 
+Media open_on_one_thread(const std::filesystem::path& path) {
+    return Media(qmio_open_ex_w(wide_name(path).c_str(), L"threads=1"));
+}
+
 std::wstring wide_name(const std::filesystem::path& path) {
     if constexpr (sizeof(wchar_t) == sizeof(char32_t)) {
         const std::u32string name = path.u32string();

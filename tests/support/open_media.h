@@ -1,4 +1,4 @@
-// What tests of opening and closing share: handles that close themselves, files as bytes, memory sources, pictures.
+// What tests of opening and closing share: handles and records that end themselves, files as bytes, memory sources, pictures.
 #pragma once
 
 #include <qmio.h>
@@ -19,9 +19,19 @@ struct MediaCloser {
 using Media = std::unique_ptr<MediaHandle, MediaCloser>;
 using Bytes = std::vector<uint8_t>;
 
+// A packet's record.
+struct RecordEnd {
+    void operator()(AVPacket* packet) const { qmio_pkt_free(packet); }
+};
+using Record = std::unique_ptr<AVPacket, RecordEnd>;
+
 Media open_media(const std::string& name);
 Media open_media(const std::string& name, const std::string& options);
 Media open_media(const std::filesystem::path& path);
+
+// Without decoding threads: a run is repeatable, and those of an FFmpeg that was built without the thread sanitizer
+// look like races to it.
+Media open_on_one_thread(const std::filesystem::path& path);
 
 // A path as a wide name; std::filesystem would take the locale's word for what its bytes mean.
 std::wstring wide_name(const std::filesystem::path& path);

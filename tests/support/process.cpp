@@ -1,7 +1,6 @@
 #include "support/process.h"
 
-#include <fstream>
-#include <iterator>
+#include <utility>
 
 #include "support/process_system.h"
 
@@ -67,8 +66,7 @@ int Process::wait() {
 }
 
 std::string Process::error_text() const {
-    std::ifstream file(system_->error_path(), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    return content_of(system_->error_path());
 }
 
 Outcome run(const std::filesystem::path& program, const Arguments& arguments, const Environment& environment) {

@@ -49,7 +49,7 @@ std::vector<Piece> read_into_exact_buffers(const Media& media, const std::vector
 }  // namespace
 
 Media open_sound(const std::filesystem::path& path) {
-    return Media(qmio_open_ex_w(wide_name(path).c_str(), L"threads=1"));
+    return open_on_one_thread(path);
 }
 
 bool choose(const Media& media, int track, const SoundForm& form) {

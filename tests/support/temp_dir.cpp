@@ -1,5 +1,7 @@
 #include "support/temp_dir.h"
 
+#include <fstream>
+#include <iterator>
 #include <random>
 
 namespace qmio::test {
@@ -22,6 +24,11 @@ std::string utf8(const std::filesystem::path& path) {
 
 std::filesystem::path path_of(const std::string& utf8) {
     return std::u8string(utf8.begin(), utf8.end());
+}
+
+std::string content_of(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 std::string unique_name() {

@@ -1,4 +1,4 @@
-// A folder of its own for a test, removed with all it holds at the end.
+// A folder of its own for a test, removed with all it holds at the end; names, paths and contents of files.
 #pragma once
 
 #include <filesystem>
@@ -23,6 +23,9 @@ class TempDir {
 // Between paths and UTF-8 text, on every system.
 std::string utf8(const std::filesystem::path& path);
 std::filesystem::path path_of(const std::string& utf8);
+
+// All bytes of a file; an empty text where there is none.
+std::string content_of(const std::filesystem::path& path);
 
 // A short text that no other call, in this process or another, has given.
 std::string unique_name();

@@ -13,11 +13,6 @@ namespace {
 
 using namespace qmio::test;
 
-// The decoding threads of an FFmpeg built without the thread sanitizer look like races to it, so there are none here.
-Media open_on_one_thread(const std::filesystem::path& path) {
-    return Media(qmio_open_ex_w(wide_name(path).c_str(), L"threads=1"));
-}
-
 TEST(Close, OfNullGivesZero) {
     EXPECT_EQ(qmio_close(nullptr), 0);
 }

@@ -10,11 +10,6 @@
 namespace qmio::test {
 namespace {
 
-struct PacketEnd {
-    void operator()(AVPacket* packet) const { qmio_pkt_free(packet); }
-};
-using Record = std::unique_ptr<AVPacket, PacketEnd>;
-
 const std::string kIntra = "fmt=mov,vcodec=mjpeg,pix_fmt=yuvj420p,size=64x48,r=25";
 // Holds pictures back: two B frames, and frames that the rate control looks ahead at.
 const std::string kDelayed =
