@@ -272,7 +272,6 @@ TEST(ConversionForWriting, WithoutResamplerIsACopy) {
     EXPECT_EQ(qmio_resample_track(media.get(), 0, target.data(), source.data(), -1), 0);
     EXPECT_EQ(qmio_resample_track(media.get(), 0, nullptr, source.data(), 7), 0);
     EXPECT_EQ(qmio_resample_track(media.get(), 0, target.data(), nullptr, 7), 0);
-    EXPECT_EQ(qmio_resample_track(nullptr, 0, target.data(), source.data(), 7), 0);
 }
 
 TEST(ConversionForWriting, IsNothingForAReaderWhoseSoundIsConverted) {

@@ -120,23 +120,6 @@ TEST(TrackNumbers, AStreamThatIsNoTrackIsNowhere) {
     EXPECT_EQ(qmio_stream_chans(media.get(), -5), qmio_user_chans(media.get()));
 }
 
-TEST(TrackNumbers, WithoutAHandle) {
-    EXPECT_EQ(qmio_set_track(nullptr, 1), 0);
-    EXPECT_EQ(qmio_map_audio(nullptr, 0, 0), 0);
-    EXPECT_EQ(qmio_user_chans(nullptr), 0);
-    EXPECT_EQ(qmio_track_chans(nullptr, 0), 0);
-    EXPECT_EQ(qmio_stream_chans(nullptr, 0), 0);
-    EXPECT_EQ(qmio_ffch2trch(nullptr, 3), 0);
-    EXPECT_EQ(qmio_trch2ffch(nullptr, 3), 0);
-    EXPECT_EQ(qmio_stream2ffch(nullptr, 3), -1);
-    EXPECT_EQ(qmio_ffch2stream(nullptr, 3), -1);
-    EXPECT_EQ(qmio_stream2trch(nullptr, 3), kNowhere);
-    EXPECT_EQ(qmio_trch2stream(nullptr, 3), -1);
-    EXPECT_EQ(qmio_audio_remap(nullptr, nullptr, nullptr, 1, 0), 0);
-    EXPECT_EQ(qmio_remap_audio(nullptr, nullptr, nullptr, 1, 0), 0);
-    EXPECT_EQ(qmio_sample_size(nullptr), 0);
-}
-
 TEST(TrackNumbers, MoreThanSixteenTracksAreSixteen) {
     const Media media = open_sound(media_path("seventeen_audio_tracks.mkv"));
     EXPECT_EQ(file_param(media, "naudio"), 16);

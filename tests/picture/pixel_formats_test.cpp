@@ -27,7 +27,6 @@ TEST(PixelFormatName, IsUnknownInAnotherSpelling) {
     EXPECT_EQ(qmio_fmtid("AV_PIX_FMT_BGR"), -1);
     EXPECT_EQ(qmio_fmtid("AV_PIX_FMT_BGRA "), -1);
     EXPECT_EQ(qmio_fmtid(""), -1);
-    EXPECT_EQ(qmio_fmtid(nullptr), -1);
 }
 
 TEST(PixelFormatName, OfNoFormatIsLikeAnUnknownOne) {

@@ -87,15 +87,6 @@ TEST(SurfaceSlice, WorksInPlace) {
     EXPECT_EQ(both.data[1] - pixels[1], 202);
 }
 
-TEST(SurfaceSlice, DoesNothingWithoutPlanes) {
-    const qmio_planes source = planes(3);
-    qmio_planes target = untouched();
-    qmio_surf_slice(AV_PIX_FMT_YUV420P, nullptr, &source, 5);
-    qmio_surf_slice(AV_PIX_FMT_YUV420P, &target, nullptr, 5);
-    EXPECT_EQ(target.data[0], pixels[0]);
-    EXPECT_EQ(target.linesize[0], 7);
-}
-
 TEST(SurfaceSlice, ReportsAnUnknownFormatAndLeavesTheTarget) {
     const qmio::test::TempDir folder;
     const auto path = folder / "slice.log";

@@ -107,25 +107,6 @@ TEST(HeldPicture, IsNothingBeforeTheFirstPicture) {
     EXPECT_LE(player.held().result, 0);
 }
 
-constexpr int kBgra = 30;
-
-TEST(NullHandle, EveryReadingCallAnswers) {
-    std::array<uint8_t, 4> buffer{};
-    imio_picture picture{};
-    EXPECT_EQ(qmio_get_frame(nullptr), -1);
-    EXPECT_EQ(qmio_release_frame(nullptr), 0);
-    EXPECT_EQ(qmio_video_pkt(nullptr, buffer.data(), nullptr), -1);
-    EXPECT_EQ(qmio_video_frame(nullptr, buffer.data()), -1);
-    EXPECT_EQ(qmio_read_frame(nullptr, buffer.data()), 0);
-    EXPECT_EQ(qmio_get_buf(nullptr, buffer.data()), -1);
-    EXPECT_EQ(qmio_is_valid_frame(nullptr, 1), 0);
-    EXPECT_EQ(imio_video_pkt(nullptr, &picture, nullptr), -1);
-    EXPECT_EQ(imio_video_frame(nullptr, &picture), -1);
-    EXPECT_EQ(imio_read_frame(nullptr, &picture), 0);
-    EXPECT_EQ(imio_get_buf(nullptr, &picture), -1);
-    EXPECT_EQ(qmio_set_dst_fmt(nullptr, kBgra), 0);
-}
-
 TEST(NullPicture, EveryReadingCallAnswers) {
     Player player(media_path("plain.mp4"));
     EXPECT_EQ(qmio_read_frame(player.handle(), nullptr), 0);

@@ -244,13 +244,6 @@ TEST(SeekFrame, ReadingAndSeekingInterleave) {
     }
 }
 
-TEST(SeekFrame, OfANullHandleIsNothing) {
-    EXPECT_EQ(qmio_seek_frame(nullptr, 5), 0);
-    EXPECT_EQ(qmio_seek_frame_ex(nullptr, 5), 0);
-    EXPECT_EQ(qmio_seek_frame_ex_old(nullptr, 5), 0);
-    EXPECT_EQ(qmio_seek_ts(nullptr, 5, 1), 0);
-}
-
 // ---- Sources without evenly spaced pictures -----------------------------------------------------------------------
 
 TEST(UnevenPictures, ANumberInAGapGivesTheNextPicture) {

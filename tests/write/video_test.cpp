@@ -51,13 +51,6 @@ TEST_F(Video, IsNotDisturbedBySeekCalls) {
 
 TEST_F(Video, WithoutAnythingToWorkOnGivesNothing) {
     imio_picture empty{};
-    Bytes pixels = yuvj_.picture(0);
-    imio_picture picture = record_of(pixels);
-    EXPECT_EQ(qmio_write_frame(nullptr, pixels.data()), 0);
-    EXPECT_EQ(imio_write_frame(nullptr, &picture), 0);
-    EXPECT_EQ(qmio_encode_frame(nullptr, pixels.data()), nullptr);
-    EXPECT_EQ(imio_encode_frame(nullptr, &picture), nullptr);
-    EXPECT_EQ(qmio_put_frame(nullptr, nullptr), 0);
     const Writer writer = intra();
     EXPECT_EQ(qmio_write_frame(writer.handle(), nullptr), 0);
     EXPECT_EQ(imio_write_frame(writer.handle(), nullptr), 0);
