@@ -8,6 +8,7 @@
 
 #include "core/handle/media_handle.h"
 #include "platform/shared_mapping.h"
+#include "support/documented_results.h"
 #include "support/media.h"
 #include "support/open_media.h"
 #include "support/temp_dir.h"
@@ -193,10 +194,10 @@ class HostileIndex : public FrameIndex {
         const Media media = open_media(path_);
         ASSERT_TRUE(media);
         for (const int frame : {0, 5, 99, 511, 512, 100000, INT_MAX, INT_MIN, 3}) {
-            qmio_seek_frame(media.get(), frame);
-            next_picture(media);
-            qmio_seek_frame_ex_old(media.get(), frame);
-            next_picture(media);
+            EXPECT_PRED2(is_seeking_result, frame, qmio_seek_frame(media.get(), frame));
+            EXPECT_PRED1(is_reading_result, next_picture(media).result);
+            EXPECT_PRED2(is_positioning_result, frame, qmio_seek_frame_ex_old(media.get(), frame));
+            EXPECT_PRED1(is_reading_result, next_picture(media).result);
         }
     }
 };

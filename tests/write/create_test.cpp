@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "support/documented_results.h"
 #include "support/made_pictures.h"
 #include "support/media.h"
 #include "support/probe.h"
@@ -111,13 +112,19 @@ INSTANTIATE_TEST_SUITE_P(Rates, RateOption,
                          [](const auto& test) { return "Rate" + test_name(test.param.option + "_"); });
 
 TEST_F(Create, WithAbsurdRatesFailsOrWritesButNeverCrashes) {
+    const PictureMaker maker("AV_PIX_FMT_YUV420P", 64, 48);
+    int opened = 0;
     for (const char* rate : {"-25", "25/-1", "-25/-1", "0/-1", "2147483647", "1/2147483647", "-2147483648/-2147483648",
                              "0/2147483647", "99999999999"})
         for (const char* container : {"mov", "avi", "matroska", "mpegts"}) {
             const Writer writer(path("absurd"), "fmt=" + std::string(container) + "," + kVideo + ",r=" + rate);
-            if (writer.is_open())
-                write_pictures(writer, PictureMaker("AV_PIX_FMT_YUV420P", 64, 48), 2);
+            if (!writer.is_open())
+                continue;
+            ++opened;
+            for (const int number : {0, 1})
+                EXPECT_PRED1(is_writing_result, writer.write_picture(maker, number)) << container << " " << rate;
         }
+    EXPECT_GT(opened, 0);
 }
 
 TEST_F(Create, WritesTheTimeCodeToTheStreamToo) {

@@ -318,17 +318,27 @@ TEST_F(FailedCreation, ForWantOfMemoryLeavesNothingWhereverItStops) {
     EXPECT_GT(made, 1);
 }
 
+// The header of a block tells what was written, eight zeros where creation failed late, or what it told before.
 TEST_F(FailedCreation, ForWantOfMemoryLeavesABlockToItsHost) {
+    const std::string before = "mem:30d40";
+    const std::string none = "mem:00000000.";
+    int failed = 0;
+    int made = 0;
     for (std::size_t limit = 40; limit < (1U << 20); limit += limit / 6) {
         Bytes block(32 + 200000);
-        std::string("mem:30d40").copy(reinterpret_cast<char*>(block.data()), 31);
+        char* const header = reinterpret_cast<char*>(block.data());
+        before.copy(header, 31);
         av_max_alloc(limit);
-        {
-            const Media media(
-                qmio_create_a(reinterpret_cast<char*>(block.data()), ("fmt=avi," + kVideo + kPcm).c_str()));
-        }
+        const bool is_made = Media(qmio_create_a(header, ("fmt=avi," + kVideo + kPcm).c_str())) != nullptr;
         av_max_alloc(INT_MAX);
+        const std::string told(header, std::find(header, header + 32, '\0'));
+        EXPECT_TRUE(is_made ? std::regex_match(told, std::regex("mem:[0-9A-F]{8}\\.")) && told != none
+                            : told == before || told == none)
+            << told << " with memory up to " << limit;
+        ++(is_made ? made : failed);
     }
+    EXPECT_GT(failed, 10);
+    EXPECT_GT(made, 1);
 }
 
 }  // namespace
