@@ -188,6 +188,14 @@ const FileKey* find_file_key(const char* key) {
     return find_key(kNumbers, key);
 }
 
+std::vector<std::string_view> text_keys() {
+    return names_in(kTexts);
+}
+
+std::vector<std::string_view> file_keys() {
+    return names_in(kNumbers);
+}
+
 const AVFrame* decoded_picture(const MediaHandle& handle) {
     const AVFrame* frame = handle.reading.pFrame.get();
     return frame != nullptr && frame->data[0] != nullptr ? frame : nullptr;

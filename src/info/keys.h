@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <iterator>
+#include <string_view>
+#include <vector>
 
 #include "core/handle/media_handle.h"
 
@@ -18,6 +20,22 @@ const Entry* find_key(const Entry (&table)[count], const char* key) {
             return &entry;
     return nullptr;
 }
+
+// The names in such a table, in its order.
+template <class Entry, std::size_t count>
+std::vector<std::string_view> names_in(const Entry (&table)[count]) {
+    std::vector<std::string_view> names;
+    for (const Entry& entry : table)
+        names.emplace_back(entry.name);
+    return names;
+}
+
+// All keys, for whoever keeps a list of them to hold it against.
+std::vector<std::string_view> text_keys();    // of qmio_get_file_info, but for those that need no handle
+std::vector<std::string_view> file_keys();    // of qmio_get_file_param
+std::vector<std::string_view> track_keys();   // of qmio_get_stream_param, about one track
+std::vector<std::string_view> stream_keys();  // about the streams, but for those that file_keys() has
+std::vector<std::string_view> time_keys();    // of qmio_get_time_param
 
 // A key about the whole file.
 struct FileKey {

@@ -160,6 +160,15 @@ int64_t stream_param(MediaHandle& handle, const char* key, int track) {
 }
 
 }  // namespace
+
+std::vector<std::string_view> track_keys() {
+    return names_in(kTrackKeys);
+}
+
+std::vector<std::string_view> stream_keys() {
+    return names_in(kStreamKeys);
+}
+
 }  // namespace qmio::info
 
 using namespace qmio;

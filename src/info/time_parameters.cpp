@@ -181,6 +181,11 @@ int32_t timecode_of(const MediaHandle& handle, int frame) {
 }
 
 }  // namespace
+
+std::vector<std::string_view> time_keys() {
+    return names_in(kGetters);
+}
+
 }  // namespace qmio::info
 
 using namespace qmio;

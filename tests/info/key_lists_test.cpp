@@ -1,0 +1,57 @@
+// The tests' lists of keys are the library's: a key that is added there is asked for everywhere, or this fails. (That the
+// command-line host lists the same keys is tested with the host.)
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "info/keys.h"
+#include "support/parameter_keys.h"
+
+namespace qmio::info {
+namespace {
+
+using Names = std::vector<std::string>;
+
+Names sorted(const std::vector<std::string_view>& keys) {
+    Names names(keys.begin(), keys.end());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+Names sorted(std::initializer_list<Names> lists) {
+    Names names;
+    for (const Names& list : lists)
+        names.insert(names.end(), list.begin(), list.end());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+TEST(KeyLists, OfTextsAreTheLibrarys) {
+    EXPECT_EQ(sorted({test::kTextKeys}), sorted(text_keys()));
+}
+
+TEST(KeyLists, OfFilesAreTheLibrarys) {
+    EXPECT_EQ(sorted({test::kFileKeys, test::kSharedKeys}), sorted(file_keys()));
+    for (const std::string& key : test::kFileKeys)
+        EXPECT_FALSE(find_file_key(key.c_str())->of_streams) << key;
+    for (const std::string& key : test::kSharedKeys)
+        EXPECT_TRUE(find_file_key(key.c_str())->of_streams) << key;
+}
+
+TEST(KeyLists, OfTracksAreTheLibrarys) {
+    EXPECT_EQ(sorted({test::kTrackKeys}), sorted(track_keys()));
+}
+
+TEST(KeyLists, OfStreamsAreTheLibrarys) {
+    EXPECT_EQ(sorted({test::kStreamKeys, {"gop", "set_gop"}}), sorted(stream_keys()));
+}
+
+TEST(KeyLists, OfTimesAreTheLibrarys) {
+    EXPECT_EQ(sorted({test::kTimeKeys}), sorted(time_keys()));
+}
+
+}  // namespace
+}  // namespace qmio::info
