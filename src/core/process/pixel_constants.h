@@ -3,7 +3,7 @@
 
 namespace qmio {
 
-// Gives the 18 exported integers their values; called once while the library loads (picture/pixel_constants.cpp).
+// Gives the 18 exported integers their values; called once while the library loads.
 void fill_pixel_format_constants();
 
 }  // namespace qmio
