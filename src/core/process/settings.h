@@ -27,10 +27,6 @@ struct Settings {
 // The settings in force; the defaults before the library was attached and after it was detached.
 const Settings& settings();
 
-// Called by the load and unload notification of the platform, before and after any other entry point.
-void attach_library();
-void detach_library();
-
 // Where the configuration of the library file at `library_path` lies.
 std::string configuration_path(const std::string& library_path);
 

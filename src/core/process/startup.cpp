@@ -5,6 +5,7 @@
 #include "ffmpeg/catalogue.h"
 #include "ffmpeg/codec_lookup.h"
 #include "ffmpeg/ffmpeg.h"
+#include "platform/load_notification.h"
 #include "platform/loaded_library.h"
 #include "platform/never_destroyed.h"
 #include "platform/system.h"
@@ -63,12 +64,6 @@ LogCallback ffmpegs_own_log_callback() {
         platform::function_of_library(avutil_configuration(), "av_log_default_callback", stub));
 }
 
-}  // namespace
-
-const Settings& settings() {
-    return current.value;
-}
-
 void attach_library() {
     try {
         configure(current.value);
@@ -88,6 +83,14 @@ void detach_library() {
     ffmpeg::clear_vetoes();
     ffmpeg::forget_pixel_formats();
     qmlib::close_log();
+}
+
+const platform::LoadNotification notification(attach_library, detach_library);
+
+}  // namespace
+
+const Settings& settings() {
+    return current.value;
 }
 
 }  // namespace qmio

@@ -1,14 +1,19 @@
-// The loader's notice that this library, or a program it is linked into, begins and ends.
-#include "core/process/settings.h"
+#include "platform/load_notification.h"
 
+namespace qmio::platform {
 namespace {
 
-__attribute__((constructor)) void loaded() {
-    qmio::attach_library();
-}
+constinit LoadNotification::Routine detach_routine = nullptr;
 
 __attribute__((destructor)) void unloading() {
-    qmio::detach_library();
+    detach_routine();
 }
 
 }  // namespace
+
+LoadNotification::LoadNotification(Routine attach, Routine detach) {
+    detach_routine = detach;
+    attach();
+}
+
+}  // namespace qmio::platform
