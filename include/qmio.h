@@ -11,6 +11,8 @@
  *   Different handles may be used on different threads at once. One handle is used by one thread at a time; the one
  *   exception is qmio_cancel, which another thread may call while a call on the handle is blocked. Opening codecs is
  *   serialised across all threads and all processes of the user that load the library from the same place.
+ *   The process may end while threads are inside the library, on whatever handles: nothing is taken down then. No thread
+ *   may be inside when the library is unloaded from a process that goes on.
  *
  * Names and text
  *   Narrow names (_a) are in the ANSI code page of the system (UTF-8 on Linux), wide names (_w) are UTF-16 on Windows

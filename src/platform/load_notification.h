@@ -9,8 +9,11 @@ class LoadNotification {
   public:
     using Routine = void (*)();
 
-    // `attach` runs at once, which is before any other entry point is called, and `detach` before the code leaves.
-    LoadNotification(Routine attach, Routine detach);
+    // `attach` runs at once, which is before any other entry point is called. `detach` runs before the library's code
+    // leaves a process that goes on. When the process ends it does not: other threads may be inside the library, the
+    // code stays to the last, and the system takes everything back by itself.
+    // `exported` is the name of any function that the library exports.
+    LoadNotification(Routine attach, Routine detach, const char* exported);
 };
 
 }  // namespace qmio::platform

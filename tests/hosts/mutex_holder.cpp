@@ -2,6 +2,8 @@
 //   lock              answers "locked" once it is inside
 //   unlock            answers "unlocked"
 //   count MAPPING N   answers "counting", visits the counts in the mapping N times, each time inside, then "counted"
+//   exit              ends the process with the mutex open
+#include <cstdlib>
 #include <iostream>
 #include <random>
 #include <sstream>
@@ -47,6 +49,8 @@ bool obey(NamedMutex& mutex, std::istringstream& order) {
         say("unlocked");
     } else if (verb == "count" && count(mutex, mapping_name, times)) {
         say("counted");
+    } else if (verb == "exit") {
+        std::exit(0);
     } else {
         return false;
     }

@@ -81,6 +81,32 @@ TEST(SharedFolder, KeepsTheMutexOfAnotherProcess) {
     EXPECT_TRUE(std::filesystem::exists(shared_file("mutex", name)));
 }
 
+TEST(SharedFolder, HoldsNothingOfAProcessThatEndedWithTheMutexOpen) {
+    const std::string name = "ended-" + unique_name();
+    Process other(host_program("mutex_holder"), {name});
+    other.write_line("lock");
+    EXPECT_EQ(other.read_line(), "locked");
+    EXPECT_TRUE(std::filesystem::exists(shared_file("mutex", name)));
+    other.write_line("unlock");
+    other.write_line("exit");
+    EXPECT_EQ(other.read_line(), "unlocked");
+    EXPECT_EQ(other.wait(), 0);
+    EXPECT_FALSE(std::filesystem::exists(shared_file("mutex", name)));
+}
+
+TEST(SharedFolder, KeepsTheMutexWhenAnotherProcessEndsWithItOpen) {
+    const std::string name = "outlived-" + unique_name();
+    const auto mutex = NamedMutex::open(name);
+    Process other(host_program("mutex_holder"), {name});
+    other.write_line("lock");
+    EXPECT_EQ(other.read_line(), "locked");
+    other.write_line("exit");
+    EXPECT_EQ(other.wait(), 0);
+    EXPECT_TRUE(std::filesystem::exists(shared_file("mutex", name)));
+    mutex->lock();
+    mutex->unlock();
+}
+
 TEST(SharedFolder, ALockFileThatSomebodyRemovedIsMadeAgain) {
     const std::string name = "removed-" + unique_name();
     const auto mutex = NamedMutex::open(name);

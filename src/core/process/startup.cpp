@@ -85,7 +85,7 @@ void detach_library() {
     qmlib::close_log();
 }
 
-const platform::LoadNotification notification(attach_library, detach_library);
+const platform::LoadNotification notification(attach_library, detach_library, "qmio_close");
 
 }  // namespace
 

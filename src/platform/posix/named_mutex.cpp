@@ -5,6 +5,7 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <mutex>
 #include <new>
 #include <thread>
@@ -55,6 +56,25 @@ void forget_parent() {
 void watch_forks() {
     static const int registered =
         ::pthread_atfork([] { registry.lock(); }, [] { registry.unlock(); }, [] { forget_parent(); });
+    static_cast<void>(registered);
+}
+
+// The end of a process closes nothing, as threads may still be inside. A name that nobody else uses goes with it even so,
+// unless a thread is inside just now. Another process that has opened the file meanwhile gets its lock, and then finds
+// that the name has gone.
+void drop_unused_names() {
+    const std::unique_lock guard(registry, std::try_to_lock);
+    for (Holder* holder = guard ? first_holder : nullptr; holder; holder = holder->next) {
+        const std::unique_lock alone(holder->threads, std::try_to_lock);
+        if (!alone || !holder->file || !try_lock_byte(holder->file.get(), kUserByte, ByteLock::kExclusive))
+            continue;
+        remove_name(holder->file.get(), holder->file_name);
+        wait_lock_byte(holder->file.get(), kUserByte, ByteLock::kShared);
+    }
+}
+
+void watch_end() {
+    static const int registered = std::atexit(drop_unused_names);
     static_cast<void>(registered);
 }
 
@@ -153,6 +173,7 @@ class LockFileMutex final : public NamedMutex {
 
 std::unique_ptr<NamedMutex> NamedMutex::open(const std::string& name) {
     watch_forks();
+    watch_end();
     Holder* holder = join_holder(shared_file_name("mutex", name));
     return holder ? std::make_unique<LockFileMutex>(holder) : nullptr;
 }

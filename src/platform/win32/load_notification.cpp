@@ -20,7 +20,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID proces
 namespace qmio::platform {
 
 // The constructors of a library run before its notice of having been loaded, under the same lock.
-LoadNotification::LoadNotification(Routine attach, Routine detach) {
+LoadNotification::LoadNotification(Routine attach, Routine detach, const char* /*exported*/) {
     detach_routine = detach;
     attach();
 }
