@@ -41,14 +41,27 @@ Picture readable_source(const Picture& source, const Picture& target, int flags,
     return needs_alpha ? made_opaque(picture) : picture;
 }
 
+// Picture of the same planes in another size.
+Picture resized(Picture picture, PictureSize size) {
+    picture.width = size.width;
+    picture.height = size.height;
+    return picture;
+}
+
+// Converts into a picture of `size` and hands the target's part of it over.
 int scale_through_scratch(const Picture& source, const Picture& target, PictureSize size, SwsContext* scaler,
-                          FramePtr& scratch) {
+                          FramePtr& scratch, int flags) {
     if (!prepare_aligned(scratch, target.format, size.width, size.height))
         return 0;
-    Picture written = picture_in_frame(*scratch);
-    const int rows = std::min(scale(source, written, scaler), target.height);
-    written.width = target.width;
-    written.height = target.height;
+    const PictureSize own_size{target.width, target.height};
+    const Picture enlarged = picture_in_frame(*scratch);
+    const Picture written = resized(enlarged, own_size);
+    const int rows = std::min(scale(source, enlarged, scaler), target.height);
+    if (rows > 0 && size != own_size && restarts_dither(target.format)) {
+        const Picture original = resized(source, own_size);
+        if (const ScalerPtr own_scaler = make_scaler(original, written, flags))
+            scale(original, written, own_scaler.get());
+    }
     if (rows > 0)
         copy_picture(target, written);
     return rows;
@@ -69,9 +82,7 @@ int scale_exactly(const Picture& source, const Picture& target, int flags, Frame
     const bool plain_copy = is_plain_copy(source, target);
     const PictureSize source_size = enlarged ? size : PictureSize{source.width, source.height};
     const Picture from = plain_copy ? source : readable_source(source, target, flags, source_size, copy);
-    Picture to = target;
-    to.width = size.width;
-    to.height = size.height;
+    const Picture to = resized(target, size);
     // Made and freed for every picture: hosts scale to another size at every call, and no call depends on another.
     const ScalerPtr scaler = from.valid() ? make_scaler(from, to, flags) : nullptr;
     if (scaler == nullptr)
@@ -83,7 +94,7 @@ int scale_exactly(const Picture& source, const Picture& target, int flags, Frame
     }
     if (!enlarged && can_write_in_place(from.format, target))
         return scale(from, target, scaler.get());
-    return scale_through_scratch(from, target, size, scaler.get(), scratch);
+    return scale_through_scratch(from, target, size, scaler.get(), scratch, flags);
 }
 
 }  // namespace qmio::ffmpeg

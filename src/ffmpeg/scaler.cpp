@@ -14,6 +14,8 @@ namespace {
 constexpr int kLineAlignment = 64;
 // NV12 to YUV420P stores aligned vectors whatever pointers it was given.
 constexpr uintptr_t kPlaneAlignment = 16;
+// YUV is converted to RGB in groups of so many columns.
+constexpr int kColumnGroup = 16;
 // The farthest that any input format is read past its last pixel.
 constexpr int64_t kReadAhead = 64;
 
@@ -21,9 +23,14 @@ bool is_one_of(AVPixelFormat format, std::initializer_list<AVPixelFormat> format
     return std::find(formats.begin(), formats.end(), format) != formats.end();
 }
 
+bool is_xyz(AVPixelFormat format) {
+    return format == AV_PIX_FMT_XYZ12LE || format == AV_PIX_FMT_XYZ12BE;
+}
+
 bool is_rgb(AVPixelFormat format) {
-    const bool bits = format == AV_PIX_FMT_MONOWHITE || format == AV_PIX_FMT_MONOBLACK;  // libswscale counts them in
-    return bits || (av_pix_fmt_desc_get(format)->flags & AV_PIX_FMT_FLAG_RGB) != 0;
+    const bool bits = format == AV_PIX_FMT_MONOWHITE || format == AV_PIX_FMT_MONOBLACK;
+    // libswscale counts bits in, and makes RGB of XYZ before anything else.
+    return bits || is_xyz(format) || (av_pix_fmt_desc_get(format)->flags & AV_PIX_FMT_FLAG_RGB) != 0;
 }
 
 bool is_alpha_first(AVPixelFormat format) {
@@ -38,6 +45,15 @@ bool is_aligned(const Picture& picture) {
     for (size_t plane = 0; plane < static_cast<size_t>(picture.planes()); ++plane)
         if (picture.line_size[plane] % kLineAlignment != 0 ||
             reinterpret_cast<uintptr_t>(picture.data[plane]) % kPlaneAlignment != 0)
+            return false;
+    return true;
+}
+
+// A line of whole vectors need not have room for whole groups: sixteen pixels of three bytes are 48 bytes.
+bool has_room_for_groups(const Picture& picture) {
+    const int columns = FFALIGN(picture.width, kColumnGroup);
+    for (int plane = 0; plane < picture.planes(); ++plane)
+        if (picture.line_size[static_cast<size_t>(plane)] < av_image_get_linesize(picture.format, columns, plane))
             return false;
     return true;
 }
@@ -72,25 +88,36 @@ bool uses_tables(const Picture& source, const Picture& target, int flags) {
                                      AV_PIX_FMT_MONOBLACK});
 }
 
-// That way writes groups of columns and leaves the rest out: the last of an odd width, or up to seven of them. Where
-// vector instructions do the work they write every column, as far as the lines have room.
-bool leaves_columns_out(const Picture& source, const Picture& target, int flags) {
-    if (!uses_tables(source, target, flags))
+// Most tables go by pairs of columns.
+bool writes_columns_in_eights(AVPixelFormat target) {
+    return is_one_of(target, {AV_PIX_FMT_RGB565LE, AV_PIX_FMT_RGB555LE, AV_PIX_FMT_BGR565LE, AV_PIX_FMT_BGR555LE,
+                              AV_PIX_FMT_RGB444LE, AV_PIX_FMT_BGR444LE, AV_PIX_FMT_MONOBLACK});
+}
+
+// Planar colours become semi-planar or packed ones by pairs of columns.
+bool pairs_columns(const Picture& source, const Picture& target, int flags) {
+    if (is_one_of(target.format, {AV_PIX_FMT_P010LE, AV_PIX_FMT_P016LE}))
+        return is_one_of(source.format, {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_YUV420P12LE,
+                                         AV_PIX_FMT_YUV420P14LE, AV_PIX_FMT_YUV420P16LE, AV_PIX_FMT_YUVA420P,
+                                         AV_PIX_FMT_YUVA420P10LE, AV_PIX_FMT_YUVA420P16LE});
+    if (!is_one_of(target.format, {AV_PIX_FMT_YUYV422, AV_PIX_FMT_UYVY422}))
         return false;
-    const bool by_vectors =
-        is_one_of(target.format, {AV_PIX_FMT_BGRA, AV_PIX_FMT_RGBA, AV_PIX_FMT_BGR0, AV_PIX_FMT_RGB0, AV_PIX_FMT_BGR24,
-                                  AV_PIX_FMT_RGB24, AV_PIX_FMT_RGB565LE, AV_PIX_FMT_RGB555LE});
-    return target.width % (by_vectors ? 2 : 8) != 0;
+    const bool fast = (flags & SWS_POINT) != 0 || ((flags & SWS_FAST_BILINEAR) != 0 && target.width >= 8);
+    return source.format == AV_PIX_FMT_YUV422P ||
+           (fast && is_one_of(source.format, {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA420P}));
+}
+
+// How many columns the converters that leave the rest out write at a time; 1 for all others.
+int columns_at_a_time(const Picture& source, const Picture& target, int flags) {
+    if (uses_tables(source, target, flags))
+        return writes_columns_in_eights(target.format) ? 8 : 2;
+    return pairs_columns(source, target, flags) ? 2 : 1;
 }
 
 // These converters take two rows at a time and leave the last row of chroma out where the height is odd.
 bool leaves_chroma_row_out(AVPixelFormat source, AVPixelFormat target) {
-    if (is_one_of(source, {AV_PIX_FMT_YUYV422, AV_PIX_FMT_UYVY422}))
-        return is_one_of(target, {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA420P});
-    return is_one_of(target, {AV_PIX_FMT_P010LE, AV_PIX_FMT_P016LE}) &&
-           is_one_of(source,
-                     {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_YUV420P12LE, AV_PIX_FMT_YUV420P14LE,
-                      AV_PIX_FMT_YUV420P16LE, AV_PIX_FMT_YUVA420P, AV_PIX_FMT_YUVA420P10LE, AV_PIX_FMT_YUVA420P16LE});
+    return is_one_of(source, {AV_PIX_FMT_YUYV422, AV_PIX_FMT_UYVY422}) &&
+           is_one_of(target, {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA420P});
 }
 
 // Whole vectors in every line are not enough for these: three bytes per pixel are read as four, alpha-first formats as
@@ -114,8 +141,11 @@ ScalerPtr make_scaler(const Picture& source, const Picture& target, int flags, S
 }
 
 bool can_read_in_place(const Picture& source, const Picture& target, int flags) {
-    // libswscale makes a copy with alpha of its own, and in odd widths reads that copy past its end.
-    if (with_alpha(source.format) != AV_PIX_FMT_NONE && has_alpha(target.format) && source.width % 2 != 0)
+    // Colours of RGB are averaged over pairs of columns, also where half a pair lies behind the edge.
+    if (is_rgb(source.format) && source.width % 2 != 0)
+        return false;
+    // XYZ that is stored from the bottom up is not made RGB at all.
+    if (is_xyz(source.format) && source.line_size[0] < 0)
         return false;
     if (source.readable_behind >= kReadAhead)
         return true;
@@ -125,18 +155,21 @@ bool can_read_in_place(const Picture& source, const Picture& target, int flags) 
 bool can_write_in_place(AVPixelFormat source, const Picture& target) {
     // RGB of less than 32 bits is written to alpha-first formats as alpha-last ones, one byte further on.
     const bool narrow_rgb = is_rgb(source) && av_get_padded_bits_per_pixel(av_pix_fmt_desc_get(source)) < 32;
-    return is_aligned(target) && !(is_alpha_first(target.format) && narrow_rgb);
+    return is_aligned(target) && has_room_for_groups(target) && !(is_alpha_first(target.format) && narrow_rgb);
 }
 
 PictureSize size_that_fills(const Picture& source, const Picture& target, int flags) {
     PictureSize size{target.width, target.height};
     if (!same_size(source, target))
         return size;
-    if (leaves_columns_out(source, target, flags))
-        size.width = FFALIGN(size.width, 8);
+    size.width = FFALIGN(size.width, columns_at_a_time(source, target, flags));
     if (leaves_chroma_row_out(source.format, target.format))
         size.height = FFALIGN(size.height, 2);
     return size;
+}
+
+bool restarts_dither(AVPixelFormat target) {
+    return is_one_of(target, {AV_PIX_FMT_RGB4, AV_PIX_FMT_BGR4});
 }
 
 AVPixelFormat with_alpha(AVPixelFormat format) {

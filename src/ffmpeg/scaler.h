@@ -27,6 +27,10 @@ struct PictureSize {
 // for the converters that leave the last columns or the last row of chroma out.
 PictureSize size_that_fills(const Picture& source, const Picture& target, int flags);
 
+// True for the targets whose dither pattern begins anew in the last columns, so that a larger size gives other pixels
+// there.
+bool restarts_dither(AVPixelFormat target);
+
 // The format with alpha of a packed format that has an unused byte in its place; AV_PIX_FMT_NONE for other formats.
 AVPixelFormat with_alpha(AVPixelFormat format);
 

@@ -1,0 +1,36 @@
+// Where tests draw at random: a seed that is printed, so that what failed can be drawn again.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <iterator>
+#include <random>
+
+namespace qmio::test {
+
+// `usual`, or what the environment variable QMIO_TEST_SEED says.
+inline unsigned printed_seed(unsigned usual) {
+    const char* text = std::getenv("QMIO_TEST_SEED");
+    const unsigned seed = text != nullptr ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : usual;
+    std::cout << "seed " << seed << std::endl;
+    return seed;
+}
+
+// Not the distributions of the standard library: those draw other numbers with every library.
+class Dice {
+  public:
+    explicit Dice(unsigned seed) : random_(seed) {}
+
+    uint32_t number() { return static_cast<uint32_t>(random_()); }
+    int up_to(int most) { return 1 + static_cast<int>(random_() % static_cast<unsigned>(most)); }
+    template <typename Choices>
+    auto one_of(const Choices& choices) {
+        return choices[random_() % std::size(choices)];
+    }
+
+  private:
+    std::mt19937 random_;
+};
+
+}  // namespace qmio::test
