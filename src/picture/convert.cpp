@@ -30,10 +30,8 @@ ffmpeg::Picture laid_out(const imio_picture& record) {
 int convert_picture(imio_picture* target, const imio_picture* source, int algorithm) {
     if (target == nullptr || source == nullptr || target->data == nullptr || source->data == nullptr)
         return 0;
-    // What the linear scaler refuses for its size goes the usual way.
-    if (algorithm == 0 && target->format == kLinearFormat && source->format == kLinearFormat &&
-        scale_by_pixel_library(*target, *source))
-        return target->height;
+    if (algorithm == 0 && target->format == kLinearFormat && source->format == kLinearFormat)
+        return scale_by_pixel_library(*target, *source) ? target->height : 0;
     ffmpeg::FramePtr scratch;
     return ffmpeg::scale_exactly(laid_out(*source), laid_out(*target), algorithm == 0 ? SWS_FAST_BILINEAR : algorithm,
                                  scratch);
