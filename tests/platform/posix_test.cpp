@@ -132,10 +132,10 @@ TEST(SharedFolder, WhatAKilledProcessLeftIsReplacedByAnotherFile) {
     Process victim(host_program("mapping_user"), {name});
     victim.write_line("create 4096");
     EXPECT_EQ(victim.read_line(), "ok");
-    victim.kill();
-    victim.wait();
     const auto leftover = shared_file("mapping", name);
     std::filesystem::create_hard_link(leftover, leftover.string() + ".kept");
+    victim.kill();
+    victim.wait();
     const auto fresh = SharedMapping::create(name, 4096);
     EXPECT_FALSE(std::filesystem::equivalent(leftover, leftover.string() + ".kept"));
     EXPECT_EQ(std::filesystem::file_size(leftover.string() + ".kept"), 4096u);

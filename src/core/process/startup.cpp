@@ -5,6 +5,7 @@
 #include "ffmpeg/catalogue.h"
 #include "ffmpeg/codec_lookup.h"
 #include "ffmpeg/ffmpeg.h"
+#include "platform/leftovers.h"
 #include "platform/load_notification.h"
 #include "platform/loaded_library.h"
 #include "platform/never_destroyed.h"
@@ -70,6 +71,7 @@ void attach_library() {
     } catch (...) {
         // No failure stops the load: what was not reached keeps its default.
     }
+    platform::remove_leftovers();
     configure_ffmpeg(current.value);
     fill_pixel_format_constants();
 }

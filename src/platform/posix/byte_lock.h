@@ -13,6 +13,9 @@ bool try_lock_byte(int descriptor, int byte, ByteLock kind);
 // Waits as long as it takes; false only when the system cannot lock.
 bool wait_lock_byte(int descriptor, int byte, ByteLock kind);
 
+// Whether another description holds a lock of any kind on the byte; takes none itself.
+bool is_byte_locked(int descriptor, int byte);
+
 void unlock_byte(int descriptor, int byte);
 
 }  // namespace qmio::platform

@@ -16,7 +16,6 @@
 namespace qmio::platform {
 namespace {
 
-constexpr int kUserByte = 0;    // held shared by every process that has the mutex open
 constexpr int kHolderByte = 1;  // held exclusively by the process that is inside
 
 struct Holder {
@@ -174,7 +173,7 @@ class LockFileMutex final : public NamedMutex {
 std::unique_ptr<NamedMutex> NamedMutex::open(const std::string& name) {
     watch_forks();
     watch_end();
-    Holder* holder = join_holder(shared_file_name("mutex", name));
+    Holder* holder = join_holder(shared_file_name(kMutexKind, name));
     return holder ? std::make_unique<LockFileMutex>(holder) : nullptr;
 }
 

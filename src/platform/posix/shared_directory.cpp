@@ -9,32 +9,9 @@
 namespace qmio::platform {
 namespace {
 
-// Never a folder of the environment such as TMPDIR: processes that must meet here could disagree about it.
-std::string directory_path() {
-    return "/dev/shm/qmio-" + std::to_string(::geteuid());
-}
-
 bool is_private(int directory) {
     struct stat status {};
     return ::fstat(directory, &status) == 0 && status.st_uid == ::geteuid() && (status.st_mode & 077) == 0;
-}
-
-// Anybody may create entries in /dev/shm, so a directory that another user put there, or a link, is refused.
-Descriptor open_directory() {
-    const std::string path = directory_path();
-    ::mkdir(path.c_str(), 0700);
-    Descriptor directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (directory && !is_private(directory.get()))
-        directory.reset();
-    return directory;
-}
-
-bool names_file(int directory, const std::string& file_name, int descriptor) {
-    struct stat opened {};
-    struct stat named {};
-    return ::fstat(descriptor, &opened) == 0 && opened.st_nlink > 0 &&
-           ::fstatat(directory, file_name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 && opened.st_ino == named.st_ino &&
-           opened.st_dev == named.st_dev;
 }
 
 // FNV-1a. The value is part of what processes agree on, so it must not depend on the compiler's library.
@@ -48,6 +25,18 @@ uint64_t hash(std::string_view text, uint64_t value) {
 
 }  // namespace
 
+// Never a folder of the environment such as TMPDIR: processes that must meet here could disagree about it. Anybody may
+// create entries in /dev/shm, so a directory that another user put there, or a link, is refused.
+Descriptor open_shared_directory() {
+    char path[64];
+    std::snprintf(path, sizeof path, "/dev/shm/qmio-%lu", static_cast<unsigned long>(::geteuid()));
+    ::mkdir(path, 0700);
+    Descriptor directory(::open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (directory && !is_private(directory.get()))
+        directory.reset();
+    return directory;
+}
+
 std::string shared_file_name(std::string_view kind, std::string_view name) {
     const uint64_t first = hash(name, 0xcbf29ce484222325);
     const uint64_t second = hash(name, first ^ 0x9e3779b97f4a7c15);
@@ -58,21 +47,29 @@ std::string shared_file_name(std::string_view kind, std::string_view name) {
 }
 
 Descriptor open_shared_file(const std::string& file_name, IfMissing if_missing) {
-    const Descriptor directory = open_directory();
+    const Descriptor directory = open_shared_directory();
     if (!directory)
         return {};
     const int create = if_missing == IfMissing::kCreate ? O_CREAT : 0;
     return Descriptor(::openat(directory.get(), file_name.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | create, 0600));
 }
 
+bool names_file(int directory, const char* file_name, int descriptor) {
+    struct stat opened {};
+    struct stat named {};
+    return ::fstat(descriptor, &opened) == 0 && opened.st_nlink > 0 &&
+           ::fstatat(directory, file_name, &named, AT_SYMLINK_NOFOLLOW) == 0 && opened.st_ino == named.st_ino &&
+           opened.st_dev == named.st_dev;
+}
+
 bool is_still_named(int descriptor, const std::string& file_name) {
-    const Descriptor directory = open_directory();
-    return directory && names_file(directory.get(), file_name, descriptor);
+    const Descriptor directory = open_shared_directory();
+    return directory && names_file(directory.get(), file_name.c_str(), descriptor);
 }
 
 void remove_name(int descriptor, const std::string& file_name) {
-    const Descriptor directory = open_directory();
-    if (directory && names_file(directory.get(), file_name, descriptor))
+    const Descriptor directory = open_shared_directory();
+    if (directory && names_file(directory.get(), file_name.c_str(), descriptor))
         ::unlinkat(directory.get(), file_name.c_str(), 0);
 }
 

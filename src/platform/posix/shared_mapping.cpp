@@ -6,14 +6,12 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 
+#include "platform/leftovers.h"
 #include "platform/posix/byte_lock.h"
 #include "platform/posix/shared_directory.h"
 
 namespace qmio::platform {
 namespace {
-
-constexpr int kUserByte = 0;
-constexpr int kGateByte = 1;
 
 class FileMapping final : public SharedMapping {
   public:
@@ -90,7 +88,9 @@ Inside enter_gate(const std::string& file_name, IfMissing if_missing) {
 }  // namespace
 
 std::unique_ptr<SharedMapping> SharedMapping::create(const std::string& name, std::size_t size) {
-    const std::string file_name = shared_file_name("mapping", name);
+    // First, as their memory may be what is missing.
+    remove_leftovers();
+    const std::string file_name = shared_file_name(kMappingKind, name);
     Inside inside = enter_gate(file_name, IfMissing::kCreate);
     if (inside.found == Found::kEmpty)
         return fill_and_use(std::move(inside.file), file_name, size);
@@ -100,7 +100,7 @@ std::unique_ptr<SharedMapping> SharedMapping::create(const std::string& name, st
 }
 
 std::unique_ptr<SharedMapping> SharedMapping::open(const std::string& name) {
-    const std::string file_name = shared_file_name("mapping", name);
+    const std::string file_name = shared_file_name(kMappingKind, name);
     Inside inside = enter_gate(file_name, IfMissing::kFail);
     return inside.found == Found::kLiving ? become_user(std::move(inside.file), file_name) : nullptr;
 }

@@ -1,0 +1,16 @@
+// What processes that use and sweep shared objects tell one another.
+#pragma once
+
+#include "hosts/shared_counts.h"
+
+namespace qmio::test {
+
+inline constexpr int kChurnNames = 3;
+
+struct SharedChurn {
+    int64_t over;                      // not 0: end
+    int64_t rounds;                    // of all processes
+    SharedCounts counts[kChurnNames];  // one for each mutex
+};
+
+}  // namespace qmio::test
