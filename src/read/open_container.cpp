@@ -72,11 +72,19 @@ bool open_file(Container& container, const std::string& path, ffmpeg::Dictionary
     return false;
 }
 
+// FFmpeg knows its protocols by lower-case names only.
+std::string plain_url(const std::string& name) {
+    std::string url = url_of(name);
+    if (has_prefix(url.c_str(), "ftp:"))
+        url.replace(0, std::strlen("ftp:"), "ftp:");
+    return url;
+}
+
 bool open_plain(Container& container, const std::string& name, ffmpeg::Dictionary& options) {
     // Only a network source knows this key, and FFmpeg waits for ever by default.
     if (has_prefix(name.c_str(), "ftp:"))
         set_default(options, "timeout", kNetworkTimeout);
-    if (open_input(container, url_of(name), nullptr, options))
+    if (open_input(container, plain_url(name), nullptr, options))
         return true;
     trace_failure(L"", name);
     return false;

@@ -75,12 +75,16 @@ TEST_F(FtpSource, IsNotPassiveWithoutTheExactKey) {
 }
 
 TEST_F(FtpSource, TakesThePrefixInAnyCase) {
-    std::string url = server_->url("still.png?passive");
-    url.replace(0, 3, "FTP");
-    EXPECT_TRUE(open_media(url));
-    url.replace(0, 3, "Ftp");
-    const std::wstring wide(url.begin(), url.end());
-    EXPECT_TRUE(Media(qmio_open_w(wide.c_str())));
+    for (const std::string query : {"", "?passive"}) {
+        std::string url = server_->url("still.png" + query);
+        url.replace(0, 3, "FTP");
+        const Media media = open_media(url);
+        ASSERT_TRUE(media) << url;
+        EXPECT_EQ(is_passive(media), !query.empty());
+        url.replace(0, 3, "Ftp");
+        const std::wstring wide(url.begin(), url.end());
+        EXPECT_TRUE(Media(qmio_open_w(wide.c_str()))) << url;
+    }
 }
 
 // What arrives passively is a stream: it cannot be sought, and reading goes on where it was.
