@@ -73,9 +73,9 @@ bool is_plain_copy(const Picture& source, const Picture& target) {
 
 }  // namespace
 
-int scale_exactly(const Picture& source, const Picture& target, int flags, FramePtr& scratch) {
+std::optional<int> scale_exactly(const Picture& source, const Picture& target, int flags, FramePtr& scratch) {
     if (!source.valid() || !target.valid())
-        return 0;
+        return std::nullopt;
     const PictureSize size = size_that_fills(source, target, flags);
     const bool enlarged = size != PictureSize{target.width, target.height};
     FramePtr copy;
@@ -83,10 +83,12 @@ int scale_exactly(const Picture& source, const Picture& target, int flags, Frame
     const PictureSize source_size = enlarged ? size : PictureSize{source.width, source.height};
     const Picture from = plain_copy ? source : readable_source(source, target, flags, source_size, copy);
     const Picture to = resized(target, size);
-    // Made and freed for every picture: hosts scale to another size at every call, and no call depends on another.
-    const ScalerPtr scaler = from.valid() ? make_scaler(from, to, flags) : nullptr;
-    if (scaler == nullptr)
+    if (!from.valid())
         return 0;
+    // Made and freed for every picture: hosts scale to another size at every call, and no call depends on another.
+    const ScalerPtr scaler = make_scaler(from, to, flags);
+    if (scaler == nullptr)
+        return std::nullopt;
     if (plain_copy) {
         // libswscale copies float planes by a quarter and forgets the chroma of semi-planar formats.
         copy_picture(target, source);

@@ -33,8 +33,8 @@ int convert_picture(imio_picture* target, const imio_picture* source, int algori
     if (algorithm == 0 && target->format == kLinearFormat && source->format == kLinearFormat)
         return scale_by_pixel_library(*target, *source) ? target->height : 0;
     ffmpeg::FramePtr scratch;
-    return ffmpeg::scale_exactly(laid_out(*source), laid_out(*target), algorithm == 0 ? SWS_FAST_BILINEAR : algorithm,
-                                 scratch);
+    const int flags = algorithm == 0 ? SWS_FAST_BILINEAR : algorithm;
+    return ffmpeg::scale_exactly(laid_out(*source), laid_out(*target), flags, scratch).value_or(0);
 }
 
 imio_picture picture_record(const void* data, int32_t format, int32_t width, int32_t height) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "core/handle/entry.h"
 #include "core/process/settings.h"
@@ -47,13 +48,15 @@ bool lacks_alpha(const Source& source, const imio_picture& picture, int64_t size
 
 // The scaler is made for every picture and freed at once; nothing is kept but the room for pictures that it cannot
 // write in place.
-int convert(Reading& reading, const Video& video, const ffmpeg::Picture& target) {
+int convert(Source& source, const ffmpeg::Picture& target) {
     const int algorithm = std::max(settings().scale_algorithm, 1);
-    const int rows =
-        ffmpeg::scale_exactly(ffmpeg::picture_in_frame(*reading.pFrame), target, algorithm, reading.scratch);
-    if (rows > 0)
-        trace(TraceSwitch::read, kTag, L"\tframe %d: cvt to user pixfmt res %d\n", video.want_frame, rows);
-    return rows;
+    const std::optional<int> rows = ffmpeg::scale_exactly(ffmpeg::picture_in_frame(*source.reading.pFrame), target,
+                                                          algorithm, source.reading.scratch);
+    if (rows)
+        trace(TraceSwitch::read, kTag, L"\tframe %d: cvt to user pixfmt res %d\n", source.video.want_frame, *rows);
+    else
+        trace(TraceSwitch::read, kTag, L"[%S] error get cvt context\n", source.name);
+    return rows.value_or(0);
 }
 
 }  // namespace
@@ -85,9 +88,7 @@ int convert_held_picture(Source& source, imio_picture* picture) {
     reading.pFrameRGB->format = format;
     const ffmpeg::Picture target =
         ffmpeg::picture_in_block(picture->data, format, picture->width, picture->height, picture->alignment);
-    const int rows = target.valid() && reading.pFrame->data[0] != nullptr ? convert(reading, source.video, target) : 0;
-    if (rows == 0)
-        trace(TraceSwitch::read, kTag, L"[%S] error get cvt context\n", source.name);
+    const int rows = convert(source, target);
     const int size = av_image_get_buffer_size(format, picture->width, picture->height, picture->alignment);
     if (rows > 0 && lacks_alpha(source, *picture, size))
         fill_opaque_alpha(*picture, size);

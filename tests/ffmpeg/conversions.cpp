@@ -244,7 +244,7 @@ Converted converted(const Conversion& conversion, const Bytes& pixels, Place pla
     Converted result;
     {
         const FreshMemoryFill fresh(fill);
-        result.rows = ffmpeg::scale_exactly(source.picture, written, conversion.flags, scratch);
+        result.rows = ffmpeg::scale_exactly(source.picture, written, conversion.flags, scratch).value_or(0);
     }
     result.pixels = packed(written);
     if (!target.untouched())
