@@ -101,7 +101,8 @@ typedef struct SwsFilter SwsFilter;
  * All planes follow one another in the block, rows aligned to `alignment` bytes, as qmio_image_fill_arrays lays them
  * out; the result of that call is the size that the block must have, and nothing beyond it is read or written. For
  * packed formats with alignment 1 that is width x height x bytes per pixel. A format with a palette has its 256
- * entries of four bytes behind the pixels. The block itself may lie at any address.
+ * entries of four bytes behind the pixels. Where line_size says that rows of four or more bytes per pixel lie further
+ * apart, the block must have line_size x height bytes. The block itself may lie at any address.
  */
 typedef struct imio_picture {
     int32_t format;     /* pixel format, a number as qmio_fmtid gives it */
@@ -245,7 +246,8 @@ enum {
  *          opaque.
  * pic      (the imio_ form) a picture of any size: the frame is scaled to its width and height. Its data, width,
  *          height, line_size and alignment are read; its format is not, the handle's is used. Its data has to hold
- *          qmio_image_fill_arrays' size for that format, size and alignment.
+ *          qmio_image_fill_arrays' size for that format, size and alignment, or line_size x height bytes where that is
+ *          more: the rows that opaque alpha is filled into lie line_size bytes apart.
  *
  * After a seek the next picture is the one that was asked for; the way to it is decoded but not delivered, and damage
  * on the way is not reported.

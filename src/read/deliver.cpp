@@ -24,14 +24,23 @@ uint32_t load_word(const uint8_t* at) {
     return word;
 }
 
-// Makes every pixel opaque, taking the alpha to be the top byte of a 32-bit word, in every target format alike.
-// Formats of another shape are not written past their end.
-void fill_opaque_alpha(const imio_picture& picture, int64_t size) {
+// How much memory the host's record promises: the block of the picture, and where line_size says that rows which hold
+// the words lie further apart, all of those rows. What a host gives for formats of fewer bytes promises nothing.
+int64_t promised_bytes(const imio_picture& picture, const ffmpeg::Picture& target) {
+    const int64_t block = av_image_get_buffer_size(target.format, target.width, target.height, picture.alignment);
+    const int64_t row = target.line_size[0];
+    const bool further_apart = picture.line_size > row && row >= int64_t{picture.width} * kBytesPerPixel;
+    return further_apart ? std::max(block, int64_t{picture.line_size} * picture.height) : block;
+}
+
+// Makes every pixel opaque, taking the alpha to be the top byte of a 32-bit word, in every target format alike. Rows
+// lie line_size bytes apart, wherever the conversion put them. Nothing is written that the host did not promise.
+void fill_opaque_alpha(const imio_picture& picture, int64_t promised) {
     trace(TraceSwitch::read, kTag, L"add opaque alpha\n");
     for (int64_t row = 0; row < picture.height; ++row) {
         int64_t offset = row * picture.line_size;
         for (int column = 0; column < picture.width; ++column, offset += kBytesPerPixel) {
-            if (offset < 0 || offset + kBytesPerPixel > size)
+            if (offset < 0 || offset + kBytesPerPixel > promised)
                 break;
             uint8_t* const pixel = picture.data + offset;
             const uint32_t word = load_word(pixel) | kOpaque;
@@ -40,10 +49,10 @@ void fill_opaque_alpha(const imio_picture& picture, int64_t size) {
     }
 }
 
-bool lacks_alpha(const Source& source, const imio_picture& picture, int64_t size) {
+bool lacks_alpha(const Source& source, const imio_picture& picture, int64_t promised) {
     if (ffmpeg::has_alpha(source.reading.pFrame->format) || !ffmpeg::has_alpha(source.video.dst_pix_fmt))
         return false;
-    return size >= kBytesPerPixel && (load_word(picture.data) & kOpaque) != kOpaque;
+    return promised >= kBytesPerPixel && (load_word(picture.data) & kOpaque) != kOpaque;
 }
 
 // The scaler is made for every picture and freed at once; nothing is kept but the room for pictures that it cannot
@@ -89,9 +98,11 @@ int convert_held_picture(Source& source, imio_picture* picture) {
     const ffmpeg::Picture target =
         ffmpeg::picture_in_block(picture->data, format, picture->width, picture->height, picture->alignment);
     const int rows = convert(source, target);
-    const int size = av_image_get_buffer_size(format, picture->width, picture->height, picture->alignment);
-    if (rows > 0 && lacks_alpha(source, *picture, size))
-        fill_opaque_alpha(*picture, size);
+    if (rows < 1)
+        return rows;
+    const int64_t promised = promised_bytes(*picture, target);
+    if (lacks_alpha(source, *picture, promised))
+        fill_opaque_alpha(*picture, promised);
     return rows;
 }
 

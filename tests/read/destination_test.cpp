@@ -1,12 +1,18 @@
 // Where pictures go: pixel formats, alpha, and records of any size.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <climits>
 #include <utility>
+#include <vector>
 
 #include "read/results.h"
+#include "support/guarded_memory.h"
 #include "support/media.h"
 #include "support/numbered_picture.h"
+#include "support/open_media.h"
 #include "support/picture_hash.h"
+#include "support/temp_dir.h"
 
 namespace qmio::test {
 namespace {
@@ -62,6 +68,92 @@ TEST(Alpha, AFormatWithoutItIsNotMadeOpaque) {
     ASSERT_GT(first_picture(player).result, 0);
     EXPECT_EQ(fourth_bytes_below_255(player.pixels()), player.width() * player.height());
 }
+
+// ---- Filling in opaque alpha ---------------------------------------------------------------------------------------
+
+constexpr int kWidth = 3;
+constexpr int kHeight = 4;
+
+// A picture of three by four pixels without alpha, which in ARGB has its blue where alpha is taken to be.
+class FilledAlpha : public testing::Test {
+  protected:
+    void open(const std::vector<uint8_t>& blues) {
+        Bytes file = {'P', '6', ' ', '3', ' ', '4', ' ', '2', '5', '5', '\n'};
+        for (const uint8_t blue : blues)
+            file.insert(file.end(), {1, 2, blue});
+        write_bytes(folder_ / "small.ppm", file);
+        media_ = open_media(folder_ / "small.ppm");
+        ASSERT_NE(media_, nullptr);
+        ASSERT_EQ(qmio_set_dst_fmt(media_.get(), kArgb), 1);
+    }
+    void open_without_blue() { open(Bytes(kWidth * kHeight, 0)); }
+
+    // What a record of this line size makes of memory of so many bytes, all of them 9 before.
+    Bytes delivered(int line_size, std::size_t size) const {
+        const GuardedMemory memory(size);
+        imio_picture picture{};
+        picture.data = memory.at_end(size);
+        uint8_t* const before = picture.data - kWidth * 4 * kHeight;
+        picture.width = kWidth;
+        picture.height = kHeight;
+        picture.line_size = line_size;
+        picture.alignment = 1;
+        std::fill(before, picture.data + size, uint8_t{9});
+        EXPECT_EQ(imio_read_frame(media_.get(), &picture), kProgressive);
+        EXPECT_TRUE(std::all_of(before, picture.data, [](int byte) { return byte == 9; })) << line_size;
+        return {picture.data, picture.data + size};
+    }
+
+    TempDir folder_;
+    Media media_;
+};
+
+TEST_F(FilledAlpha, IsLeftOutWhereTheFirstPixelIsOpaqueAlready) {
+    open({255, 10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110});
+    const Bytes pixels = delivered(kWidth * 4, kWidth * kHeight * 4);
+    for (std::size_t pixel = 1; pixel < kWidth * kHeight; ++pixel)
+        EXPECT_EQ(pixels[pixel * 4 + 3], pixel * 10);
+}
+
+TEST_F(FilledAlpha, CoversEveryPixelWhereTheFirstIsNotOpaque) {
+    open({254, 10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110});
+    EXPECT_EQ(fourth_bytes_below_255(delivered(kWidth * 4, kWidth * kHeight * 4)), 0);
+}
+
+TEST_F(FilledAlpha, FollowsTheLineSizeOverAllRows) {
+    open_without_blue();
+    constexpr std::size_t kRow = kWidth * 4, kLine = 2 * kRow, kBlock = kRow * kHeight;
+    const Bytes memory = delivered(kLine, kLine * kHeight);
+    for (std::size_t at = 3; at < memory.size(); at += 4)
+        EXPECT_EQ(memory[at], at % kLine < kRow ? 0xFF : at < kBlock ? 0 : 9) << at;
+    for (std::size_t at = kBlock; at < memory.size(); ++at)
+        EXPECT_TRUE(at % 4 == 3 || memory[at] == 9) << at;
+}
+
+TEST_F(FilledAlpha, StaysInsideTheBlockWithoutALineSizeOfItsOwn) {
+    for (const int line_size : {0, 4, kWidth * 4 - 1, -kWidth * 4, INT_MIN}) {
+        open_without_blue();
+        const Bytes memory = delivered(line_size, kWidth * kHeight * 4);
+        for (std::size_t pixel = 0; pixel < kWidth; ++pixel)
+            EXPECT_EQ(memory[pixel * 4 + 3], 0xFF) << line_size;
+    }
+}
+
+TEST_F(FilledAlpha, StaysInsideTheBlockOfAFormatOfFewerBytes) {
+    for (const char* name : {"AV_PIX_FMT_YA8", "AV_PIX_FMT_YUVA420P", "AV_PIX_FMT_YUVA444P"})
+        for (const int line_size : {kWidth * 4, kWidth * 8}) {
+            open_without_blue();
+            const int format = qmio_fmtid(name);
+            ASSERT_EQ(qmio_set_dst_fmt(media_.get(), format), 1);
+            uint8_t* planes[4];
+            int lines[4];
+            const int size = qmio_image_fill_arrays(planes, lines, nullptr, format, kWidth, kHeight, 1);
+            ASSERT_GT(size, 0) << name;
+            delivered(line_size, static_cast<std::size_t>(size));
+        }
+}
+
+// ---- Pixel formats -------------------------------------------------------------------------------------------------
 
 TEST(DestinationFormat, RgbaIsBgraWithRedAndBlueExchanged) {
     Player blue_first(media_path("plain.mp4"));
