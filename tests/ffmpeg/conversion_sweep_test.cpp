@@ -1,6 +1,7 @@
-// Every conversion that libswscale knows, at every small width and some of video: a sample in every run, drawn by a seed
-// that is printed (QMIO_TEST_SEED sets it), all of them with QMIO_SWEEP=all, those of one source format with its name,
-// as QMIO_SWEEP=yuv420p. Left out: formats of hardware, and flags beyond the four usual scalers.
+// Every conversion that libswscale knows, at every small width and some of video: a sample in every run, drawn by a
+// seed that is printed (QMIO_TEST_SEED sets it), all of them with QMIO_SWEEP=all (a quarter of an hour of a processor),
+// those of one source format with its name, as QMIO_SWEEP=yuv420p. Left out: formats of hardware, which have no pixels
+// in memory; flags beyond the four usual scalers, which change filters and not the ways through libswscale.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

@@ -12,9 +12,9 @@ namespace qmio::test {
 
 using Bytes = std::vector<uint8_t>;
 
-// Where the pictures lie: right behind or right before memory that nothing can touch. The source alone also right before
-// the few bytes that may be read behind a picture; in a frame as decoders make them, with lines of whole vectors; in
-// such a frame stored from the bottom up.
+// Where the pictures lie: right behind or right before memory that nothing can touch. The source alone also right
+// before the few bytes that may be read behind a picture; in a frame as decoders make them, with lines of whole
+// vectors; in such a frame stored from the bottom up.
 enum class Place { start, end, before_padding, frame, bottom_up_frame };
 
 struct Conversion {
@@ -50,8 +50,9 @@ struct Converted {
 // `fill`.
 Converted converted(const Conversion& conversion, const Bytes& pixels, Place place, uint8_t fill);
 
-// What a user could hold against the conversion: a byte of the target that is not written, one outside that is, a result
-// that follows from memory that nobody set, a byte that libswscale always makes otherwise. Empty when there is nothing.
+// What a user could hold against the conversion: a byte of the target that is not written, one outside that is, a
+// result that follows from memory that nobody set, a byte that libswscale always makes otherwise. Empty when there is
+// nothing.
 // Not compared with libswscale, which has no certain result there: copies in one format and size, some of which it
 // leaves incomplete; fast bilinear filtering to planes two samples wide, where it divides by zero; alpha made up for
 // odd widths, for which it averages the last column with memory that nobody set.
