@@ -14,6 +14,9 @@ class LoadNotification {
     // code stays to the last, and the system takes everything back by itself.
     // `exported` is the name of any function that the library exports.
     LoadNotification(Routine attach, Routine detach, const char* exported);
+    LoadNotification(const LoadNotification&) = delete;
+    LoadNotification& operator=(const LoadNotification&) = delete;
+    ~LoadNotification();
 };
 
 }  // namespace qmio::platform

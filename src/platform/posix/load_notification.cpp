@@ -1,12 +1,11 @@
-// The C library calls the same destructors when the library is unloaded and when the process ends. What tells one from
-// the other is the order: unloading calls the destructor functions of a library before its atexit handlers, the end of a
-// process calls all handlers before any destructor function. A library that came with the program makes an exception,
-// as it registers its handlers before the C library does; but such a library is never unloaded.
+// Destructors run both when the library is unloaded and when the process ends. What tells one from the other is the order:
+// unloading calls a library's destructor functions before the destructors of its globals, the end of a process calls those
+// of all globals before any destructor function. A library that came with the program makes an exception, as the C
+// library is not at work yet when its globals are made; but such a library is never unloaded.
 #include "platform/load_notification.h"
 
 #include <dlfcn.h>
 
-#include <cstdlib>
 #include <utility>
 
 #include "platform/posix/library_of.h"
@@ -19,12 +18,6 @@ constinit LoadNotification::Routine detach_routine = nullptr;  // null once noth
 __attribute__((destructor)) void unloading() {
     if (const auto detach = std::exchange(detach_routine, nullptr))
         detach();
-}
-
-// From here on a host that gives the library back does not get rid of its code either.
-void process_ends() {
-    if (std::exchange(detach_routine, nullptr) != nullptr)
-        keep_library_of(&detach_routine);
 }
 
 // The program's search finds what came with it; the system adds what is loaded later after its constructors, if at all.
@@ -40,9 +33,16 @@ bool came_with_program(const char* exported) {
 }  // namespace
 
 LoadNotification::LoadNotification(Routine attach, Routine detach, const char* exported) {
-    if (!came_with_program(exported) && std::atexit(process_ends) == 0)
+    if (!came_with_program(exported))
         detach_routine = detach;
     attach();
+}
+
+// The process ends, unless the library has just been detached. From here on a host that gives the library back does not
+// get rid of its code either.
+LoadNotification::~LoadNotification() {
+    if (std::exchange(detach_routine, nullptr) != nullptr)
+        keep_library_of(&detach_routine);
 }
 
 }  // namespace qmio::platform

@@ -5,7 +5,6 @@
 #include <pthread.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <mutex>
 #include <new>
 #include <thread>
@@ -73,8 +72,9 @@ void drop_unused_names() {
 }
 
 void watch_end() {
-    static const int registered = std::atexit(drop_unused_names);
-    static_cast<void>(registered);
+    static const struct End {
+        ~End() { drop_unused_names(); }
+    } end;
 }
 
 bool reopen(Holder& holder) {

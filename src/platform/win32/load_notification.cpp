@@ -25,4 +25,6 @@ LoadNotification::LoadNotification(Routine attach, Routine detach, const char* /
     attach();
 }
 
+LoadNotification::~LoadNotification() = default;
+
 }  // namespace qmio::platform
