@@ -1,24 +1,18 @@
 // A lock that needs neither a constructor nor a destructor at run time, for process-wide values.
 #pragma once
 
-#include <atomic>
-
 namespace qmio::platform {
 
-// std::mutex has a constructor to run on some systems, and with it an order among the globals.
+// The standard library's locks run code of their own on some systems: std::mutex a constructor, and waiting for an
+// atomic value the destructors of what it waits with. Those wait in turn, for good, when the process ends while a
+// thread waits.
 class StaticMutex {
   public:
-    void lock() {
-        while (taken_.test_and_set(std::memory_order_acquire))
-            taken_.wait(true, std::memory_order_relaxed);
-    }
-    void unlock() {
-        taken_.clear(std::memory_order_release);
-        taken_.notify_one();
-    }
+    void lock();
+    void unlock();
 
   private:
-    std::atomic_flag taken_;
+    void* state_ = nullptr;  // the system's affair; null is free
 };
 
 }  // namespace qmio::platform
