@@ -1,7 +1,7 @@
 // What processes that use and sweep shared objects tell one another.
 #pragma once
 
-#include "hosts/shared_counts.h"
+#include "support/shared_counts.h"
 
 namespace qmio::test {
 
