@@ -23,7 +23,7 @@ MediaHandle* create_handle() {
     if (memory == nullptr)
         return nullptr;
     auto* handle = new (memory.get()) MediaHandle;
-    memory.release();
+    static_cast<void>(memory.release());
     std::iota(handle->sound.chan_map.begin(), handle->sound.chan_map.end(), 0);
     if (!make_packets(handle->reading)) {
         destroy_handle(handle);
