@@ -71,7 +71,8 @@ int32_t count_by_container(const AVFormatContext& container, AVRational rate) {
         return 1;
     const int64_t milliseconds = container.duration / 1000;
     trace(TraceSwitch::open, kOpenTag, L"format dur %I64d\n", container.duration);
-    return to_frame_count(static_cast<double>(scale_time(milliseconds, rate, 1) / 1000));
+    const int64_t frames = scale_time(milliseconds, rate, 1) / 1000;
+    return to_frame_count(static_cast<double>(frames));
 }
 
 int32_t count_by_stream(const AVStream& stream, AVRational rate) {
