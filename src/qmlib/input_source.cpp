@@ -135,7 +135,7 @@ ffmpeg::CustomIoPtr make_custom_io(InputSource& source) {
     ffmpeg::CustomIoPtr io(avio_alloc_context(buffer.get(), kIoBufferSize, 0, &source, read_callback, nullptr,
                                               source.can_seek() ? seek_callback : nullptr));
     if (io != nullptr)
-        buffer.release();
+        static_cast<void>(buffer.release());
     return io;
 }
 

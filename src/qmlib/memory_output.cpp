@@ -77,7 +77,7 @@ ffmpeg::CustomIoPtr make_custom_io(MemoryOutput& output) {
     ffmpeg::CustomIoPtr io(
         avio_alloc_context(buffer.get(), kIoBufferSize, 1, &output, read_callback, write_callback, seek_callback));
     if (io != nullptr)
-        buffer.release();
+        static_cast<void>(buffer.release());
     return io;
 }
 

@@ -36,7 +36,7 @@ const char* object_name(const void* context, const char* kind) {
 }
 
 void write_message(const char* kind, const char* object, const char* message) {
-    std::array<char, kMessageSize + 2 * kNameLength + 32> line;
+    std::array<char, kMessageSize + 2 * std::size_t{kNameLength} + 32> line;
     const int length = std::snprintf(line.data(), line.size(), "av_log: [%.*s] [%.*s] %s", kNameLength, kind,
                                      kNameLength, object, message);
     if (length < 0)
