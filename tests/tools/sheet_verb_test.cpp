@@ -73,7 +73,7 @@ TEST(SheetVerb, EveryPictureHasALabelOfItsOwn) {
     for (int cell = 0; cell < 8; ++cell)
         labels.insert(label_at(sheet, cell % 4, cell / 4));
     EXPECT_EQ(labels.size(), 8U);
-    EXPECT_FALSE(labels.contains(std::vector<bool>(kWidth * kLabelHeight, false)));
+    EXPECT_FALSE(labels.contains(std::vector<bool>(std::size_t{kWidth} * kLabelHeight, false)));
 }
 
 // The same frame has the same label wherever it stands.

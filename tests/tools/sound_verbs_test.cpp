@@ -58,7 +58,7 @@ TEST(AudioVerb, FormIsTheUsersChoice) {
 TEST(AudioVerb, TakesPacketsOfAnyLength) {
     const TempDir folder;
     const auto file = folder / "long.mkv";
-    const std::vector<int16_t> samples(30 * 48000, 1000);
+    const std::vector<int16_t> samples(std::size_t{30} * 48000, 1000);
     {
         const Media media(
             qmio_create_w(wide_name(file).c_str(), L"fmt=matroska,acodec=pcm_s16le,ac=1,ar=48000,afmt=s16"));
@@ -80,7 +80,7 @@ TEST(AudioVerb, MoreChannelsThanTheFileHasComeOutOfTheMixer) {
     int loudest_bass = 0;
     for (std::size_t frame = 0; frame < 96000; ++frame) {
         int16_t bass = 0;
-        std::memcpy(&bass, data.data() + 12 * frame + 2 * 3, sizeof bass);
+        std::memcpy(&bass, &data[12 * frame + 6], sizeof bass);
         loudest_bass = std::max<int>(loudest_bass, std::abs(bass));
     }
     EXPECT_EQ(loudest_bass, 0) << "a mono file has nothing for the fourth of six channels";
