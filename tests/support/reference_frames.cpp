@@ -2,6 +2,7 @@
 //   Reads raw pictures, as the ffmpeg program decoded them, from standard input and writes one line for each to OUT:
 //   its index, the hash of the BGRA picture that libswscale makes of it, its width and height. The conversion runs on
 //   aligned and padded memory, where libswscale neither leaves pixels unwritten nor writes past a row.
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
@@ -46,6 +47,35 @@ Frame make_frame(AVPixelFormat format, int width, int height) {
     return frame;
 }
 
+// Bytes from one pixel of a packed plane to the next; 0 where pixels are no whole bytes.
+int pixel_step(const AVPixFmtDescriptor& descriptor, int plane) {
+    if ((descriptor.flags & (AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_PAL)) != 0)
+        return 0;
+    int step = 0;
+    for (int component = 0; component < descriptor.nb_components; ++component)
+        if (descriptor.comp[component].plane == plane)
+            step = std::max(step, descriptor.comp[component].step);
+    return step;
+}
+
+// libswscale averages the colours of RGB over pairs of columns, in odd widths with what lies behind the edge: that is
+// the edge once more.
+void repeat_right_edge(AVFrame& frame) {
+    const auto format = static_cast<AVPixelFormat>(frame.format);
+    const AVPixFmtDescriptor& descriptor = *av_pix_fmt_desc_get(format);
+    if ((descriptor.flags & AV_PIX_FMT_FLAG_RGB) == 0)
+        return;
+    for (int plane = 0; plane < 4 && frame.data[plane] != nullptr; ++plane) {
+        const int step = pixel_step(descriptor, plane);
+        const int used = av_image_get_linesize(format, frame.width, plane);
+        for (int y = 0; y < frame.height && step > 0; ++y) {
+            uint8_t* row = frame.data[plane] + static_cast<ptrdiff_t>(y) * frame.linesize[plane];
+            for (int byte = used; byte < frame.linesize[plane]; ++byte)
+                row[byte] = row[byte - step];
+        }
+    }
+}
+
 void unpack(const std::vector<uint8_t>& raw, AVFrame& frame) {
     uint8_t* planes[4] = {};
     int line_sizes[4] = {};
@@ -53,6 +83,7 @@ void unpack(const std::vector<uint8_t>& raw, AVFrame& frame) {
     av_image_fill_arrays(planes, line_sizes, raw.data(), format, frame.width, frame.height, 1);
     const uint8_t* sources[4] = {planes[0], planes[1], planes[2], planes[3]};
     av_image_copy(frame.data, frame.linesize, sources, line_sizes, format, frame.width, frame.height);
+    repeat_right_edge(frame);
 }
 
 void make_opaque(AVFrame& picture) {
