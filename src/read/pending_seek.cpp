@@ -6,7 +6,7 @@ namespace qmio::read {
 
 namespace {
 
-constexpr int32_t kFirstBackOff = 16;  // frames; doubled at every further attempt
+constexpr int32_t kFirstBackOff = 16;  // frames; doubled at every further attempt, past half of the way it is all of it
 
 }  // namespace
 

@@ -1,4 +1,5 @@
-// Seeking as hosts ask for it.
+// Seeking as hosts ask for it: where the container is put is told in position.h, how far it steps back when a landing
+// was too late in pending_seek.h, which picture comes out in choose.h.
 #pragma once
 
 #include "read/source.h"

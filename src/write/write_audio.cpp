@@ -153,8 +153,8 @@ int32_t write_through_ring(TrackWrite& write) {
     return result;
 }
 
-// In values of all channels, not samples, so that a frame and a half may be added: hosts know the lengths that this
-// gives.
+// In values of all channels, not samples, so that with two channels the last piece may come to a frame and a half, of
+// which the half stays in the ring: hosts know the lengths that this gives.
 int32_t padding_bytes(const Track& track, int32_t ready) {
     const int32_t frame = track.frame_samples * track.file.channels;
     return frame > 0 ? audio::sample_bytes(track.file.format) * (frame - ready % frame) : 0;

@@ -13,7 +13,8 @@
 
 namespace qmio {
 
-// Members are destroyed from the bottom up: codecs before the container, the container before its I/O.
+// Where closing did not get to it, members are destroyed from the bottom up: codecs before the format context, that
+// before its I/O.
 struct Container {
     std::atomic<bool> cancelled{false};         // makes FFmpeg's blocking I/O return
     std::unique_ptr<qmlib::InputSource> input;  // bytes that FFmpeg does not fetch itself; null: it does
@@ -34,7 +35,7 @@ bool is_demuxing(const Container& container);
 // The container's stream that a packet names; null when there is none.
 AVStream* stream_of_packet(const Container& container, const AVPacket& packet);
 
-// Takes the I/O of our own away. FFmpeg never closes it, so it goes before the context that still points at it.
+// Takes the I/O of our own away from the format context, which FFmpeg would not do.
 void release_custom_io(Container& container);
 
 // av_seek_frame; AVERROR(EBADF) without a container to read from.

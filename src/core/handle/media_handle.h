@@ -52,7 +52,7 @@ inline AVCodecContext* decoding_context(const MediaHandle& handle) {
     return is_writer(handle) ? nullptr : handle.video.codec;
 }
 
-// Closes the codecs of all streams, and what stands on them.
+// Closes the codecs of all streams. The decoders and encoders over them hold nothing of FFmpeg's that needs them then.
 void release_codecs(MediaHandle& handle);
 
 // Closes the container and forgets the streams that it owned.
