@@ -67,8 +67,8 @@ int32_t channels_of_track(const MediaHandle& handle, int32_t number) {
     return number < 0 ? handle.sound.user.channels : channels_of(handle.tracks, number);
 }
 
-// The place in the list of tracks stands for the flat channel, as if every track before were mono: with stereo tracks
-// a host that counted channels here would get other streams than it always did.
+// The place in the list of tracks stands for the flat channel, as if every track before were mono: counting channels
+// would give hosts of several stereo tracks other answers than they know.
 int32_t stream_to_file_channel(const Tracks& tracks, int32_t stream) {
     return tracks.number_of_stream(stream);
 }

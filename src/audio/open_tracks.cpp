@@ -63,7 +63,7 @@ bool open_all(const Container& container, Sound& sound, Tracks& tracks) {
     return true;
 }
 
-// The decoders opened so far stay open until the handle is closed; no call reaches them any more.
+// The decoders opened so far stay open until the handle is closed; nothing is decoded by them any more.
 void disable_sound(Tracks& tracks) {
     for (Track& track : tracks) {
         track.stream_index = -1;

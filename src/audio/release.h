@@ -7,7 +7,7 @@ namespace qmio::audio {
 
 void release_resamplers(Sound& sound, Tracks& tracks);
 
-// Everything of the tracks but what belongs to the container.
+// The frame, the resamplers, and what the tracks of a file being written wait in; the rest goes with the handle.
 void release(Sound& sound, Tracks& tracks);
 
 }  // namespace qmio::audio

@@ -32,8 +32,7 @@ int32_t scatter_by_map(const MediaHandle& handle, uint8_t* target, const uint8_t
         const TargetChannel to{target + scatter.bytes * static_cast<std::size_t>(channel), scatter.target_frame};
         const int32_t feeding = mapped_channel(handle.sound, channel);
         if (feeding < 0) {
-            // Zeros for 8-bit samples, too, where delivery fills in their middle: hosts that mix tracks by adding would
-            // hear the difference.
+            // Zeros for 8-bit samples, too, where delivery fills in their middle: a host hears the difference.
             fill_channel(to, 0, scatter.bytes, scatter.count);
             continue;
         }
@@ -53,8 +52,8 @@ int32_t scatter_at_flat_place(const MediaHandle& handle, uint8_t* target, const 
         return 0;
     if (samples < 1)
         return samples;
-    // A track that reaches past the host's last channel is not clipped: it runs on into the host's next frame, which
-    // the next track overwrites. Hosts give room for the last frame's overhang.
+    // A track that reaches past the host's last channel is not clipped: it runs on into the host's next frame, over what
+    // earlier tracks put there, and at the end past the last frame, where hosts leave room.
     const Scatter scatter = scatter_of(handle.sound, handle.tracks, track, samples);
     target += scatter.bytes * static_cast<std::size_t>(first);
     for (std::size_t index = 0; index < scatter.count; ++index)

@@ -39,7 +39,7 @@ void close_gaps(Planes& planes, const ffmpeg::SoundForm& form, int expected, int
         std::memmove(planes[0] + size * static_cast<std::size_t>(plane), planes[static_cast<std::size_t>(plane)], size);
 }
 
-// The one made when the host chose fits the first track; a track of another form gets one of its own.
+// The one made when the host chose fits the track that was current then; a track of another form gets one of its own.
 ffmpeg::Resampler* resampler_for(Track& track, Sound& sound) {
     const ffmpeg::SoundForm file = ffmpeg::form_of(*track.codec);
     if (file == sound.swr.to())

@@ -13,6 +13,7 @@ namespace qmio::ffmpeg {
 class Decoder {
   public:
     void attach(AVCodecContext* context) { context_ = context; }
+    bool is_attached() const { return context_ != nullptr; }
 
     // Feeds `packet` (null or empty: drains) and moves the oldest decoded frame into `frame`. `got` tells
     // whether there was one. Returns the bytes used, always the whole packet, or a negative FFmpeg error.

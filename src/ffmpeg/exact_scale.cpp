@@ -85,7 +85,7 @@ std::optional<int> scale_exactly(const Picture& source, const Picture& target, i
     const Picture to = resized(target, size);
     if (!from.valid())
         return 0;
-    // Made and freed for every picture: hosts scale to another size at every call, and no call depends on another.
+    // Made and freed for every picture: no call depends on another.
     const ScalerPtr scaler = make_scaler(from, to, flags);
     if (scaler == nullptr)
         return std::nullopt;

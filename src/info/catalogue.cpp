@@ -192,8 +192,7 @@ const char* qmio_get_format_info(const AVOutputFormat* format, char* buf, const 
 const AVCodec* qmio_get_format_prop(const AVOutputFormat* format, const char* key) {
     if (format == nullptr || !same_in_any_case(key, "vcodec") || format->video_codec == AV_CODEC_ID_NONE)
         return nullptr;
-    // Encoder or decoder, whichever is registered first: for many formats hosts get a decoder, which they ask for its
-    // name alone.
+    // Encoder or decoder, whichever is registered first: for many formats hosts get a decoder.
     const AVCodec* codec = ffmpeg::first_codec();
     while (codec != nullptr && (codec->type != AVMEDIA_TYPE_VIDEO || codec->id != format->video_codec))
         codec = ffmpeg::next_codec(codec);

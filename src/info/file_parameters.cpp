@@ -18,7 +18,7 @@ const AVCodecContext* audio_codec(const MediaHandle& handle) {
     return handle.tracks.first().codec;
 }
 
-// Of a source alone: what a file is encoded with is known by the codec's own keys.
+// Of a source alone: in a file that is being written these keys tell nothing.
 const AVCodec* video_decoder(const MediaHandle& handle) {
     return is_writer(handle) ? nullptr : handle.video.coder;
 }

@@ -111,7 +111,7 @@ int get_key_flag(MediaHandle& handle, qmio_time_param* record) {
     return (handle.reading.packet->flags & AV_PKT_FLAG_KEY) != 0 ? 1 : 0;
 }
 
-// 0, though the record is filled: hosts test the record, and take 1 for a stream's.
+// 0, though the record is filled: 1 is the answer for a stream's times.
 int get_seek_position(MediaHandle& handle, qmio_time_param* record) {
     clear(record);
     if (record != nullptr)

@@ -1,4 +1,4 @@
-// Positioning the demuxer by time.
+// Positioning the demuxer by time. The background reader is to use it; until then only tests do.
 #pragma once
 
 #include "core/handle/media_handle.h"

@@ -17,8 +17,8 @@ ptrdiff_t row_offset(int32_t row, int32_t line_size) {
     return static_cast<int32_t>(static_cast<uint32_t>(row) * static_cast<uint32_t>(line_size));
 }
 
-// A null source plane makes the target's null and leaves its line size as it was: hosts keep theirs in records that they
-// fill once.
+// A null source plane makes the target's null and leaves its line size as it was: a host that set it
+// finds it there.
 void move_plane(qmio_planes& dst, const qmio_planes& src, int plane, int32_t row) {
     uint8_t* data = src.data[plane];
     const int32_t line_size = src.linesize[plane];

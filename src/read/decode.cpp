@@ -22,7 +22,8 @@ int trace_error(const wchar_t* text, int code) {
 int check_arguments(const Source& source, const imio_picture* picture, const AVPacket* packet) {
     if (picture == nullptr)
         return trace_error(L"pm == NULL", QMIO_NOTHING_TO_DECODE);
-    if (source.video.codec == nullptr)
+    // A file that is being written has a codec, too, but nothing to decode with.
+    if (!source.reading.decoder.is_attached())
         return trace_error(L"fp->pCodecCtx == NULL", QMIO_NOTHING_TO_DECODE);
     if (source.reading.pFrame == nullptr)
         return trace_error(L"fp->pFrame == NULL", QMIO_NOTHING_TO_DECODE);

@@ -6,7 +6,7 @@
 
 namespace qmio::read {
 
-// Converts the picture held in pFrame; rows written, 0 on failure, -1 without handle or codec, 1 for a picture without
+// Converts the picture held in pFrame; rows written, 0 on failure, -1 without record, codec or frame, 1 for a picture without
 // data, which is left alone.
 int convert_held_picture(Source& source, imio_picture* picture);
 

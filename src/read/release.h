@@ -1,4 +1,4 @@
-// Taking down what reading holds beside the container.
+// Taking down what reading holds beside the container: the pending seek and the picture. The rest goes with the handle.
 #pragma once
 
 #include "core/handle/reading.h"

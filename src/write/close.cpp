@@ -55,8 +55,8 @@ void finish_streams(MediaHandle& handle) {
     write::drain_video(handle);
 }
 
-// The trailer hangs on there being an output that is ours: containers that open their own files get none, and what
-// hosts find on the disk is as it was after the last packet.
+// The trailer hangs on there being an output that is ours: containers that open their own files get none: what
+// hosts find on the disk lacks it.
 void write_trailer(const Container& container, const Writing& writing) {
     if (container.format_ctx->pb == nullptr)
         return;

@@ -96,6 +96,7 @@ bool create_steps(MediaHandle& handle, const Request& request, uint32_t flags) {
                              write::read_creation_options(request.options),
                              flags,
                              {}};
+    write::declare_tracks(handle.tracks, creation.asked);
     if (!make_container(handle, creation.asked.output_format, flags) || !make_work_records(handle.writing))
         return false;
     collect_format_options(creation);

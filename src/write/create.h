@@ -27,6 +27,9 @@ struct Creation {
 bool add_video(Creation& creation);
 bool add_audio(Creation& creation);
 
+// The tracks that were asked for, before any of them is opened: they are counted also where the creation fails.
+void declare_tracks(Tracks& tracks, const AskedFile& asked);
+
 // output.cpp: where the bytes go, and the container's header as the first of them.
 bool open_output(Creation& creation);
 bool write_header(Creation& creation);

@@ -26,8 +26,8 @@ AVSampleFormat negotiate(const AVCodec& encoder, AVSampleFormat wanted) {
     return taken || formats == nullptr ? wanted : formats[0];
 }
 
-// A number of 32 bits, though the context has room for more: rates above 2 Gbit/s end there, as all numbers of the
-// option text do.
+// A number of 32 bits, as all numbers of the option text. Encoders get the option itself as well, which overrules it:
+// a rate above 2 Gbit/s takes that way.
 void set_bit_rate(const Creation& creation, AVCodecContext& codec) {
     const int32_t rate = find_number(creation.options, CreationKey::audio_bit_rate);
     if (rate == 0)
@@ -106,9 +106,7 @@ bool open_track(const Creation& creation, Track& track, int number) {
     return true;
 }
 
-bool add_track(const Creation& creation, const AskedTrack& asked, Track& track, int number) {
-    track.coder = asked.encoder;
-    track.file = asked.form;
+bool add_track(const Creation& creation, Track& track, int number) {
     if (track.coder == nullptr) {
         trace(TraceSwitch::create, kCreateTag, L"no codec for audio stream %d\n", number);
         return true;
@@ -122,17 +120,23 @@ bool add_track(const Creation& creation, const AskedTrack& asked, Track& track, 
 
 }  // namespace
 
+void declare_tracks(Tracks& tracks, const AskedFile& asked) {
+    for (const AskedTrack& one : asked.tracks) {
+        Track& track = tracks.add();
+        track.coder = one.encoder;
+        track.file = one.form;
+    }
+}
+
 bool add_audio(Creation& creation) {
     MediaHandle& handle = creation.handle;
-    const std::vector<AskedTrack>& asked = creation.asked.tracks;
-    trace(TraceSwitch::create, kCreateTag, L"audio, %d tracks\n", static_cast<int>(asked.size()));
-    if (asked.empty())
+    trace(TraceSwitch::create, kCreateTag, L"audio, %d tracks\n", handle.tracks.count());
+    if (handle.tracks.count() == 0)
         return true;
-    for (const AskedTrack& one : asked) {
-        const int number = handle.tracks.count();
-        if (!add_track(creation, one, handle.tracks.add(), number))
+    int number = 0;
+    for (Track& track : handle.tracks)
+        if (!add_track(creation, track, number++))
             return false;
-    }
     // What the host hands over: at first the form of the first track.
     handle.sound.user = handle.tracks.first().delivered;
     handle.writing.audio_frame.reset(av_frame_alloc());

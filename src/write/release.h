@@ -1,4 +1,4 @@
-// Taking down what writing holds beside the container.
+// Taking down the frames that writing works with. The rest goes with the handle.
 #pragma once
 
 #include "core/handle/writing.h"

@@ -5,7 +5,8 @@
 
 namespace qmio::write {
 
-// Adds samples, in the form of the track, or as many bytes of silence for null, which encoders of any frame length refuse. Returns what qmio_write_track returns.
+// Adds samples, in the form of the track, or as many bytes of silence for null, which encoders of any frame length
+// refuse. Returns what qmio_write_track returns.
 int32_t write_track(MediaHandle& handle, int32_t track, const uint8_t* data, int32_t bytes);
 
 // Fills every track's last frame with silence, and so writes it.

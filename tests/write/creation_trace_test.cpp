@@ -292,6 +292,25 @@ TEST_F(FailedCreation, WithARefusedHeaderIsClosedWithoutTrailerButItsOutputIsClo
     EXPECT_TRUE(has("qmio_close: exit"));
 }
 
+TEST_F(FailedCreation, TellsEveryTrackThatWasAskedForWhenItIsClosed) {
+    for (const std::string options : {"acodec=aac", "fmt=mov,acodec=aac,ar=1"}) {
+        const TraceLines trace(TraceSwitch::close);
+        EXPECT_FALSE(Writer(folder_ / "film.mov", options + kPcm).is_open());
+        const Lines all = trace.read();
+        EXPECT_EQ(std::count(all.begin(), all.end(), "qmio_close: free audio stream 0"), 1) << options;
+        EXPECT_EQ(std::count(all.begin(), all.end(), "qmio_close: free audio stream 1"), 1) << options;
+    }
+}
+
+TEST_F(CreationLog, TellsThatAWrittenFileIsNothingToReadFrom) {
+    const Writer writer(folder_ / "film.mov", "fmt=mov," + kVideo);
+    ASSERT_TRUE(writer.is_open());
+    Bytes picture(64 * 48 * 4);
+    const TraceLines trace(TraceSwitch::read);
+    EXPECT_EQ(qmio_read_frame(writer.handle(), picture.data()), QMIO_NOTHING_TO_DECODE);
+    EXPECT_EQ(trace.read(), Lines{"trace_err: error -1: fp->pCodecCtx == NULL"});
+}
+
 // Memory that gets short: every size of block from which on there is none, so that making the file stops at one place
 // after the other.
 TEST_F(FailedCreation, ForWantOfMemoryLeavesNothingWhereverItStops) {

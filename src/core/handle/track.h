@@ -37,8 +37,8 @@ struct Track {
     // Of a source.
     ffmpeg::Decoder decoder;  // one packet in, one frame out, over `codec`
     PacketRest rest;
-    ffmpeg::Resampler swr;      // while all tracks are read together; in a writer when the first track's does not fit
-    ffmpeg::Resampler own_swr;  // for frames that neither that nor the first track's can read
+    ffmpeg::Resampler swr;      // while all tracks are read together; in a writer when the current track's does not fit
+    ffmpeg::Resampler own_swr;  // for frames that neither that nor the current track's can read
 
     // Of a file that is being written.
     ffmpeg::Encoder encoder;    // one frame in, at most one packet out, over `codec`

@@ -16,7 +16,8 @@ struct Request {
 };
 
 // From narrow text of the ANSI code page: a name of at most 512 UTF-16 units that comes to at most 1,023 bytes, or the
-// address of a memory block, and options of any length. Empty when the name is null or does not fit.
+// address of a memory block, and options of any length. Empty when the name is null or does not fit, and when the
+// conversion makes the prefix of a memory block out of it.
 std::optional<Request> request(const char* name, const char* options);
 
 // From wide text: a name that comes to at most 1,023 bytes, and options that come to at most 4,095 bytes of the ANSI
