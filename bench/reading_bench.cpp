@@ -84,20 +84,33 @@ void expect_whole_clip(benchmark::State& state, int64_t frames) {
         state.SkipWithError("the number of pictures is not that of the clip");
 }
 
-void sequential_library(benchmark::State& state) {
+void read_whole_clip(benchmark::State& state, int (*read)(MediaHandle* media, uint8_t* bgra)) {
     int64_t frames = 0;
     for ([[maybe_unused]] auto _ : state) {
         state.PauseTiming();
         Media media = open_clip();
         std::vector<uint8_t> bgra = picture_of(media.get());
         state.ResumeTiming();
-        frames += read_all(media.get(), bgra.data());
+        frames += read(media.get(), bgra.data());
         state.PauseTiming();
         media.reset();
         state.ResumeTiming();
     }
     expect_whole_clip(state, frames);
     count_frames(state, frames);
+}
+
+void sequential_library(benchmark::State& state) {
+    read_whole_clip(state, read_all);
+}
+
+int read_all_in_background(MediaHandle* media, uint8_t* bgra) {
+    qmio_fifo_ts(media, 0, -1, 0, -1, 1);
+    return read_all(media, bgra);
+}
+
+void queue_library(benchmark::State& state) {
+    read_whole_clip(state, read_all_in_background);
 }
 
 void sequential_plain(benchmark::State& state) {
@@ -142,14 +155,16 @@ void time_whole_runs(benchmark::internal::Benchmark* benchmark) {
 }
 
 BENCHMARK(sequential_library)->Apply(time_whole_runs);
+BENCHMARK(queue_library)->Apply(time_whole_runs);
 BENCHMARK(sequential_plain)->Apply(time_whole_runs);
 BENCHMARK(random_library)->Apply(time_whole_runs);
 BENCHMARK(random_plain)->Apply(time_whole_runs);
 
-void print_ratio(const bench::RatioReporter& reporter, const char* what, const std::string& kind) {
-    const auto ratio = reporter.speed_ratio(kind + "_library", kind + "_plain");
+void print_ratio(const bench::RatioReporter& reporter, const char* what, const char* ours, const char* plain,
+                 const char* of = "a plain loop") {
+    const auto ratio = reporter.speed_ratio(ours, plain);
     if (ratio)
-        std::printf("%s %.2f of a plain loop, %.2f by processor time\n", what, ratio->by_clock, ratio->by_processor);
+        std::printf("%s %.2f of %s, %.2f by processor time\n", what, ratio->by_clock, of, ratio->by_processor);
 }
 
 // What is left after Google Benchmark's own options: at most the name of a clip.
@@ -166,8 +181,9 @@ int run(int argc, char** argv) {
     compare_pictures();
     bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    print_ratio(reporter, "sequential", "sequential");
-    print_ratio(reporter, "random access", "random");
+    print_ratio(reporter, "sequential", "sequential_library", "sequential_plain");
+    print_ratio(reporter, "random access", "random_library", "random_plain");
+    print_ratio(reporter, "through the queue", "queue_library", "sequential_library", "reading without it");
     return reporter.failed() ? 1 : 0;
 }
 

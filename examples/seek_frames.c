@@ -19,8 +19,8 @@ static int deliver(MediaHandle* media, int frame, uint8_t* bgra) {
     if (qmio_seek_frame(media, frame) != frame)
         return 0;
     int result = qmio_read_frame(media, bgra); /* the wanted frame, however far away the next key frame is */
-    if (result == 1)                           /* the only picture of a file, which is held already */
-        result = qmio_get_buf(media, bgra);
+    if (result < 2 && qmio_get_file_param(media, "dts_frame") == frame)
+        result = qmio_get_buf(media, bgra); /* a still picture is read once, and held from then on */
     return result > 0;
 }
 

@@ -176,7 +176,7 @@ QMIO_API int qmio_get_error(char* buf);
 
 /*
  * Container stream index of the packet read last, and of the audio packet read last; -1 for a null handle, 0 before
- * the first packet.
+ * the first packet. Releasing the packet makes the first of them 0 again.
  */
 QMIO_API int qmio_get_vstream(MediaHandle* h);
 QMIO_API int qmio_get_astream(MediaHandle* h);
@@ -202,10 +202,16 @@ QMIO_API int qmio_print(MediaHandle* h, const char* what);
  *                     after the other) begins at byte 32. The block stays the caller's and unchanged until the close.
  *           "avio:"   a local file of pictures, read through the system's own file calls: "avio:/path/picture.png"
  *           "ftp:"    an FTP address; "?passive" in its query uses passive mode and reads front to back. A server that
- *                     stands still for 30 seconds ends the call; "timeout" (microseconds) says otherwise.
+ *                     stands still for 30 seconds ends reading, too
  *           "dshow:"  a capture device of Windows; fails where FFmpeg has no such devices
- * options   key=value pairs for FFmpeg's demuxer and video decoder, separated by commas ("threads=1,probesize=1M"), or
- *           null. Keys that neither of them knows are ignored. The default is threads=0: one per processor.
+ *           Where the name is that of a network, a server that stands still for 30 seconds ends the opening; the
+ *           option "timeout" says otherwise, in microseconds, and 0 for ever. Where FFmpeg's protocol has a time limit
+ *           for each read, an explicit "timeout" is that, too.
+ * options   key=value pairs for FFmpeg's demuxer, its protocol ("user_agent", "headers") and its video decoder,
+ *           separated by commas ("threads=1,probesize=1M"), or null. Keys that none of them knows are ignored. The
+ *           default is threads=0: one per processor. A decoder that would give wrong pictures after a seek with a
+ *           picture per thread (Theora's) does not work so, not with thread_type=frame either. A wide string holds at
+ *           most 4,095 bytes as ANSI text; with a longer one nothing is opened.
  *
  * Returns the handle, or null; qmio_get_error tells more where a stream has no codec. A source whose audio cannot be
  * decoded opens with video alone. A source without any video or audio opens, too. When another process is writing the
@@ -229,7 +235,7 @@ enum {
     QMIO_PICTURE_PROGRESSIVE = 7,
     QMIO_PICTURE_TOP_FIELD_FIRST = 3,
     QMIO_PICTURE_BOTTOM_FIELD_FIRST = 5,
-    QMIO_PICTURE_HELD = 1,       /* the only picture of the source is held already; qmio_get_buf delivers it again */
+    QMIO_PICTURE_HELD = 1,       /* nothing was decoded: the only picture of the source is held already */
     QMIO_NO_PICTURE = 0,         /* the packet was used up without a picture, or the input has ended */
     QMIO_NOTHING_TO_DECODE = -1, /* a null handle or picture, or a source without video */
     QMIO_NO_VIDEO_STREAM = -4,
@@ -252,10 +258,14 @@ enum {
  * After a seek the next picture is the one that was asked for; the way to it is decoded but not delivered, and damage
  * on the way is not reported.
  * Returns a picture code; QMIO_DECODER_ERROR for a damaged packet, after which reading goes on; 0 at the end of the
- * input, for null, and for a source without video; QMIO_PICTURE_HELD, with the buffer left as it is, for the only
- * picture of a source that was delivered before. At the end the decoder may still hold pictures: take them with
+ * input, for null, and for a source without video. At the end the decoder may still hold pictures: take them with
  * qmio_video_pkt(h, buffer, NULL) until it returns 0. (A source that counts as one frame, and the way to a sought
  * frame, need no asking.) Audio packets on the way are dropped.
+ *
+ * A still picture is read once. Its input has ended then, so that reading gives 0, after a seek to frame 0 as well;
+ * qmio_get_buf delivers it again. What is decoded of a source that counts as one frame while that picture is held and
+ * wanted, more packets of a file of unknown length and the drain above, comes to QMIO_PICTURE_HELD, with the buffer left
+ * as it is.
  */
 QMIO_API int qmio_read_frame(MediaHandle* h, uint8_t* buffer);
 QMIO_API int imio_read_frame(MediaHandle* h, imio_picture* pic);
@@ -309,8 +319,9 @@ QMIO_API int qmio_set_dst_fmt(MediaHandle* h, int pix_fmt);
  * under this number. A negative number means frame 0 (not for the last of the three). Where other tracks are read, they
  * go on from around there.
  *
- * qmio_seek_frame returns the frame; 0 when there was nothing to do (a null handle, a still picture, the start of a
- * fresh handle) or when the source has only audio, which is rewound to its start; -1 when the source cannot be
+ * qmio_seek_frame returns the frame; 0 when there was nothing to do (a null handle, a still picture, which is not read
+ * again, the start of a fresh handle) or when the source has only audio, which is rewound to its start (a sound file with a
+ * cover counts as a still picture and is not); -1 when the source cannot be
  * positioned. After that it answers 0 at once and reading goes on where it stands. With published frame positions a
  * number behind the last published frame means that frame.
  *
@@ -350,7 +361,8 @@ QMIO_API int64_t qmio_seek_ts(MediaHandle* h, int64_t ts, int kind);
 
 /*
  * Chooses the track that is read, or all of them with a negative number. The form that is delivered becomes the track's
- * own (for all tracks: the rate and format of track 0). Follow it with qmio_set_dst_audio, which alone makes what
+ * own (for all tracks: the rate and format of track 0). All tracks together are converted as if each had the rate of
+ * track 0: one with another rate plays at the wrong speed. Read the tracks of such a file one by one. Follow it with qmio_set_dst_audio, which alone makes what
  * converts. Returns `track`; 0 for a null handle and a number at or above the number of tracks, which for track 0
  * cannot be told from success.
  */
@@ -512,11 +524,55 @@ QMIO_API int qmio_pkt_time(MediaHandle* h, const AVPacket* p, pkt_time_info* inf
  */
 QMIO_API int qmio_pkt_ts(MediaHandle* h, AVPacket* p, int64_t frame);
 
+/* ---- Reading in the background ---------------------------------------------------------------------------------- */
+
+/*
+ * From now on a thread of the library reads the packets of a source ahead of the host, up to 500 of them, and qmio_get_frame
+ * takes them from there: by their decoding times, also where the container stores sound and pictures far apart, from `in`
+ * to `out` and as often as wanted over what lies between two loop points. Made for playing:
+ *
+ *     qmio_fifo_frame(h, 100, 200, 120, 150, 5);
+ *     while ((kind = qmio_get_frame(h)) >= 0) {
+ *         if (kind == QMIO_PACKET_VIDEO && qmio_video_frame(h, picture) > 0)
+ *             show(picture);
+ *         else if (kind == QMIO_PACKET_AUDIO && (bytes = qmio_audio_frame(h, sound)) > 0)
+ *             play(sound, bytes);
+ *         qmio_release_frame(h);
+ *     }
+ *
+ * Reading begins at the key packet at or before `in`; the host drops the pictures before its first one (their numbers are
+ * "dts_frame" of qmio_get_file_param). It ends, and qmio_get_frame gives -1 then and ever after, behind the first packet
+ * that lies a frame or more after `out`, at the end of the source and on errors. At the first packet that lies a frame or
+ * more after `loop_out`, or at the end of the source, it goes back to the key packet at or before `loop_in`, `loops` - 1
+ * times. There qmio_get_frame gives one QMIO_PACKET_OTHER, the sync point; pictures and sound that the decoders hold then
+ * are not lost but come with the next packets. At the end they are taken with qmio_video_pkt(h, buffer, NULL), as always.
+ *
+ * in, out,            qmio_fifo_ts: microseconds after the first decoding time of the stream that a packet belongs to;
+ * loop_in, loop_out   qmio_fifo_frame: frame numbers, 25 a second in a source without video. An `out` below 0 is the end
+ *                     of the source; a loop point outside of `in` to `out` is moved there
+ * loops               how often the loop is gone through in all; 1 and less: once, 2147483647: for ever
+ *
+ * Sound: the packets of all tracks that have the same time come as one; qmio_audio_frame writes all of them, each into the
+ * channels that the channel map gives to its track, and returns the bytes of the longest.
+ *
+ * Until qmio_close the source belongs to the thread. Seeking answers its failure values and changes nothing; qmio_pkt_get,
+ * qmio_pkt_dup and imio_video_frame do not see the packets in the queue; everything else is as before, qmio_read_frame too.
+ * The decoders stay with the thread of the host. Calling again ends the reading and begins anew; where no thread can be had,
+ * or a system call holds the one before fast, nothing is begun. qmio_cancel and qmio_close interrupt a source that blocks.
+ * Where the system lets no one interrupt it (a pipe without writers), they wait for a second at most; the thread then frees
+ * what it still uses when it comes back, and the library stays loaded for it. A null handle, a file being written and a
+ * cancelled handle are left alone.
+ */
+QMIO_API void qmio_fifo_ts(MediaHandle* h, int64_t in, int64_t out, int64_t loop_in, int64_t loop_out, int loops);
+QMIO_API void qmio_fifo_frame(MediaHandle* h, int in, int out, int loop_in, int loop_out, int loops);
+
 /* ---- Writing ---------------------------------------------------------------------------------------------------- */
 
 /* Flags of qmio_create_ex_a and _w. */
 enum {
-    QMIO_CREATE_INTERLEAVED = 0x40000, /* packets are buffered until those of all streams can be written in order */
+    QMIO_CREATE_INTERLEAVED = 0x40000, /* packets are buffered until those of all streams can be written in order, which
+                                          "asf", "dv", "flv", "mxf", "nut", "rtp_mpegts" and "swf" need and always get
+                                          ("flv" and "nut" not together with QMIO_CREATE_FRAME_INDEX) */
     QMIO_CREATE_FRAME_INDEX = 0x80000, /* readers of the same name find frames by number while the file is written */
     QMIO_CREATE_SUPPRESSED = 0x100000  /* encodes, but leaves the output without packets */
 };
@@ -532,8 +588,11 @@ enum {
  *           header tells no size is refused; one whose creation fails late may be left with eight zeros there.
  * options   key=value pairs, separated by ',', line feeds or blanks; at most 511 characters of a key or a value count.
  *           A value in double quotes keeps commas and blanks; lines that begin with '#', '/' or ';' are comments; a
- *           carriage return belongs to the value that it follows. A wide string holds at most 4,095 bytes as ANSI text.
- *             fmt, f                         container ("mp4", "mov", "avi", "matroska", "mxf", "mpegts", "wav", ...)
+ *           carriage return belongs to the value that it follows. A wide string holds at most 4,095 bytes as ANSI text;
+ *           with a longer one nothing is made.
+ *             fmt, f                         container ("mp4", "mov", "avi", "matroska", "mxf", "mpegts", "wav", ...);
+ *                                            not one that completes files of its own: "hls", "dash", "hds",
+ *                                            "smoothstreaming", "webm_chunk", "tee" and "fifo" are refused
  *             vcodec, codec, codec:v, c:v    video encoder; none: no video
  *             width, height, or size=WxH     picture size in pixels
  *             pix, pix_fmt                   pixel format in which pictures come
@@ -541,7 +600,8 @@ enum {
  *             top                            interlaced: 1 top field first, 0 bottom field first; absent: progressive
  *             vtag                           four-character tag of the video
  *             acodec, codec:a, c:a           audio encoder; each begins a track, at most 16
- *             ac, channels                   channels of the track begun last
+ *             ac, channels                   channels of the track begun last: the usual speakers of that count, or the
+ *                                            encoder's own; "ch_layout=5.1" names the speakers of all tracks instead
  *             ar, sample_rate                its sample rate in Hz
  *             afmt, sample_fmt               its sample format: a name ("s16", "fltp") or a code as for
  *                                            qmio_set_dst_audio; the encoder has to take it
@@ -585,7 +645,8 @@ QMIO_API int qmio_write_frame(MediaHandle* h, const uint8_t* data);
 
 /*
  * Writes a packet of the _encode_ forms, whose times are counted in frames. They become times of the stream in the
- * record; an interleaving handle takes the bytes over. Returns 0, or a negative FFmpeg error; 0 for null.
+ * record; an interleaving handle takes the bytes over. Returns 0, or a negative FFmpeg error; 0 for null. In a file of
+ * qmio_mux_a and _w packets of any make may be put, whose times are counted in units of the video codec's time base.
  */
 QMIO_API int qmio_put_frame(MediaHandle* h, AVPacket* pkt);
 
@@ -598,7 +659,7 @@ enum {
     QMIO_TRACK_NO_ENCODER = -5,
     QMIO_TRACK_NO_STREAM = -6, /* the handle was cancelled */
     QMIO_TRACK_NO_FORM = -7,   /* the options gave no channels or no sample format */
-    QMIO_TRACK_NO_RING = -8,   /* a frame of the encoder is above 192,000 bytes or 48,000 samples */
+    QMIO_TRACK_NO_RING = -8,   /* a frame of the encoder is above 192,000 bytes */
     QMIO_TRACK_NO_BUFFER = -9,
     QMIO_TRACK_ENCODE_FAILED = -10,
     QMIO_TRACK_NO_DATA = -11,    /* null data for an encoder that takes any number of samples */
@@ -613,7 +674,7 @@ enum {
  *         would be.
  * bytes   what is left over behind the last whole sample is dropped. At most 48,000 samples less one frame of the encoder
  *         at a time for encoders of fixed frames (AAC, MP2, AC-3, ...; 32,768 is right for all usual ones): what
- *         exceeds that is not kept as it should be.
+ *         exceeds that is not kept as it should be. 48,000 for encoders of frames above 24,000 samples (TTA, WavPack).
  *
  * Encoders of fixed frames get whole ones; the rest waits for the next call. qmio_close fills up the last frame with
  * silence. What an audio encoder itself holds back is not fetched at the end.
@@ -623,11 +684,64 @@ enum {
 QMIO_API int qmio_write_track(MediaHandle* h, int track, const uint8_t* data, int bytes);
 QMIO_API int qmio_write_audio(MediaHandle* h, const uint8_t* data, int bytes);
 
+/* ---- Remuxing --------------------------------------------------------------------------------------------------- */
+
+/*
+ * Makes a file that takes packets of open sources as they are, without decoding or encoding them:
+ *
+ *     MediaHandle* copy = qmio_mux_a("copy.mkv", "fmt=matroska", film, film);
+ *     while (qmio_get_frame(film) >= 0 && qmio_copy_frame(copy, film) >= 0)
+ *         qmio_release_frame(film);
+ *     qmio_close(copy);
+ *
+ * The streams get what the sources say of theirs: codec, size, rates, shape of the pixels, rotation, disposition and,
+ * of the video, the time code. How the packets are laid out inside follows the container (H.264 and HEVC with start
+ * codes or lengths, AAC with or without its headers). Packets of several streams are put in order, for which up to ten
+ * seconds of them are kept back.
+ *
+ * file        a file name or URL, cut at the first '|'. The narrow form is in the configured code page, unlike other
+ *             narrow names. Files in memory ("mem:") cannot be made so.
+ * options     as for creating a file. Of the library's own keys "fmt" counts, "metadata" and, without `audio_src`, those
+ *             of sound; every other key is handed to the container. "avoid_negative_ts=make_zero" lets the file begin at
+ *             time 0; without it packets keep the times that they have in the source. AVI has no such times and fills
+ *             what comes before the first packet with empty ones; it refuses more than 60,000 of them.
+ * video_src   a source with video, which becomes stream 0
+ * audio_src   a source whose track 0 is copied, often the same handle; without a track that can be decoded there is no
+ *             sound. Null: the tracks are those of the options ("acodec"), encoded; qmio_write_track fills them. Their
+ *             encoders are not drained and what does not fill a frame is not written.
+ *
+ * The sources stay the host's; they need not outlive the call. Returns the handle; null when something cannot be made,
+ * a null `video_src` and one without video among it, after a message on standard error and in the log where it was the
+ * output or an encoder. A file that exists is overwritten at once: it must not be one of the sources.
+ */
+QMIO_API MediaHandle* qmio_mux_a(const char* file, const char* options, MediaHandle* video_src, MediaHandle* audio_src);
+QMIO_API MediaHandle* qmio_mux_w(const wchar_t* file, const wchar_t* options, MediaHandle* video_src,
+                                 MediaHandle* audio_src);
+
+/*
+ * Copies the packet that `src` read last (qmio_get_frame) into a file of qmio_mux_a or _w. The source's packet stays as
+ * it is; decoding uses it up, so it is copied first. `src` need not be one of the handles that the file was made from: a
+ * host may let other files of the same codecs and sizes follow one another. Handles that gave the file one of its two
+ * streams only give packets of that one.
+ *
+ * Times that a packet lacks are made up from those before it and the frame rate, a missing pts from the dts; open the
+ * source with "fflags=+genpts" where pictures are stored out of order without it (AVI). Times that go back a little are
+ * moved up to the next that the container takes; where they go back further than a tenth of a second, as behind a seek,
+ * the stream goes on where it stood.
+ *
+ * Returns QMIO_PACKET_VIDEO or QMIO_PACKET_AUDIO when the packet was written, QMIO_PACKET_OTHER when there is none or the
+ * file has no stream for it, -1 for a null handle, or a negative FFmpeg error. Output is buffered: a full disk shows
+ * some packets later. A file that is cancelled or cannot be completed can be played as far as its container allows; MP4
+ * and MOV need to be completed, unless they are fragmented ("movflags=frag_keyframe").
+ */
+QMIO_API int qmio_copy_frame(MediaHandle* mux, MediaHandle* src);
+
 /* ---- Closing ---------------------------------------------------------------------------------------------------- */
 
 /*
  * Ends a handle of any kind and frees all that it holds. A file that is being written is completed first: the last
  * frame of every audio track is filled up with silence, the video encoder gives what it holds, the trailer is written.
+ * (Of a file of qmio_mux_a or _w, the trailer alone.)
  * Returns 0, whatever became of that. Null does nothing.
  */
 QMIO_API int qmio_close(MediaHandle* h);
@@ -848,9 +962,10 @@ QMIO_API int64_t qmio_get_file_param(MediaHandle* h, const char* key);
  *
  *   "vpts"                        pts of the picture decoded last in its stream's time base, 0 before any, the
  *                                 smallest 64-bit integer when unknown; in a writer the number of the next picture
- *   "apts"                        the same for the sound decoded last; in a writer the track's next sample
+ *   "apts"                        the same for the track's sound decoded last; in a writer the track's next sample
  *   "frame_type"                  letter of the picture decoded last ('I', 'P', 'B'), '?' before any
- *   "frame_num"                   number of the picture decoded last by its time
+ *   "frame_num"                   number of the picture decoded last by its time, or by that of the packet read last
+ *   "audio", "acodec", "align"    as for qmio_get_file_param, of the track
  *   "gop", "set_gop"              a number that the handle keeps for the host, 12 at first; sets it to `track` and
  *                                 returns what it was
  *   "frame_pos"                   byte position in the file; -1 where there is none
@@ -869,7 +984,7 @@ QMIO_API int64_t qmio_get_file_param(MediaHandle* h, const char* key);
 QMIO_API int64_t qmio_get_stream_param(MediaHandle* h, const char* key, int track);
 
 /*
- * Times, by keys in any case. The record is cleared first and filled as far as the key says.
+ * Times, by keys in any case. The record is cleared first, for a null handle too, and filled as far as the key says.
  *   "video"    start, duration, time base, frame rate (25/1 when nothing is known), container times, frame count
  *   "audio"    the same for the first track, without rate and count
  *   "packet"   of the packet read last: pts, dts, duration; start, time base and rate of its stream
@@ -884,7 +999,8 @@ QMIO_API int qmio_get_time_param(MediaHandle* h, const char* key, qmio_time_para
 
 /*
  * "packet" writes pts and dts of the record into the packet read last. "video" and "audio" fill the record as above,
- * but with nothing that the file does not say itself. Returns 1; 0 for null, an unknown key and what there is not.
+ * but with nothing that the file does not say itself. Returns 1; 0 for null, an unknown key and what there is not. A
+ * null handle and an unknown key clear the record, too.
  */
 QMIO_API int qmio_set_time_param(MediaHandle* h, const char* key, qmio_time_param* rec);
 

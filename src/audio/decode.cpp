@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "audio/deliver.h"
+#include "audio/queued.h"
 #include "audio/sample_formats.h"
 #include "core/handle/entry.h"
 #include "core/process/trace.h"
@@ -82,6 +83,7 @@ int32_t deliver_packet(Tracks& tracks, Sound& sound, uint8_t* buffer, AVPacket& 
         }
         if (!got)
             continue;
+        track->pts = sound.audio_frame->pts;
         const std::optional<int32_t> delivered = deliver_frame(*track, sound, buffer);
         if (!delivered.has_value())
             return kNothing;
@@ -104,6 +106,10 @@ int qmio_audio_pkt(MediaHandle* h, void* buf, AVPacket* pkt) {
 }
 
 int qmio_audio_frame(MediaHandle* h, void* buf) {
-    return with_handle(
-        h, 0, 0, [&](MediaHandle& handle) { return qmio_audio_pkt(&handle, buf, handle.reading.audio_packet.get()); });
+    return with_handle(h, 0, 0, [&](MediaHandle& handle) {
+        if (handle.reader_queue == nullptr)
+            return qmio_audio_pkt(&handle, buf, handle.reading.audio_packet.get());
+        const bool can_deliver = buf != nullptr && handle.sound.audio_frame != nullptr;
+        return can_deliver ? audio::deliver_queued(handle, static_cast<uint8_t*>(buf)) : 0;
+    });
 }

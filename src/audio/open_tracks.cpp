@@ -85,6 +85,7 @@ void find_tracks(const Container& container, Tracks& tracks) {
 bool open_tracks(const Container& container, Sound& sound, Tracks& tracks) {
     sound.map_report_pending = true;
     sound.fill_silence = true;
+    trace(TraceSwitch::open, L"qmio_open_audio", L"AUDIO\n");
     trace(TraceSwitch::open, kTag, L"AUDIO, %d streams of %d\n", tracks.count(), container.format_ctx->nb_streams);
     if (!open_all(container, sound, tracks)) {
         disable_sound(tracks);

@@ -1,4 +1,5 @@
 // The host's sound into the form of a track that is being written.
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -30,6 +31,15 @@ void trace_conversion(const ffmpeg::SoundForm& user, int input, const ffmpeg::So
           av_get_sample_fmt_name(file.format), file.rate, output);
 }
 
+// Samples that hosts have room for: those that come in times the ratio of the rates, and 256 more, of which some are
+// left to libswresample, whose vectors end a little behind their plane. What it holds back may come to more at very high
+// ratios; it stays inside then, and the next call begins with it.
+int room_for(int input, const ffmpeg::SoundForm& user, const ffmpeg::SoundForm& file) {
+    constexpr int64_t kMore = 256 - 32;
+    const int64_t room = int64_t{input} * file.rate / std::max(user.rate, 1) + kMore;
+    return static_cast<int>(std::min<int64_t>(room, std::numeric_limits<int>::max()));
+}
+
 // Fewer samples came out than the planes were laid out for.
 void close_gaps(Planes& planes, const ffmpeg::SoundForm& form, int expected, int converted) {
     if (av_sample_fmt_is_planar(form.format) == 0 || converted == expected)
@@ -57,7 +67,7 @@ int32_t convert(ffmpeg::Resampler& resampler, uint8_t* target, const uint8_t* so
     const ffmpeg::SoundForm& user = resampler.from();
     const ffmpeg::SoundForm& file = resampler.to();
     const int input = source_bytes / static_cast<int>(block_size(user, 1));
-    const int output = resampler.expected(input, user.rate);
+    const int output = std::min(resampler.expected(input, user.rate), room_for(input, user, file));
     if (block_size(file, output) > static_cast<std::size_t>(std::numeric_limits<int32_t>::max()))
         return kFailed;
     Planes to = planes_in(target, file, output);

@@ -77,12 +77,18 @@ const AVSampleFormat* sample_formats(const AVCodec& codec) {
 const int* sample_rates(const AVCodec& codec) {
     return static_cast<const int*>(supported(codec, AV_CODEC_CONFIG_SAMPLE_RATE));
 }
+const AVChannelLayout* channel_layouts(const AVCodec& codec) {
+    return static_cast<const AVChannelLayout*>(supported(codec, AV_CODEC_CONFIG_CHANNEL_LAYOUT));
+}
 #else
 const AVSampleFormat* sample_formats(const AVCodec& codec) {
     return codec.sample_fmts;
 }
 const int* sample_rates(const AVCodec& codec) {
     return codec.supported_samplerates;
+}
+const AVChannelLayout* channel_layouts(const AVCodec& codec) {
+    return codec.ch_layouts;
 }
 #endif
 

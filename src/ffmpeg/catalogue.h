@@ -13,10 +13,11 @@ const AVCodec* next_codec(const AVCodec* codec);
 const AVOutputFormat* first_format();
 const AVOutputFormat* next_format(const AVOutputFormat* format);
 
-// What the codec takes, ended by AV_SAMPLE_FMT_NONE, by 0, by -1; null when it does not say. The pixel formats are the
+// What the codec takes, ended by AV_SAMPLE_FMT_NONE, by 0, by a layout without channels, by -1; null when it does not say. The pixel formats are the
 // interface's numbers: a list of the library's own, the same one at every call, until forget_pixel_formats.
 const AVSampleFormat* sample_formats(const AVCodec& codec);
 const int* sample_rates(const AVCodec& codec);
+const AVChannelLayout* channel_layouts(const AVCodec& codec);
 const int32_t* interface_pixel_formats_of(const AVCodec& codec);
 
 // Unloading only.

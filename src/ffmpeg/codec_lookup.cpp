@@ -10,10 +10,6 @@ namespace {
 
 constinit platform::NeverDestroyed<std::vector<const AVCodec*>> vetoed;
 
-bool is_vetoed(const AVCodec* codec) {
-    return std::find(vetoed.value.begin(), vetoed.value.end(), codec) != vetoed.value.end();
-}
-
 void veto(const AVCodec* codec) {
     if (codec != nullptr && !is_vetoed(codec))
         vetoed.value.push_back(codec);
@@ -34,6 +30,10 @@ const AVCodec* find(AVCodecID id, int (*is_wanted_kind)(const AVCodec*)) {
 }
 
 }  // namespace
+
+bool is_vetoed(const AVCodec* codec) {
+    return std::find(vetoed.value.begin(), vetoed.value.end(), codec) != vetoed.value.end();
+}
 
 const AVCodec* find_decoder(AVCodecID id) {
     return find(id, av_codec_is_decoder);

@@ -10,6 +10,9 @@ namespace qmio::ffmpeg {
 const AVCodec* find_decoder(AVCodecID id);
 const AVCodec* find_encoder(AVCodecID id);
 
+// True for a codec that lookups by id pass over.
+bool is_vetoed(const AVCodec* codec);
+
 // Takes the codec of this name out of lookups by id. A name that FFmpeg does not know is ignored. Start-up only.
 void veto_decoder(const char* name);
 void veto_encoder(const char* name);

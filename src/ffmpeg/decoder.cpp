@@ -10,7 +10,9 @@ constexpr int kMaxErrorsPerPacket = 64;
 }  // namespace
 
 int Decoder::decode(AVFrame* frame, bool& got, const AVPacket* packet) {
-    const bool drain = packet == nullptr || packet->size <= 0 || packet->data == nullptr;
+    const bool drain = packet == nullptr || packet->size <= 0;
+    if (!drain && packet->data == nullptr)
+        return AVERROR_INVALIDDATA;  // which FFmpeg would take for the end
     const int result = drain ? drain_one() : feed(packet);
     got = take_kept(frame);
     // A picture that is there is delivered first; the error belongs to a packet whose picture never comes.
@@ -43,6 +45,11 @@ void Decoder::flush() {
     drained_ = false;
 }
 
+void Decoder::finish_pass() {
+    begin_drain();
+    end_drain();
+}
+
 int Decoder::feed(const AVPacket* packet) {
     if (draining_)
         end_drain();
@@ -56,11 +63,15 @@ int Decoder::feed(const AVPacket* packet) {
     return result < 0 ? result : received;
 }
 
+void Decoder::begin_drain() {
+    if (draining_)
+        return;
+    draining_ = true;
+    avcodec_send_packet(context_, nullptr);
+}
+
 int Decoder::drain_one() {
-    if (!draining_) {
-        draining_ = true;
-        avcodec_send_packet(context_, nullptr);
-    }
+    begin_drain();
     return kept_.empty() && !drained_ ? receive(1) : 0;
 }
 

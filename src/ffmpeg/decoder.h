@@ -19,11 +19,19 @@ class Decoder {
     // whether there was one. Returns the bytes used, always the whole packet, or a negative FFmpeg error.
     int decode(AVFrame* frame, bool& got, const AVPacket* packet);
 
+    // True when the codec was drained since it was last made ready: a packet that follows in the stream would be decoded
+    // without those before it.
+    bool is_drained() const { return draining_; }
+
     // True while frames of packets that were fed are waiting.
     bool has_kept() const { return !kept_.empty(); }
 
     // Moves the oldest frame that can come out without new input into `frame`; false when there is none.
     bool take_kept(AVFrame* frame);
+
+    // Makes the codec ready for packets of another place, too, but keeps the frames that are still inside: they come out
+    // before those of the packets that follow.
+    void finish_pass();
 
     // Forgets everything decoded and makes the codec ready for packets of another place.
     void flush();
@@ -32,6 +40,7 @@ class Decoder {
     static constexpr std::size_t kEverything = std::numeric_limits<std::size_t>::max();
 
     int feed(const AVPacket* packet);
+    void begin_drain();
     int drain_one();
     void end_drain();
     int receive(std::size_t count);

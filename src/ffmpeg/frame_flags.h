@@ -10,6 +10,9 @@ namespace qmio::ffmpeg {
 inline bool is_interlaced(const AVFrame& frame) {
     return (frame.flags & AV_FRAME_FLAG_INTERLACED) != 0;
 }
+inline bool is_key(const AVFrame& frame) {
+    return (frame.flags & AV_FRAME_FLAG_KEY) != 0;
+}
 inline bool is_top_field_first(const AVFrame& frame) {
     return (frame.flags & AV_FRAME_FLAG_TOP_FIELD_FIRST) != 0;
 }
@@ -22,6 +25,9 @@ inline void set_top_field_first(AVFrame& frame) {
 #else
 inline bool is_interlaced(const AVFrame& frame) {
     return frame.interlaced_frame != 0;
+}
+inline bool is_key(const AVFrame& frame) {
+    return frame.key_frame != 0;
 }
 inline bool is_top_field_first(const AVFrame& frame) {
     return frame.top_field_first != 0;
@@ -37,6 +43,12 @@ inline void set_top_field_first(AVFrame& frame) {
 // Made from damaged data or without the pictures that it refers to.
 inline bool is_damaged(const AVFrame& frame) {
     return (frame.flags & AV_FRAME_FLAG_CORRUPT) != 0 || frame.decode_error_flags != 0;
+}
+
+// Made without any other picture, as the decoder tells.
+inline bool is_whole(const AVFrame& frame) {
+    return is_key(frame) || frame.pict_type == AV_PICTURE_TYPE_I || frame.pict_type == AV_PICTURE_TYPE_SI ||
+           frame.pict_type == AV_PICTURE_TYPE_BI;
 }
 
 }  // namespace qmio::ffmpeg

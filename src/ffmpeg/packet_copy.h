@@ -1,4 +1,4 @@
-// Copies of packet records.
+// Packet records: copies, and records that hold nothing.
 #pragma once
 
 #include "ffmpeg/owners.h"
@@ -9,5 +9,8 @@ namespace qmio::ffmpeg {
 // of its own, so that neither record's end takes them from the other. What it held before is released. False when
 // memory is short; `target` is blank then. A record may be copied onto itself.
 bool copy_packet(AVPacket& target, const AVPacket& source);
+
+// Ends the record's hold on its bytes and makes it zeros, its times too, which FFmpeg would make unknown.
+void clear_packet(AVPacket& packet);
 
 }  // namespace qmio::ffmpeg

@@ -27,16 +27,24 @@ void Resampler::prepare(const SoundForm& from, const SoundForm& to) {
     av_channel_layout_default(&source, from.channels);
     av_channel_layout_default(&target, to.channels);
     SwrContext* context = nullptr;
-    swr_alloc_set_opts2(&context, &target, to.format, to.rate, &source, from.format, from.rate, 0, nullptr);
+    // What cannot be converted is not even tried: libswresample would complain on standard error.
+    if (can_convert())
+        swr_alloc_set_opts2(&context, &target, to.format, to.rate, &source, from.format, from.rate, 0, nullptr);
+    else
+        context = swr_alloc();
     context_.reset(context);
 }
 
-bool Resampler::init() {
+bool Resampler::can_convert() const {
     // Without speakers on either side libswresample would guess which channel is which.
     const bool has_layouts = default_layout_mask(from_.channels) != 0 && default_layout_mask(to_.channels) != 0;
     // It takes a format that is none, too, and later divides by the size of its samples.
-    const bool has_formats = av_get_bytes_per_sample(from_.format) > 0 && av_get_bytes_per_sample(to_.format) > 0;
-    if (context_ == nullptr || !has_layouts || !has_formats || swr_init(context_.get()) < 0)
+    return has_layouts && from_.rate > 0 && to_.rate > 0 && av_get_bytes_per_sample(from_.format) > 0 &&
+           av_get_bytes_per_sample(to_.format) > 0;
+}
+
+bool Resampler::init() {
+    if (context_ == nullptr || !can_convert() || swr_init(context_.get()) < 0)
         context_.reset();
     return context_ != nullptr;
 }

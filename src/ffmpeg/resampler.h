@@ -49,6 +49,8 @@ class Resampler {
     int convert(uint8_t* const* target, int capacity, const uint8_t* const* source, int count);
 
   private:
+    bool can_convert() const;
+
     ResamplerPtr context_;
     SoundForm from_;
     SoundForm to_;

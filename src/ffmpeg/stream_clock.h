@@ -13,9 +13,15 @@ class StreamClock {
     // Remembers a packet that was read.
     void note(const AVPacket& packet);
 
-    // The stream's first dts: that of its first index entry when the demuxer has an index, else the first dts read,
-    // else the start time, else AV_NOPTS_VALUE.
+    // From now on packets may come from anywhere: the first that is read of a stream need not be its first.
+    void note_seek() { from_start_ = false; }
+
+    // The stream's first dts: the first dts read from the start, else that of its first index entry when the demuxer has an
+    // index, else the start time, else AV_NOPTS_VALUE.
     int64_t first_dts(const AVStream& stream) const;
+
+    // True once a packet of the stream told its first dts.
+    bool knows_first(int stream) const;
 
     // The dts of the packet of this stream that was read last; AV_NOPTS_VALUE before any.
     int64_t last_dts(const AVStream& stream) const;
@@ -26,6 +32,7 @@ class StreamClock {
         int64_t last = AV_NOPTS_VALUE;
     };
     std::vector<Entry> streams_;
+    bool from_start_ = true;
 };
 
 }  // namespace qmio::ffmpeg

@@ -6,6 +6,7 @@
 #include "audio/sample_formats.h"
 #include "core/handle/entry.h"
 #include "ffmpeg/catalogue.h"
+#include "ffmpeg/codec_lookup.h"
 #include "ffmpeg/pixel_format.h"
 #include "info/pixel_descriptions.h"
 #include "qmio.h"
@@ -194,7 +195,8 @@ const AVCodec* qmio_get_format_prop(const AVOutputFormat* format, const char* ke
         return nullptr;
     // Encoder or decoder, whichever is registered first: for many formats hosts get a decoder.
     const AVCodec* codec = ffmpeg::first_codec();
-    while (codec != nullptr && (codec->type != AVMEDIA_TYPE_VIDEO || codec->id != format->video_codec))
+    while (codec != nullptr &&
+           (codec->type != AVMEDIA_TYPE_VIDEO || codec->id != format->video_codec || ffmpeg::is_vetoed(codec)))
         codec = ffmpeg::next_codec(codec);
     return codec;
 }

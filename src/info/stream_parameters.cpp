@@ -18,6 +18,15 @@ struct TrackKey {
     int64_t (*value)(const MediaHandle& handle, const Track& track);
 };
 
+int64_t stream_index(const MediaHandle&, const Track& track) {
+    return track.stream_index;
+}
+int64_t decoder(const MediaHandle& handle, const Track& track) {
+    return is_writer(handle) ? 0 : address(track.coder);
+}
+int64_t block_size(const MediaHandle&, const Track& track) {
+    return track.codec != nullptr ? track.codec->block_align : 0;
+}
 int64_t file_rate(const MediaHandle&, const Track& track) {
     return track.codec != nullptr ? track.codec->sample_rate : 0;
 }
@@ -43,14 +52,14 @@ int64_t user_channels(const MediaHandle&, const Track& track) {
     return track.delivered.channels;
 }
 
-int64_t audio_timestamp(const MediaHandle& handle, const Track& track) {
-    if (is_writer(handle))
-        return track.pts;
-    const AVFrame* frame = handle.sound.audio_frame.get();
-    return frame != nullptr && frame->data[0] != nullptr ? frame->pts : 0;
+int64_t audio_timestamp(const MediaHandle&, const Track& track) {
+    return track.pts;
 }
 
 constexpr TrackKey kTrackKeys[] = {
+    {"audio", stream_index},
+    {"acodec", decoder},
+    {"align", block_size},
     {"apts", audio_timestamp},
     {"sample_rate", file_rate},
     {"file_sample_rate", file_rate},
@@ -101,7 +110,8 @@ int64_t set_gop(MediaHandle& handle, int value) {
 
 int64_t picture_number(MediaHandle& handle, int) {
     const AVFrame* picture = decoded_picture(handle);
-    const int64_t timestamp = picture != nullptr ? picture_timestamp(*picture, nullptr) : AV_NOPTS_VALUE;
+    const int64_t timestamp =
+        picture != nullptr ? picture_timestamp(*picture, handle.reading.packet.get()) : AV_NOPTS_VALUE;
     if (timestamp == AV_NOPTS_VALUE || handle.video.stream == nullptr)
         return handle.video.have_frame;
     return frame_number_at(handle.video, timestamp);
@@ -109,7 +119,8 @@ int64_t picture_number(MediaHandle& handle, int) {
 
 int64_t byte_position(MediaHandle& handle, int) {
     AVIOContext* io = handle.container.format_ctx != nullptr ? handle.container.format_ctx->pb : nullptr;
-    return io != nullptr ? avio_seek(io, 0, SEEK_CUR) : -1;
+    // What a background reader reads is its own.
+    return io != nullptr && handle.reader_queue == nullptr ? avio_seek(io, 0, SEEK_CUR) : -1;
 }
 
 int64_t packet_size(MediaHandle& handle, int) {

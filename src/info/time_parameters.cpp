@@ -152,6 +152,8 @@ constexpr TimeKey kSetters[] = {{"video", copy_video}, {"audio", get_audio}, {"p
 
 template <std::size_t count>
 int run(const TimeKey (&table)[count], MediaHandle* h, const char* key, qmio_time_param* record) {
+    if (h == nullptr)
+        clear(record);
     return with_handle(h, 0, 0, [&](MediaHandle& handle) {
         if (const TimeKey* known = find_key(table, key); known != nullptr)
             return known->run(handle, record);
@@ -191,8 +193,6 @@ std::vector<std::string_view> time_keys() {
 using namespace qmio;
 
 int qmio_get_time_param(MediaHandle* h, const char* key, qmio_time_param* rec) {
-    if (h == nullptr)
-        info::clear(rec);
     return info::run(info::kGetters, h, key, rec);
 }
 

@@ -1,6 +1,4 @@
 // Packet records in the host's hands.
-#include <cstring>
-
 #include "core/handle/entry.h"
 #include "core/handle/frame_numbers.h"
 #include "ffmpeg/packet_copy.h"
@@ -56,10 +54,8 @@ int qmio_pkt_free(AVPacket* p) {
 }
 
 int qmio_pkt_release(AVPacket* p) {
-    if (p == nullptr)
-        return 0;
-    av_packet_unref(p);
-    std::memset(p, 0, sizeof *p);  // zeros, as in a new record, not the values that FFmpeg takes for unknown
+    if (p != nullptr)
+        ffmpeg::clear_packet(*p);
     return 0;
 }
 

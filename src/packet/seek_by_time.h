@@ -1,4 +1,4 @@
-// Positioning the demuxer by time. The background reader is to use it; until then only tests do.
+// Positioning the demuxer by time, as the background reader does.
 #pragma once
 
 #include "core/handle/media_handle.h"
@@ -6,8 +6,8 @@
 namespace qmio::packet {
 
 // Positions at a key packet at or before `time_us` microseconds after the stream's first dts. `kind`: 1 the video
-// stream, 2 the first audio track; any other kind takes the time as the container's own timestamp. Decoders are
-// flushed whatever the result; the wanted and the held frame stay. FFmpeg's result.
-int seek_by_time(MediaHandle& handle, int64_t time_us, int kind);
+// stream, 2 the first audio track; any other kind takes the time as the container's own timestamp. What decoders hold is
+// left to those who own them, and so are the wanted and the held frame. FFmpeg's result.
+int seek_by_time(Container& container, const Video& video, const Tracks& tracks, int64_t time_us, int kind);
 
 }  // namespace qmio::packet

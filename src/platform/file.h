@@ -17,7 +17,8 @@ class ReadFile {
     virtual int64_t seek(int64_t offset, int whence) = 0;
     virtual int64_t size() = 0;  // -1 when unknown
 
-    // `path` is narrow text of `code_page`; null when the file cannot be opened. Directories cannot.
+    // `path` is narrow text of `code_page`, which on Linux is the one that the file's name is in; null when the file
+    // cannot be opened. Directories cannot.
     static std::unique_ptr<ReadFile> open(const std::string& path, uint32_t code_page);
 };
 
@@ -29,6 +30,10 @@ class AppendFile {
     // `path` is UTF-8; null when the file cannot be opened.
     static std::unique_ptr<AppendFile> open(const std::string& path);
 };
+
+// A file's name, narrow text of `code_page`, as libraries take it that know nothing of code pages: on Linux names are bytes
+// in whatever code page, on Windows they are UTF-8 to such libraries.
+std::string library_file_name(const std::string& name, uint32_t code_page);
 
 // One write to standard error.
 void write_to_console(std::string_view text);

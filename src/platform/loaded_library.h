@@ -7,6 +7,9 @@ namespace qmio::platform {
 // for this library itself.
 void keep_loaded(const void* address);
 
+// Keeps this library in the process to its end, for a thread that it cannot wait for.
+void keep_this_library_loaded();
+
 using Function = void (*)();
 
 // The function `name` of the library that holds `address`, which may stay in the process longer than this library. On

@@ -69,6 +69,8 @@ FormatArgument FormatArgument::of(const T& value) {
         const std::string_view text = value;
         argument.address = text.empty() ? "" : text.data();
         argument.length = text.size();
+    } else if constexpr (std::is_same_v<Value, char>) {
+        argument.number = static_cast<unsigned char>(value);
     } else {
         argument.number = static_cast<uint64_t>(value);
     }

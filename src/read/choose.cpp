@@ -5,7 +5,6 @@
 #include "core/handle/frame_numbers.h"
 #include "ffmpeg/frame_flags.h"
 #include "read/deliver.h"
-#include "read/pending_seek.h"
 #include "read/position.h"
 #include "read/walk.h"
 
@@ -18,7 +17,11 @@ using Verdict = PendingSeek::Verdict;
 // The way to a sought picture: packets that cannot help are not decoded, pictures on the way may be left out.
 class TowardsTarget : public Way {
   public:
-    explicit TowardsTarget(Source& source) : source_(source), pending_(*source.reading.pending) {}
+    explicit TowardsTarget(Source& source)
+        : source_(source),
+          pending_(*source.reading.pending),
+          keys_are_told_(tells_keys(source.container)),
+          first_may_be_a_rest_(lands_inside_frames(source.container)) {}
 
     Packet judge(const AVPacket& packet) override {
         if (pending_.needs_key())
@@ -38,10 +41,17 @@ class TowardsTarget : public Way {
 
   private:
     Verdict judge_before_key(const AVPacket& packet) {
-        const bool key = (packet.flags & AV_PKT_FLAG_KEY) != 0;
+        const bool key = times_are_right(packet) && (!keys_are_told_ || (packet.flags & AV_PKT_FLAG_KEY) != 0);
         const int64_t timestamp = key && packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
         const int32_t number = timestamp != AV_NOPTS_VALUE ? frame_number_at(source_.video, timestamp) : kNoFrame;
         return pending_.judge_packet(number, key);
+    }
+
+    bool times_are_right(const AVPacket& packet) {
+        // Other packets have times that FFmpeg derived from those of their neighbours.
+        if (first_may_be_a_rest_ && packet.pts != AV_NOPTS_VALUE && packet.pos >= 0)
+            pending_.note_time();
+        return !first_may_be_a_rest_ || pending_.has_time();
     }
 
     void choose_skipping(const AVPacket& packet) {
@@ -53,19 +63,26 @@ class TowardsTarget : public Way {
 
     Source& source_;
     PendingSeek& pending_;
+    const bool keys_are_told_;
+    const bool first_may_be_a_rest_;
 };
+
+Passed passed_picture(const Source& source, const Step& step) {
+    const AVFrame& picture = *source.reading.pFrame;
+    return {source.video.have_frame, step.has_time, ffmpeg::is_damaged(picture), ffmpeg::is_whole(picture)};
+}
 
 Verdict judge(const Source& source, const Step& step) {
     PendingSeek& pending = *source.reading.pending;
     switch (step.kind) {
         case Step::Kind::picture:
-            return pending.judge_picture(source.video.have_frame, step.has_time,
-                                         ffmpeg::is_damaged(*source.reading.pFrame));
+            return pending.judge_picture(passed_picture(source, step));
         case Step::Kind::broken_packet:
             // As good as absent; the next picture tells where we are.
             pending.note_broken_packet();
             return Verdict::go_on;
         case Step::Kind::stopped:
+        case Step::Kind::gone_on:
             return Verdict::step_back;
         case Step::Kind::end:
             break;
@@ -77,8 +94,9 @@ Verdict judge(const Source& source, const Step& step) {
 // container refuses all of it.
 bool land_earlier(Source& source) {
     PendingSeek& pending = *source.reading.pending;
+    const int32_t frames = known_frames(source);
     while (!pending.is_at_start()) {
-        const int32_t aim = pending.step_back(source.video.frame_count);
+        const int32_t aim = pending.step_back(frames);
         if (aim > 0 ? position_before(source, aim, pending.by_time()) : position_at_start(source))
             return true;
     }
@@ -95,8 +113,8 @@ bool step_back(Source& source) {
 
 }  // namespace
 
-void set_target(Source& source, int32_t target, bool exact_landing) {
-    source.reading.pending = std::make_shared<PendingSeek>(target, exact_landing);
+void set_target(Source& source, int32_t target, Landing landing) {
+    source.reading.pending = std::make_shared<PendingSeek>(target, landing);
 }
 
 void forget_target(Source& source) {
@@ -109,6 +127,14 @@ void forget_passed_target(Source& source) {
     const PendingSeek* const pending = source.reading.pending.get();
     if (pending != nullptr && source.video.have_frame >= pending->target())
         forget_target(source);
+}
+
+bool land(Source& source) {
+    PendingSeek& pending = *source.reading.pending;
+    if (!pending.must_land())
+        return true;
+    pending.land();
+    return position_before(source, pending.target(), pending.by_time()) || land_earlier(source);
 }
 
 int read_target(Source& source, imio_picture& picture) {

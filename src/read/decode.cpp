@@ -36,15 +36,6 @@ int check_arguments(const Source& source, const imio_picture* picture, const AVP
     return QMIO_NO_PICTURE;
 }
 
-// A codec that refers to earlier pictures loses them when it is drained in mid-stream. One that does not, or whose only
-// packet this was, may be drained and go on.
-bool can_drain_after_packet(const Video& video) {
-    if (video.codec->codec_id == AV_CODEC_ID_PNG || (video.stream != nullptr && video.stream->nb_frames == 1))
-        return true;
-    const AVCodecDescriptor* descriptor = avcodec_descriptor_get(video.codec->codec_id);
-    return descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
-}
-
 int field_result(const AVFrame& frame) {
     if (ffmpeg::is_top_field_first(frame))
         return QMIO_PICTURE_TOP_FIELD_FIRST;
@@ -115,6 +106,13 @@ int take_still(Source& source, imio_picture* picture, const AVPacket& packet) {
 }
 
 }  // namespace
+
+bool can_drain_after_packet(const Video& video) {
+    if (video.codec->codec_id == AV_CODEC_ID_PNG || (video.stream != nullptr && video.stream->nb_frames == 1))
+        return true;
+    const AVCodecDescriptor* descriptor = avcodec_descriptor_get(video.codec->codec_id);
+    return descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
+}
 
 int decode_packet(Source& source, imio_picture* picture, AVPacket* packet) {
     const Video& video = source.video;

@@ -11,6 +11,10 @@ namespace qmio::read {
 // QMIO_NO_PICTURE or a negative code: what qmio_video_pkt returns.
 int decode_packet(Source& source, imio_picture* picture, AVPacket* packet);
 
+// True where the codec may be drained in mid-stream and go on: it does not refer to earlier pictures, or the packet was
+// the only one.
+bool can_drain_after_packet(const Video& video);
+
 // Delivers a picture that the decoder kept from earlier packets; QMIO_NO_PICTURE when there is none.
 int deliver_kept(Source& source, imio_picture* picture);
 

@@ -7,8 +7,6 @@
 #include "core/process/settings.h"
 #include "core/process/trace.h"
 #include "core/text/names.h"
-#include "core/text/option_passes.h"
-#include "ffmpeg/pixel_format.h"
 #include "platform/system.h"
 #include "qmio.h"
 
@@ -34,15 +32,6 @@ namespace qmio::read {
 
 namespace {
 
-ffmpeg::Dictionary configured_options(const char* entry) {
-    ffmpeg::Dictionary dictionary;
-    if (settings().database != nullptr) {
-        for (const qmlib::XmlDatabase::Option& option : settings().database->options(entry))
-            dictionary.set(option.name.c_str(), option.value.c_str());
-    }
-    return dictionary;
-}
-
 bool allocate_container(MediaHandle& handle) {
     handle.container.format_ctx.reset(avformat_alloc_context());
     if (handle.container.format_ctx == nullptr) {
@@ -51,20 +40,6 @@ bool allocate_container(MediaHandle& handle) {
     }
     handle.container.format_ctx->interrupt_callback = interrupt_callback(handle.container);
     return true;
-}
-
-ffmpeg::Dictionary container_options(const MediaHandle& handle, const Options& options) {
-    ffmpeg::Dictionary dictionary = configured_options("format");
-    add_format_options(*handle.container.format_ctx, dictionary, options);
-    // The network protocol's own key, which the container does not know.
-    const std::string* const timeout = options.find("timeout");
-    if (has_prefix(handle.file_name, "ftp:") && timeout != nullptr)
-        dictionary.set("timeout", timeout->c_str());
-    if (tracing(TraceSwitch::options)) {
-        trace(TraceSwitch::options, kOpenTag, L"format opts:\n");
-        dump_dictionary(dictionary, kOpenTag);
-    }
-    return dictionary;
 }
 
 void trace_exit(const MediaHandle& handle, uint32_t started) {
@@ -79,9 +54,11 @@ void trace_exit(const MediaHandle& handle, uint32_t started) {
 bool open_steps(MediaHandle& handle, const Request& request, uint32_t started) {
     if (!set_file_name(handle, request.name) || !allocate_container(handle))
         return false;
-    ffmpeg::Dictionary dictionary = container_options(handle, request.options);
-    if (!open_container(handle.container, request, dictionary) || !probe_streams(handle))
+    ffmpeg::Dictionary dictionary = container_options(*handle.container.format_ctx, request);
+    if (!open_container(handle.container, request, dictionary) || !probe_streams(handle) ||
+        handle.container.stall_watch.has_stalled())
         return false;
+    handle.container.stall_watch.end();
     if (handle.video.stream_index >= 0 && !open_video(handle, request.options))
         return false;
     // A handle whose audio failed is good for video, but its opening ends here.

@@ -14,6 +14,19 @@ inline constexpr const wchar_t* kOpenTag = L"qmio_open_u8";
 // Null on any failure, and for no request.
 MediaHandle* open(const std::optional<Request>& request);
 
+// The options of one kind of the configuration's entries, and those that the container gets of all.
+ffmpeg::Dictionary configured_options(const char* entry);
+ffmpeg::Dictionary container_options(AVFormatContext& context, const Request& request);
+
+// How long a network source may stand still, by the option "timeout"; 0 and below: for ever.
+StallWatch::Limit time_limit(const ffmpeg::Dictionary& options);
+
+// The device that stands behind "dshow:", with "//" before it or without.
+std::string capture_device(const std::string& name);
+
+// A name as an address for FFmpeg.
+std::string plain_url(const std::string& name);
+
 // The steps of opening, in the order in which they run. False ends the open.
 bool open_container(Container& container, const Request& request, ffmpeg::Dictionary& options);
 bool probe_streams(MediaHandle& handle);

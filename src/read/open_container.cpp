@@ -1,6 +1,6 @@
 // Which kind of source a name means, and how each kind is opened.
+#include <algorithm>
 #include <charconv>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 
@@ -8,6 +8,7 @@
 #include "core/process/trace.h"
 #include "core/text/memory_block.h"
 #include "core/text/names.h"
+#include "ffmpeg/protocol.h"
 #include "qmlib/input_source.h"
 #include "qmlib/key_value.h"
 #include "read/open.h"
@@ -16,7 +17,7 @@ namespace qmio::read {
 
 namespace {
 
-constexpr const char* kNetworkTimeout = "30000000";  // microseconds
+constexpr StallWatch::Limit kNetworkTimeout = std::chrono::seconds(30);
 
 void trace_failure(const wchar_t* kind, const std::string& name) {
     if (tracing(TraceSwitch::open))
@@ -72,19 +73,24 @@ bool open_file(Container& container, const std::string& path, ffmpeg::Dictionary
     return false;
 }
 
-// FFmpeg knows its protocols by lower-case names only.
-std::string plain_url(const std::string& name) {
-    std::string url = url_of(name);
-    if (has_prefix(url.c_str(), "ftp:"))
-        url.replace(0, std::strlen("ftp:"), "ftp:");
-    return url;
+// What waits for a protocol's own time limit is reading, too. Most protocols take an int, and none of them a limit of 0
+// for none.
+void set_protocol_timeout(const std::string& url, StallWatch::Limit limit, ffmpeg::Dictionary& options) {
+    const int64_t longest = std::numeric_limits<int>::max();
+    const bool is_wanted = options.get("timeout") != nullptr || has_prefix(url.c_str(), "ftp:");
+    options.set("timeout", nullptr);
+    if (is_wanted && limit.count() > 0 && ffmpeg::timeout_is_microseconds(url))
+        options.set("timeout", std::to_string(std::min<int64_t>(limit.count(), longest)).c_str());
 }
 
 bool open_plain(Container& container, const std::string& name, ffmpeg::Dictionary& options) {
-    // Only a network source knows this key, and FFmpeg waits for ever by default.
-    if (has_prefix(name.c_str(), "ftp:"))
-        set_default(options, "timeout", kNetworkTimeout);
-    if (open_input(container, plain_url(name), nullptr, options))
+    const std::string url = plain_url(name);
+    if (ffmpeg::is_network_url(url)) {
+        const StallWatch::Limit limit = time_limit(options);
+        set_protocol_timeout(url, limit, options);
+        container.stall_watch.begin(limit);
+    }
+    if (open_input(container, url, nullptr, options))
         return true;
     trace_failure(L"", name);
     return false;
@@ -98,9 +104,7 @@ bool asks_for_passive(const std::string& name) {
 
 std::unique_ptr<qmlib::InputSource> open_url(Container& container, const std::string& url,
                                              const ffmpeg::Dictionary& options) {
-    const char* timeout = options.get("timeout");
-    return qmlib::url_source(url, interrupt_callback(container),
-                             std::strtoll(timeout != nullptr ? timeout : kNetworkTimeout, nullptr, 10));
+    return qmlib::url_source(url, interrupt_callback(container), time_limit(options).count());
 }
 
 bool open_ftp(Container& container, const std::string& name, ffmpeg::Dictionary& options) {
@@ -116,9 +120,8 @@ bool open_ftp(Container& container, const std::string& name, ffmpeg::Dictionary&
 }
 
 bool open_capture_device(Container& container, const std::string& device, ffmpeg::Dictionary& options) {
-    const std::string url = url_of(device.starts_with("//") ? device.substr(2) : device);
     const AVInputFormat* format = av_find_input_format("dshow");
-    if (format != nullptr && open_input(container, url, format, options))
+    if (format != nullptr && open_input(container, capture_device(device), format, options))
         return true;
     trace_failure(L"dshow: ", device);
     return false;
@@ -138,6 +141,25 @@ bool open_by_kind(Container& container, const Request& request, ffmpeg::Dictiona
 }
 
 }  // namespace
+
+StallWatch::Limit time_limit(const ffmpeg::Dictionary& options) {
+    const std::string_view text = options.get("timeout") != nullptr ? options.get("timeout") : "";
+    int64_t limit = kNetworkTimeout.count();
+    std::from_chars(text.data(), text.data() + text.size(), limit);
+    return StallWatch::Limit(limit);
+}
+
+std::string capture_device(const std::string& name) {
+    return url_of(name.starts_with("//") ? name.substr(2) : name);
+}
+
+// FFmpeg knows its protocols by lower-case names only.
+std::string plain_url(const std::string& name) {
+    std::string url = url_of(name);
+    if (has_prefix(url.c_str(), "ftp:"))
+        url.replace(0, std::strlen("ftp:"), "ftp:");
+    return url;
+}
 
 bool open_container(Container& container, const Request& request, ffmpeg::Dictionary& options) {
     if (!open_by_kind(container, request, options))

@@ -9,6 +9,7 @@
 #include "core/process/trace.h"
 #include "core/text/option_passes.h"
 #include "ffmpeg/codec_lookup.h"
+#include "ffmpeg/frame_threads.h"
 #include "ffmpeg/pixel_format.h"
 #include "read/open.h"
 #include "read/seek.h"
@@ -43,6 +44,7 @@ bool open_decoder(const Video& video, Reading& reading, const Options& options) 
         trace(TraceSwitch::options, kOpenTag, L"video opts:\n");
         dump_dictionary(dictionary, kOpenTag);
     }
+    ffmpeg::keep_from_frame_threads(codec.codec_id, dictionary);
     if (open_codec(codec, *video.coder, &dictionary) < 0)
         return false;
     reading.decoder.attach(&codec);

@@ -3,7 +3,9 @@
 #include "core/handle/entry.h"
 #include "core/process/trace.h"
 #include "ffmpeg/packet_copy.h"
+#include "packet/reader_queue.h"
 #include "qmio.h"
+#include "read/position.h"
 
 using namespace qmio;
 
@@ -15,7 +17,10 @@ int qmio_get_frame(MediaHandle* h) {
 }
 
 int qmio_release_frame(MediaHandle* h) {
-    return with_handle(h, 0, 0, [](MediaHandle& handle) { return read::release_frame(handle.reading); });
+    return with_handle(h, 0, 0, [](MediaHandle& handle) {
+        read::Source source(handle);
+        return read::release_frame(source);
+    });
 }
 
 namespace qmio::read {
@@ -36,6 +41,14 @@ void release_bytes(AVPacket& packet) {
     packet.size = 0;
 }
 
+// A file may have grown since its end was met, and FFmpeg looks again only when it is asked.
+void look_behind_end(const Container& container) {
+    if (container.format_ctx->pb == nullptr || container.format_ctx->pb->eof_reached == 0)
+        return;
+    forget_end(container);
+    avio_feof(container.format_ctx->pb);
+}
+
 void trace_end(int result) {
     if (!tracing(TraceSwitch::read))
         return;
@@ -46,12 +59,17 @@ void trace_end(int result) {
 
 }  // namespace
 
+bool is_read_in_background(const Source& source) {
+    return source.media.reader_queue != nullptr;
+}
+
 bool read_packet(Container& container, Reading& reading) {
     const bool readable = is_demuxing(container) && !container.cancelled.load(std::memory_order_relaxed);
     reading.read_result = readable ? 0 : -1;
     if (reading.read_result != 0)
         return false;
     av_packet_unref(reading.packet.get());
+    look_behind_end(container);
     const int result = av_read_frame(container.format_ctx.get(), reading.packet.get());
     container.moved = true;
     if (result >= 0)
@@ -62,11 +80,16 @@ bool read_packet(Container& container, Reading& reading) {
 }
 
 int get_frame(Source& source) {
+    if (is_read_in_background(source)) {
+        source.reading.read_result = 0;
+        return packet::take_packet(source.media);
+    }
     if (!read_packet(source.container, source.reading))
         return kEndOfInput;
     const AVPacket& packet = *source.reading.packet;
     trace(TraceSwitch::read, kTag, L"av_read_frame OK\n");
     if (packet.stream_index == source.video.stream_index) {
+        number_from_landing(source.video, source.reading, packet);
         trace(TraceSwitch::read, kTag, L"%d: byte pos %I64d, size %d\n", source.video.want_frame, packet.pos,
               packet.size);
         return QMIO_PACKET_VIDEO;
@@ -76,10 +99,19 @@ int get_frame(Source& source) {
     return ffmpeg::copy_packet(*source.reading.audio_packet, packet) ? int{QMIO_PACKET_AUDIO} : kEndOfInput;
 }
 
-int release_frame(Reading& reading) {
-    av_packet_unref(reading.packet.get());
-    release_bytes(*reading.audio_packet);
+int release_frame(Source& source) {
+    if (is_read_in_background(source)) {
+        packet::release_packets_in_hand(source.media);
+        return 0;
+    }
+    // Hosts find the times of frame 0 in a released packet, not unknown ones.
+    ffmpeg::clear_packet(*source.reading.packet);
+    release_bytes(*source.reading.audio_packet);
     return 0;
+}
+
+AVPacket* video_packet(Source& source) {
+    return is_read_in_background(source) ? packet::video_to_decode(source.media) : source.reading.packet.get();
 }
 
 bool next_video_packet(Source& source) {
@@ -89,7 +121,7 @@ bool next_video_packet(Source& source) {
             return true;
         if (kind < 0)
             return false;
-        release_frame(source.reading);
+        release_frame(source);
     }
 }
 

@@ -10,8 +10,14 @@ constexpr int32_t kFirstBackOff = 16;  // frames; doubled at every further attem
 
 }  // namespace
 
-PendingSeek::PendingSeek(int32_t target, bool exact_landing)
-    : target_(target), exact_landing_(exact_landing), by_time_(exact_landing) {}
+PendingSeek::PendingSeek(int32_t target, Landing landing)
+    : target_(target),
+      exact_landing_(landing == Landing::any_packet),
+      by_time_(landing == Landing::any_packet || landing == Landing::nowhere),
+      must_land_(landing == Landing::nowhere),
+      at_start_(landing == Landing::start) {
+    note_landing();
+}
 
 // A packet that is decoded after the target without a key packet before it means that the landing was too late.
 PendingSeek::Verdict PendingSeek::judge_packet(int32_t number, bool key) {
@@ -29,11 +35,16 @@ bool PendingSeek::may_leave_out(int32_t number) {
     return passing;
 }
 
-PendingSeek::Verdict PendingSeek::judge_picture(int32_t number, bool has_time, bool damaged) {
+PendingSeek::Verdict PendingSeek::judge_picture(const Passed& picture) {
+    const int32_t number = picture.number;
     // Without timestamps pictures are counted, and counting begins at the start.
-    if (!at_start_ && !has_time)
+    if (!at_start_ && !picture.has_time)
         return Verdict::step_back;
-    damaged_ |= damaged;
+    // Some decoders make a picture of a packet that refers to what was never read, and say nothing of it.
+    begun_ |= picture.whole;
+    if (!begun_)
+        return number < target_ ? Verdict::go_on : Verdict::step_back;
+    damaged_ |= picture.damaged;
     if (number < target_) {
         seen_earlier_ = true;
         return Verdict::go_on;
@@ -69,6 +80,8 @@ int32_t PendingSeek::step_back(int32_t frame_count) {
 
 void PendingSeek::note_landing() {
     need_key_ = !at_start_;
+    times_told_ = 0;
+    begun_ = at_start_;
     seen_earlier_ = false;
     skipped_ = false;
     damaged_ = false;

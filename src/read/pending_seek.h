@@ -9,17 +9,40 @@
 
 namespace qmio::read {
 
+// Where the container was put when a picture was sought.
+enum class Landing {
+    key_packet,  // or before one
+    any_packet,
+    start,    // of the source
+    nowhere,  // it could not be put, or lost the time: it is put by time before anything is read
+};
+
+// A picture that came out, as far as it matters on the way.
+struct Passed {
+    int32_t number = 0;
+    bool has_time = true;
+    bool damaged = false;
+    bool whole = true;  // made without any picture before it
+};
+
 class PendingSeek {
   public:
     enum class Verdict { go_on, step_back, reached };
 
-    // `exact_landing`: the container may have landed on any packet, not on a key packet.
-    PendingSeek(int32_t target, bool exact_landing);
+    PendingSeek(int32_t target, Landing landing);
 
     int32_t target() const { return target_; }
 
     // True when the frame-position index is left alone.
     bool by_time() const { return by_time_; }
+
+    // True until the container stands where the way begins.
+    bool must_land() const { return must_land_; }
+    void land() { must_land_ = false; }
+
+    // A packet told its time; the first that does after a landing may have taken that of another.
+    void note_time() { ++times_told_; }
+    bool has_time() const { return times_told_ > 1; }
 
     // Until a key packet comes, no picture can be whole: true while packets must be looked at before they are decoded.
     bool needs_key() const { return need_key_; }
@@ -32,13 +55,13 @@ class PendingSeek {
     // it. A field may round up to the next number, so the one just before the target is decoded like the target.
     bool may_leave_out(int32_t number);
 
-    // About a picture that came out.
-    Verdict judge_picture(int32_t number, bool has_time, bool damaged);
+    Verdict judge_picture(const Passed& picture);
 
     // About the end of the input: the target does not exist, unless the landing was too late to see anything.
     Verdict judge_end() const;
 
-    void note_broken_packet() { damaged_ = true; }
+    // Before the first whole picture nothing needs to decode.
+    void note_broken_packet() { damaged_ |= begun_; }
 
     // True when only the start of the source is left to land at. What comes out of a damaged way depends on all that
     // was decoded before, so that is begun again there, with nothing left out.
@@ -56,10 +79,13 @@ class PendingSeek {
     int32_t back_off_ = 0;  // how many frames before the target the last landing aimed
     bool exact_landing_;    // the last landing aimed at any packet, not at a key packet
     bool by_time_;
-    bool at_start_ = false;    // nothing lies before: what comes out is what sequential reading gives
+    bool must_land_;
+    bool at_start_;            // nothing lies before: what comes out is what sequential reading gives
     bool decode_all_ = false;  // nothing is left out any more: what damage does depends on every picture
     // Since the landing:
-    bool need_key_ = true;       // no key packet was read
+    bool need_key_ = true;  // no key packet was read
+    int32_t times_told_ = 0;
+    bool begun_ = false;         // a picture that needs no other came out, and those behind it are whole
     bool seen_earlier_ = false;  // a picture before the target came out
     bool skipped_ = false;       // pictures that no other refers to were left out
     bool damaged_ = false;       // something could not be decoded whole

@@ -1,7 +1,11 @@
 #include "read/position.h"
 
+#include <algorithm>
+#include <optional>
+
 #include "core/handle/frame_index.h"
 #include "core/handle/frame_numbers.h"
+#include "ffmpeg/byte_seek.h"
 
 namespace qmio::read {
 
@@ -14,14 +18,37 @@ bool can_seek_bytes(const Container& container) {
     return io != nullptr && (io->seekable & AVIO_SEEKABLE_NORMAL) != 0;
 }
 
+using ffmpeg::AfterByteSeek;
+
+AfterByteSeek after_byte_seek(const Container& container) {
+    return container.format_ctx != nullptr ? ffmpeg::after_byte_seek(*container.format_ctx) : AfterByteSeek::refuses;
+}
+
+bool reach_first_byte(Source& source) {
+    return can_seek_bytes(source.container) && position_by_time(source, 0, kAnyByte) >= 0;
+}
+
 // Long before anything: some containers then give their first packet, others refuse, so forward from there comes next,
 // and the first byte last.
 bool reach_start(Source& source, const AVStream& stream) {
     const int64_t long_before = av_sat_sub64(
         start_or_zero(stream), av_rescale_q(int64_t{86400} * AV_TIME_BASE, AV_TIME_BASE_Q, stream.time_base));
-    return position_by_time(source, long_before, AVSEEK_FLAG_BACKWARD) >= 0 ||
-           position_by_time(source, long_before, 0) >= 0 ||
-           (can_seek_bytes(source.container) && position_by_time(source, 0, kAnyByte) >= 0);
+    if (position_by_time(source, long_before, AVSEEK_FLAG_BACKWARD) < 0 && position_by_time(source, long_before, 0) < 0)
+        return reach_first_byte(source);
+    // Demuxers that look for a time among packets may find the first one that pleases them behind the start. What comes
+    // first in the container tells its time in full.
+    if (after_byte_seek(source.container) == AfterByteSeek::loses_time)
+        reach_first_byte(source);
+    return true;
+}
+
+// Encoders that look ahead begin before time 0, and the index has no entries for that: its frame 0 need not be the first
+// packet of the file.
+int32_t first_indexed_number(const Source& source) {
+    const AVStream& stream = *source.video.stream;
+    const int64_t position = frame_index::position(*source.container.index_mapping, 0);
+    const std::optional<int64_t> timestamp = ffmpeg::early_timestamp_at(stream, position);
+    return timestamp ? frame_number_at(source.video, *timestamp) : 0;
 }
 
 }  // namespace
@@ -36,8 +63,40 @@ int64_t indexed_frames(const Container& container) {
     return frame_index::frame_total(container.index_mapping.get());
 }
 
+int32_t known_frames(const Source& source) {
+    // An index holds fewer entries than an int32_t counts.
+    return std::max(source.video.frame_count, static_cast<int32_t>(indexed_frames(source.container)));
+}
+
+bool tells_keys(const Container& container) {
+    return indexed_frames(container) == 0 || after_byte_seek(container) != AfterByteSeek::counts_on;
+}
+
+bool lands_inside_frames(const Container& container) {
+    return container.format_ctx != nullptr && ffmpeg::lands_inside_frames(*container.format_ctx);
+}
+
+bool can_land_by_index(const Container& container) {
+    const AfterByteSeek knowledge = after_byte_seek(container);
+    return knowledge == AfterByteSeek::knows_time || knowledge == AfterByteSeek::counts_on;
+}
+
+void note_landing(Source& source, int32_t frame) {
+    if (after_byte_seek(source.container) == AfterByteSeek::counts_on)
+        source.reading.landing = frame + first_indexed_number(source);
+}
+
+void number_from_landing(Video& video, Reading& reading, const AVPacket& packet) {
+    if (!reading.landing || packet.dts == AV_NOPTS_VALUE)
+        return;
+    video.number_shift += *reading.landing - frame_number_at(video, packet.dts);
+    reading.landing.reset();
+}
+
 int position_by_index(Source& source, int32_t frame) {
     const int64_t position = frame_index::position(*source.container.index_mapping, frame);
+    if (is_demuxing(source.container) && source.video.stream != nullptr)
+        ffmpeg::prepare_byte_seek(*source.container.format_ctx, *source.video.stream, position);
     return seek_container(source.container, source.video.stream_index, position, kAnyByte);
 }
 
@@ -48,13 +107,16 @@ int position_by_time(Source& source, int64_t timestamp, int flags) {
 bool position_before(Source& source, int32_t frame, bool by_time) {
     if (source.video.stream == nullptr)
         return false;
-    const bool indexed = !by_time && frame < indexed_frames(source.container);
+    const bool indexed = !by_time && frame < indexed_frames(source.container) && can_land_by_index(source.container);
     const int64_t timestamp = frame_to_timestamp(source.container, *source.video.stream, frame);
     const int result =
         indexed ? position_by_index(source, frame) : position_by_time(source, timestamp, AVSEEK_FLAG_BACKWARD);
-    if (result >= 0)
-        flush_decoders(source);
-    return result >= 0;
+    if (result < 0)
+        return false;
+    flush_decoders(source);
+    if (indexed)
+        note_landing(source, frame);
+    return true;
 }
 
 bool position_at_start(Source& source) {

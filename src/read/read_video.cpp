@@ -5,6 +5,8 @@
 #include "read/choose.h"
 #include "read/decode.h"
 #include "read/deliver.h"
+#include "read/packets.h"
+#include "read/position.h"
 #include "read/walk.h"
 
 namespace qmio::read {
@@ -26,13 +28,35 @@ class StraightOn : public Way {
     const Video& video_;
 };
 
+int read_picture(Source& source, imio_picture& picture);
+
+// While a file grows, input goes on after an end at which the decoder gave all that it held. The next picture is found
+// as a sought one is.
+int read_on_after_drain(Source& source, imio_picture& picture) {
+    const int32_t next = source.video.want_frame;
+    if (position_before(source, next, false)) {
+        source.video.want_frame = next;
+        set_target(source, next, Landing::key_packet);
+        return read_target(source, picture);
+    }
+    // The container stays where it is, and so does the packet in hand.
+    source.reading.decoder.flush();
+    const int result = decode_packet(source, &picture, source.reading.packet.get());
+    release_frame(source);
+    return result != QMIO_NO_PICTURE ? result : read_picture(source, picture);
+}
+
 int read_picture(Source& source, imio_picture& picture) {
     if (source.video.stream_index == -1)
         return 0;
-    if (source.reading.pending != nullptr)
-        return read_target(source, picture);
+    if (source.reading.pending != nullptr) {
+        if (land(source))
+            return read_target(source, picture);
+        forget_target(source);
+    }
     StraightOn way(source.video);
-    return next_picture(source, picture, way).result;
+    const Step step = next_picture(source, picture, way);
+    return step.kind == Step::Kind::gone_on ? read_on_after_drain(source, picture) : step.result;
 }
 
 int decode_given(Source& source, imio_picture& picture, AVPacket* packet) {
@@ -42,13 +66,23 @@ int decode_given(Source& source, imio_picture& picture, AVPacket* packet) {
     return result;
 }
 
+// The track that a packet of sound belongs to, the last one that says so; null for none. The tracks of a source whose
+// sound was given up are those of stream -1.
+const Track* track_of(const Tracks& tracks, const AVPacket& packet) {
+    const Track* found = nullptr;
+    for (const Track& track : tracks)
+        if (track.stream_index == packet.stream_index)
+            found = &track;
+    return found;
+}
+
 // The container's stream that the packet of this kind belongs to; null for none.
 const AVStream* stream_of(const MediaHandle& handle, const AVPacket& packet, int kind) {
     if (handle.container.format_ctx == nullptr)
         return nullptr;
     if (kind == kVideoKind)
         return handle.video.stream;
-    const Track* const track = handle.tracks.find(handle.tracks.number_of_stream(packet.stream_index));
+    const Track* const track = track_of(handle.tracks, packet);
     return track != nullptr ? track->stream : nullptr;
 }
 
@@ -72,11 +106,9 @@ int with_decoder(MediaHandle* h, Routine&& routine) {
     });
 }
 
-int decode(MediaHandle* h, uint8_t* buffer, AVPacket* packet) {
-    return with_decoder(h, [=](Source& source) {
-        imio_picture picture = plain_buffer(source.video, buffer);
-        return decode_given(source, picture, packet);
-    });
+int decode_into(Source& source, uint8_t* buffer, AVPacket* packet) {
+    imio_picture picture = plain_buffer(source.video, buffer);
+    return decode_given(source, picture, packet);
 }
 
 }  // namespace
@@ -85,11 +117,14 @@ int decode(MediaHandle* h, uint8_t* buffer, AVPacket* packet) {
 using namespace qmio;
 
 int qmio_video_pkt(MediaHandle* h, uint8_t* buffer, AVPacket* pkt) {
-    return read::decode(h, buffer, pkt);
+    return read::with_decoder(h, [=](read::Source& source) { return read::decode_into(source, buffer, pkt); });
 }
 
 int qmio_video_frame(MediaHandle* h, uint8_t* buffer) {
-    return h != nullptr ? read::decode(h, buffer, h->reading.packet.get()) : -1;
+    return read::with_decoder(h, [=](read::Source& source) {
+        AVPacket* const packet = read::video_packet(source);
+        return packet != nullptr ? read::decode_into(source, buffer, packet) : 0;
+    });
 }
 
 int qmio_read_frame(MediaHandle* h, uint8_t* buffer) {
@@ -122,6 +157,7 @@ int imio_video_pkt(MediaHandle* h, imio_picture* pic, AVPacket* pkt) {
 int imio_video_frame(MediaHandle* h, imio_picture* pic) {
     if (pic == nullptr)
         return -1;
+    // The handle's own packet also while others are read in the background: what a host put there with qmio_pkt_put.
     return read::with_decoder(
         h, [=](read::Source& source) { return read::decode_given(source, *pic, source.reading.packet.get()); });
 }

@@ -47,10 +47,10 @@ int refuse_seeking(Source& source) {
     return kSeekFailed;
 }
 
-void want(Source& source, int32_t frame, bool exact_landing) {
+void want(Source& source, int32_t frame, Landing landing) {
     flush_decoders(source);
     source.video.want_frame = frame;
-    set_target(source, frame, exact_landing);
+    set_target(source, frame, landing);
 }
 
 int stand_at_frame_zero(Source& source) {
@@ -108,14 +108,18 @@ void trace_byte_seek(const Source& source, const wchar_t* tag, int32_t frame, in
 
 // ---- ways to seek ----
 
-// A byte seek that fails is no error: the host is told the frame and reads on from where it stands, as while a
-// recording grows.
+// A byte seek that fails is no error: the host is told the frame and nothing has moved. Only when it reads on is the
+// container put there by time.
 int seek_by_index(Source& source, const wchar_t* tag, int32_t frame, int64_t frames) {
     const int32_t clamped = static_cast<int32_t>(std::clamp<int64_t>(frame, 0, frames - 1));
     const int result = position_by_index(source, clamped);
     trace_byte_seek(source, tag, clamped, result);
-    if (result >= 0)
-        want(source, clamped, false);
+    if (result < 0) {
+        set_target(source, clamped, Landing::nowhere);
+        return clamped;
+    }
+    want(source, clamped, can_land_by_index(source.container) ? Landing::key_packet : Landing::nowhere);
+    note_landing(source, clamped);
     return clamped;
 }
 
@@ -127,7 +131,7 @@ int seek_by_timestamp(Source& source, const wchar_t* tag, AVStream& stream, int3
     trace_seek(source, tag, stream, result, frame, timestamp);
     if (result < 0)
         return refuse_seeking(source);
-    want(source, frame, (flags & AVSEEK_FLAG_ANY) != 0);
+    want(source, frame, (flags & AVSEEK_FLAG_ANY) != 0 ? Landing::any_packet : Landing::key_packet);
     source.reading.seek_position = scale_time(timestamp, stream.time_base, AV_TIME_BASE);
     return frame;
 }
@@ -218,8 +222,11 @@ int seek_frame(Source& source, int32_t frame) {
     if (const int64_t frames = indexed_frames(source.container); frames > 0)
         return seek_by_index(source, kSeekFrame, frame, frames);
     const int32_t wanted = std::max(frame, 0);
-    if (is_at_start(source, wanted))
+    if (is_at_start(source, wanted)) {
+        // Nothing moves, but pictures before frame 0 are passed over, as behind any other seek.
+        set_target(source, 0, Landing::start);
         return 0;
+    }
     const int result = seek_by_timestamp(source, kSeekFrame, *video.stream, wanted, AVSEEK_FLAG_BACKWARD);
     if (result >= 0)
         trace_clock(source, *video.stream, frame_to_timestamp(source.container, *video.stream, wanted));
@@ -232,12 +239,13 @@ using namespace qmio;
 
 namespace {
 
-// In a writer there is nothing to seek; its frame counter is the time of its next picture.
+// In a writer there is nothing to seek; its frame counter is the time of its next picture. A source that is read in the
+// background is its reader's alone.
 template <class Result, class Routine>
 Result seek_reader(MediaHandle* h, Result failure, Routine&& routine) {
     return with_handle<Result>(h, 0, failure, [&](MediaHandle& handle) -> Result {
         read::Source source(handle);
-        return is_writer(handle) ? failure : routine(source);
+        return is_writer(handle) || handle.reader_queue != nullptr ? failure : routine(source);
     });
 }
 

@@ -7,13 +7,15 @@ namespace qmio::read {
 
 struct Source {
     explicit Source(MediaHandle& handle)
-        : name(handle.file_name),
+        : media(handle),
+          name(handle.file_name),
           container(handle.container),
           video(handle.video),
           reading(handle.reading),
           tracks(handle.tracks),
           sound(handle.sound) {}
 
+    MediaHandle& media;  // for background reading, which belongs to the handle as a whole
     const char* name;
     Container& container;
     Video& video;

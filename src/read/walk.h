@@ -25,7 +25,8 @@ struct Step {
         picture,        // `result` tells which, above 0
         broken_packet,  // `result` tells why, below 0
         stopped,        // the way ended before a packet
-        end,            // of the input; `result` is 0, or the decoder's when it was drained
+        gone_on,  // input came after the decoder was drained: it is not decoded, as what it refers to is forgotten
+        end,      // of the input; `result` is 0, or the decoder's when it was drained
     };
     Kind kind;
     int result = 0;

@@ -7,6 +7,7 @@
 #include "core/process/trace.h"
 #include "core/text/memory_block.h"
 #include "core/text/names.h"
+#include "packet/reader_queue.h"
 #include "qmio.h"
 #include "read/release.h"
 #include "write/create.h"
@@ -116,10 +117,8 @@ void release_work_records(MediaHandle& handle) {
     handle.container.index_mapping.reset();
 }
 
-void close_handle(MediaHandle& handle) {
-    // A cancel that another thread has begun ends first, also where the call that it made return is faster than it.
+void close_records(MediaHandle& handle) {
     const std::scoped_lock locks(handle.cancel_lock, handle.call_lock);
-    trace_start(handle);
     if (is_writer(handle)) {
         finish_streams(handle);
         close_writer(handle);
@@ -130,17 +129,42 @@ void close_handle(MediaHandle& handle) {
     release_work_records(handle);
 }
 
+void end_handle(MediaHandle* handle) {
+    guarded(0, [handle] {
+        close_records(*handle);
+        return 0;
+    });
+    destroy_handle(handle);
+    trace_close(L"exit\n");
+}
+
+bool end_background_reading(MediaHandle& handle) {
+    // A cancel that another thread has begun ends first, also where the call that it made return is faster than it.
+    const std::scoped_lock locks(handle.cancel_lock, handle.call_lock);
+    guarded(0, [&handle] {
+        trace_start(handle);
+        return 0;
+    });
+    return packet::end_reader_queue(handle);
+}
+
+// True where a thread that is caught inside the handle's source was left to do it.
+bool is_closed_by_reader(MediaHandle& handle) {
+    return !end_background_reading(handle) && packet::leave_to_reader(handle, [&handle] { end_handle(&handle); });
+}
+
 // Called by another thread while a call may be blocked inside FFmpeg: the flag makes that call return, and only then
 // is the container taken away.
 int cancel(MediaHandle& handle) {
     const std::lock_guard whole(handle.cancel_lock);
     handle.container.cancelled.store(true, std::memory_order_relaxed);
+    packet::stop_reader_queue(handle);
     const std::lock_guard call(handle.call_lock);
     if (tracing(TraceSwitch::close))
         trace(TraceSwitch::close, L"qmio_cancel", L"%s\n", wide_name(handle.file_name));
     if (is_writer(handle))
         write::close_output(handle);
-    else
+    else if (packet::end_reader_queue(handle))
         release_container(handle);
     return 0;
 }
@@ -159,12 +183,8 @@ int flush(MediaHandle& handle) {
 int qmio_close(MediaHandle* h) {
     if (h == nullptr)
         return 0;
-    guarded(0, [h] {
-        close_handle(*h);
-        return 0;
-    });
-    destroy_handle(h);
-    trace_close(L"exit\n");
+    if (!guarded(false, [h] { return is_closed_by_reader(*h); }))
+        end_handle(h);
     return 0;
 }
 

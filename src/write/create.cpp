@@ -11,20 +11,13 @@
 #include "core/process/trace.h"
 #include "core/text/names.h"
 #include "core/text/option_passes.h"
+#include "ffmpeg/muxers.h"
 #include "platform/text.h"
 #include "qmio.h"
 
 using namespace qmio;
 
 namespace {
-
-// Everything behind a '|' belongs to the host.
-std::string file_name_of(const Request& request) {
-    // Looked for in wide text: in some code pages a '|' is the second half of a letter.
-    const std::wstring wide = wide_name(request.name.c_str());
-    const std::size_t bar = request.block == nullptr ? wide.find(L'|') : std::wstring::npos;
-    return bar == std::wstring::npos ? request.name : platform::narrow(wide.substr(0, bar), settings().code_page);
-}
 
 uint32_t mode_of(uint32_t flags) {
     uint32_t mode = mode::writer;
@@ -35,30 +28,12 @@ uint32_t mode_of(uint32_t flags) {
     return mode;
 }
 
-bool make_container(MediaHandle& handle, const AVOutputFormat* format, uint32_t flags) {
-    // The container is never guessed from the file's name: without one in the options there is none.
-    if (format == nullptr)
-        return false;
-    AVFormatContext* container = nullptr;
-    if (avformat_alloc_output_context2(&container, format, nullptr, nullptr) < 0)
-        return false;
-    handle.container.format_ctx.reset(container);
-    trace(TraceSwitch::create, write::kCreateTag, L"context ok, flags 0x%X\n", flags);
-    av_freep(&container->url);
-    container->url = av_strdup(url_of(handle.file_name).c_str());
-    container->interrupt_callback = interrupt_callback(handle.container);
-    return container->url != nullptr;
-}
-
-bool make_work_records(Writing& writing) {
-    writing.packet.reset(av_packet_alloc());
-    return writing.packet != nullptr;
-}
-
-void collect_format_options(write::Creation& creation) {
-    add_format_options(*creation.handle.container.format_ctx, creation.format_options, creation.for_ffmpeg);
-    trace(TraceSwitch::options, write::kCreateTag, L"format opts:\n");
-    dump_dictionary(creation.format_options, write::kCreateTag);
+// Where frames are to be found by their place in the file, packets go where the host's calls put them, as long as no more
+// than a lead-in depends on it.
+bool must_interleave(const AVOutputFormat& format, uint32_t flags) {
+    const ffmpeg::PacketOrder order = ffmpeg::packet_order(format);
+    return order == ffmpeg::PacketOrder::strict ||
+           (order == ffmpeg::PacketOrder::first_first && (flags & QMIO_CREATE_FRAME_INDEX) == 0);
 }
 
 void set_metadata(const write::Creation& creation) {
@@ -85,7 +60,7 @@ void trace_exit(const MediaHandle& handle) {
 }
 
 bool create_steps(MediaHandle& handle, const Request& request, uint32_t flags) {
-    if (!set_file_name(handle, file_name_of(request)))
+    if (!set_file_name(handle, write::file_name_of(request)))
         return false;
     handle.writing.mode = mode_of(flags);
     flags &= ~uint32_t{QMIO_CREATE_INTERLEAVED | QMIO_CREATE_SUPPRESSED};
@@ -97,9 +72,13 @@ bool create_steps(MediaHandle& handle, const Request& request, uint32_t flags) {
                              flags,
                              {}};
     write::declare_tracks(handle.tracks, creation.asked);
-    if (!make_container(handle, creation.asked.output_format, flags) || !make_work_records(handle.writing))
+    if (!write::make_container(handle, creation.asked.output_format, write::kCreateTag) ||
+        !write::make_work_records(handle.writing))
         return false;
-    collect_format_options(creation);
+    if (must_interleave(*creation.asked.output_format, flags))
+        handle.writing.mode |= mode::interleaved;
+    trace(TraceSwitch::create, write::kCreateTag, L"context ok, flags 0x%X\n", flags);
+    write::collect_format_options(creation);
     set_metadata(creation);
     if (!write::add_video(creation) || !write::add_audio(creation))
         return false;
@@ -139,6 +118,43 @@ MediaHandle* qmio_create_ex_w(const wchar_t* name, const wchar_t* options, uint3
 
 namespace qmio::write {
 
+std::string file_name_of(const Request& request) {
+    // Looked for in wide text: in some code pages a '|' is the second half of a letter.
+    const std::wstring wide = wide_name(request.name.c_str());
+    const std::size_t bar = request.block == nullptr ? wide.find(L'|') : std::wstring::npos;
+    return bar == std::wstring::npos ? request.name : platform::narrow(wide.substr(0, bar), settings().code_page);
+}
+
+bool make_container(MediaHandle& handle, const AVOutputFormat* format, const wchar_t* tag) {
+    // The container is never guessed from the file's name: without one in the options there is none.
+    if (format == nullptr)
+        return false;
+    // It would get none, as it has no output of ours that a trailer could hang on.
+    if (ffmpeg::writes_with_trailer(*format)) {
+        report(tag, L"container [%S] is complete with a trailer only ERR\n", format->name);
+        return false;
+    }
+    AVFormatContext* container = nullptr;
+    if (avformat_alloc_output_context2(&container, format, nullptr, nullptr) < 0)
+        return false;
+    handle.container.format_ctx.reset(container);
+    av_freep(&container->url);
+    container->url = av_strdup(url_of(handle.file_name).c_str());
+    container->interrupt_callback = interrupt_callback(handle.container);
+    return container->url != nullptr;
+}
+
+bool make_work_records(Writing& writing) {
+    writing.packet.reset(av_packet_alloc());
+    return writing.packet != nullptr;
+}
+
+void collect_format_options(Creation& creation) {
+    add_format_options(*creation.handle.container.format_ctx, creation.format_options, creation.for_ffmpeg);
+    trace(TraceSwitch::options, creation.tag, L"format opts:\n");
+    dump_dictionary(creation.format_options, creation.tag);
+}
+
 AVCodecContext* add_codec(Container& container, const AVCodec& encoder) {
     container.stream_codec.emplace_back(avcodec_alloc_context3(&encoder));
     return container.stream_codec.back().get();
@@ -148,8 +164,8 @@ ffmpeg::Dictionary encoder_options(const Creation& creation, AVCodecContext& cod
                                    const wchar_t* heading) {
     ffmpeg::Dictionary options;
     add(codec, options, creation.for_ffmpeg);
-    trace(TraceSwitch::options, kCreateTag, L"%s", heading);
-    dump_dictionary(options, kCreateTag);
+    trace(TraceSwitch::options, creation.tag, L"%s", heading);
+    dump_dictionary(options, creation.tag);
     return options;
 }
 

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "core/handle/media_handle.h"
+#include "core/text/names.h"
 #include "write/creation_keys.h"
 #include "write/creation_options.h"
 
@@ -20,7 +22,20 @@ struct Creation {
     AskedFile asked;
     uint32_t output_flags;
     ffmpeg::Dictionary format_options;
+    const wchar_t* tag = kCreateTag;  // of the trace lines
 };
+
+// The name without what stands behind a '|', which belongs to the host.
+std::string file_name_of(const Request& request);
+
+// An empty container of that format for the handle's file; false without a format and when memory is short.
+bool make_container(MediaHandle& handle, const AVOutputFormat* format, const wchar_t* tag);
+
+// What writing works with beside it; false when memory is short.
+bool make_work_records(Writing& writing);
+
+// The options that the container knows.
+void collect_format_options(Creation& creation);
 
 // create_video.cpp, create_audio.cpp: the streams with their encoders, opened. False ends the creation; a stream that
 // was not asked for, or that the container does not take, is no failure.
@@ -32,6 +47,7 @@ void declare_tracks(Tracks& tracks, const AskedFile& asked);
 
 // output.cpp: where the bytes go, and the container's header as the first of them.
 bool open_output(Creation& creation);
+bool open_file(MediaHandle& handle, uint32_t flags, const wchar_t* tag);
 bool write_header(Creation& creation);
 
 // Takes the output away: the streams, the container and the open file, without completing anything.

@@ -4,6 +4,7 @@
 #include "core/process/trace.h"
 #include "core/text/option_passes.h"
 #include "ffmpeg/catalogue.h"
+#include "ffmpeg/encoder_values.h"
 #include "write/create.h"
 
 namespace qmio::write {
@@ -11,6 +12,12 @@ namespace qmio::write {
 namespace {
 
 constexpr int kRingSamples = 48000;
+
+// Beside a frame that nearly fills the ring not even a short call would find room: what such encoders get is kept whole
+// in calls of up to kRingSamples.
+int ring_samples(int frame) {
+    return frame > kRingSamples / 2 ? frame + kRingSamples : kRingSamples;
+}
 
 // The first of the encoder's formats, unless it takes the one that was asked for.
 AVSampleFormat negotiate(const AVCodec& encoder, AVSampleFormat wanted) {
@@ -32,7 +39,7 @@ void set_bit_rate(const Creation& creation, AVCodecContext& codec) {
     const int32_t rate = find_number(creation.options, CreationKey::audio_bit_rate);
     if (rate == 0)
         return;
-    trace(TraceSwitch::create, kCreateTag, L"\tset bitrate %d, old bitrate %d\n", rate,
+    trace(TraceSwitch::create, creation.tag, L"\tset bitrate %d, old bitrate %d\n", rate,
           static_cast<int32_t>(codec.bit_rate));
     codec.bit_rate = rate;
 }
@@ -45,7 +52,7 @@ void describe(const Creation& creation, AVCodecContext& codec, const ffmpeg::Sou
     codec.sample_rate = form.rate;
     codec.time_base = {1, codec.sample_rate};
     if (form.channels > 0)
-        av_channel_layout_default(&codec.ch_layout, form.channels);
+        ffmpeg::set_channels(codec, *codec.codec, form.channels);
 }
 
 bool open_encoder(const Creation& creation, const Track& track, int number) {
@@ -53,9 +60,10 @@ bool open_encoder(const Creation& creation, const Track& track, int number) {
     ffmpeg::Dictionary options = encoder_options(creation, codec, add_audio_encoder_options, L"audio opts:\n");
     set_compliance(creation, codec, CreationKey::audio_compliance, L"audio experimental\n");
     ask_for_global_header(creation.handle.container, codec, L"audio global header\n");
+    ffmpeg::take_named_layout(codec, options);
     if (open_codec(codec, *track.coder, &options) >= 0)
         return true;
-    report(kCreateTag, L"error open codec %d [%S], track %d\n", static_cast<int>(track.coder->id), track.coder->name,
+    report(creation.tag, L"error open codec %d [%S], track %d\n", static_cast<int>(track.coder->id), track.coder->name,
            number);
     return false;
 }
@@ -67,9 +75,9 @@ bool make_ring(Track& track) {
     const int bytes = audio::sample_bytes(track.file.format);
     const int channels = track.file.channels;
     const int frame = track.codec->frame_size;
-    if (frame <= kRingSamples && int64_t{bytes} * channels * frame <= kTrackBufferSize)
-        track.ring =
-            qmlib::AudioRing::create(kRingSamples, bytes, channels, av_sample_fmt_is_planar(track.file.format) != 0);
+    if (int64_t{bytes} * channels * frame <= kTrackBufferSize)
+        track.ring = qmlib::AudioRing::create(ring_samples(frame), bytes, channels,
+                                              av_sample_fmt_is_planar(track.file.format) != 0);
     track.frame_buffer.reset(static_cast<uint8_t*>(av_malloc(kTrackBufferSize)));
     return track.frame_buffer != nullptr;
 }
@@ -77,8 +85,9 @@ bool make_ring(Track& track) {
 bool adopt_encoder(Track& track) {
     if (avcodec_parameters_from_context(track.stream->codecpar, track.codec) < 0)
         return false;
-    // An option of FFmpeg's ("ch_layout") may have overruled "ac": what the encoder opened with is what it takes.
-    if (track.file.channels > 0)
+    // An option of FFmpeg's ("ch_layout") names channels, too, in place of "ac": what the encoder opened with is what it
+    // takes.
+    if (track.codec->ch_layout.nb_channels > 0)
         track.file.channels = track.codec->ch_layout.nb_channels;
     track.encoder.attach(track.codec);
     track.frame_samples = track.codec->frame_size;
@@ -90,11 +99,12 @@ bool open_track(const Creation& creation, Track& track, int number) {
     Container& container = creation.handle.container;
     track.stream = avformat_new_stream(container.format_ctx.get(), nullptr);
     if (track.stream == nullptr) {
-        trace(TraceSwitch::create, kCreateTag, L"\ttrack %d, error create new stream\n", number);
+        trace(TraceSwitch::create, creation.tag, L"\ttrack %d, error create new stream\n", number);
         return true;
     }
     track.codec = add_codec(container, *track.coder);
-    trace(TraceSwitch::create, kCreateTag, L"\taudio stream created, ctx %p\n", static_cast<const void*>(track.codec));
+    trace(TraceSwitch::create, creation.tag, L"\taudio stream created, ctx %p\n",
+          static_cast<const void*>(track.codec));
     if (track.codec == nullptr)
         return false;
     track.stream_index = track.stream->index;
@@ -102,13 +112,13 @@ bool open_track(const Creation& creation, Track& track, int number) {
     track.stream->time_base = track.codec->time_base;
     if (!open_encoder(creation, track, number) || !adopt_encoder(track))
         return false;
-    trace(TraceSwitch::create, kCreateTag, L"\ttrack %d OK, %d chans\n", number, track.codec->ch_layout.nb_channels);
+    trace(TraceSwitch::create, creation.tag, L"\ttrack %d OK, %d chans\n", number, track.codec->ch_layout.nb_channels);
     return true;
 }
 
 bool add_track(const Creation& creation, Track& track, int number) {
     if (track.coder == nullptr) {
-        trace(TraceSwitch::create, kCreateTag, L"no codec for audio stream %d\n", number);
+        trace(TraceSwitch::create, creation.tag, L"no codec for audio stream %d\n", number);
         return true;
     }
     // Only while the switch is on: otherwise the encoder itself refuses what it does not take, which hosts see as a
@@ -130,7 +140,7 @@ void declare_tracks(Tracks& tracks, const AskedFile& asked) {
 
 bool add_audio(Creation& creation) {
     MediaHandle& handle = creation.handle;
-    trace(TraceSwitch::create, kCreateTag, L"audio, %d tracks\n", handle.tracks.count());
+    trace(TraceSwitch::create, creation.tag, L"audio, %d tracks\n", handle.tracks.count());
     if (handle.tracks.count() == 0)
         return true;
     int number = 0;

@@ -10,19 +10,6 @@ namespace {
 
 constexpr uint32_t kKnownFlags = AVIO_FLAG_READ | AVIO_FLAG_WRITE | AVIO_FLAG_NONBLOCK | AVIO_FLAG_DIRECT;
 
-bool open_file(Creation& creation) {
-    MediaHandle& handle = creation.handle;
-    if ((handle.container.format_ctx->oformat->flags & AVFMT_NOFILE) != 0)
-        return true;
-    trace(TraceSwitch::create, kCreateTag, L"create file\n");
-    const int flags = static_cast<int>((creation.output_flags & kKnownFlags) | AVIO_FLAG_WRITE);
-    const AVIOInterruptCB interrupt = interrupt_callback(handle.container);
-    if (avio_open2(&handle.container.format_ctx->pb, url_of(handle.file_name).c_str(), flags, &interrupt, nullptr) >= 0)
-        return true;
-    report(kCreateTag, L"open [%s] ERR\n", wide_name(handle.file_name));
-    return false;
-}
-
 bool open_memory(Creation& creation) {
     MediaHandle& handle = creation.handle;
     char* const block = creation.block;
@@ -79,8 +66,22 @@ void trace_after(const MediaHandle& handle) {
 
 }  // namespace
 
+bool open_file(MediaHandle& handle, uint32_t flags, const wchar_t* tag) {
+    const int known = static_cast<int>((flags & kKnownFlags) | AVIO_FLAG_WRITE);
+    const AVIOInterruptCB interrupt = interrupt_callback(handle.container);
+    if (avio_open2(&handle.container.format_ctx->pb, url_of(handle.file_name).c_str(), known, &interrupt, nullptr) >= 0)
+        return true;
+    report(tag, L"open [%s] ERR\n", wide_name(handle.file_name));
+    return false;
+}
+
 bool open_output(Creation& creation) {
-    return creation.block != nullptr ? open_memory(creation) : open_file(creation);
+    if (creation.block != nullptr)
+        return open_memory(creation);
+    if ((creation.handle.container.format_ctx->oformat->flags & AVFMT_NOFILE) != 0)
+        return true;
+    trace(TraceSwitch::create, kCreateTag, L"create file\n");
+    return open_file(creation.handle, creation.output_flags, kCreateTag);
 }
 
 bool write_header(Creation& creation) {

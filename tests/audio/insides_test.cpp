@@ -245,12 +245,16 @@ INSTANTIATE_TEST_SUITE_P(
                     WriterCase{"aac", {2, 44100, AV_SAMPLE_FMT_FLTP}, {2, 48000, AV_SAMPLE_FMT_S16}},
                     WriterCase{"ac3", {6, 48000, AV_SAMPLE_FMT_FLTP}, {6, 44100, AV_SAMPLE_FMT_FLTP}},
                     WriterCase{"alac", {2, 48000, AV_SAMPLE_FMT_S16P}, {1, 16000, AV_SAMPLE_FMT_U8P}},
+                    WriterCase{"wavpack", {6, 192000, AV_SAMPLE_FMT_FLTP}, {6, 8000, AV_SAMPLE_FMT_FLTP}},
+                    WriterCase{"wavpack", {2, 192000, AV_SAMPLE_FMT_S16P}, {2, 11025, AV_SAMPLE_FMT_S16}},
+                    WriterCase{"pcm_s32le", {3, 192000, AV_SAMPLE_FMT_S32}, {3, 8000, AV_SAMPLE_FMT_S16P}},
+                    WriterCase{"wavpack", {1, 8000, AV_SAMPLE_FMT_S32P}, {1, 192000, AV_SAMPLE_FMT_S32}},
                     WriterCase{"aac", {6, 48000, AV_SAMPLE_FMT_FLTP}, {6, 48000, AV_SAMPLE_FMT_S64}}),
     [](const auto& chosen) { return chosen.param.encoder + std::string("_") + std::to_string(chosen.index); });
 
 TEST_P(ConversionInto, IsWhatLibswresampleMakes) {
     PlainResampler model(user_, file_);
-    const GuardedMemory memory(std::size_t{1} << 20);
+    const GuardedMemory memory(std::size_t{1} << 22);
     int first = 0;
     // Lengths that leave something inside, and some that are too short to give anything.
     for (const int count : {1024, 1000, 7, 1, 333, 4096, 1, 1024}) {
@@ -267,10 +271,13 @@ TEST_P(ConversionInto, IsWhatLibswresampleMakes) {
     }
 }
 
-// The room that a host is asked to have: as many samples as come in, times the ratio of the rates, and 256 more.
+// The room that a host is asked to have: as many samples as come in, times the ratio of the rates, and 256 more. In
+// single samples much comes out at once when the filter is full.
 TEST_P(ConversionInto, NeedsNoMoreRoomThanHostsAreAskedFor) {
     const std::size_t frame = static_cast<std::size_t>(file_.channels * av_get_bytes_per_sample(file_.format));
-    for (const int count : {1, 10, 1000, 1, 5000}) {
+    std::vector<int> counts(60, 1);
+    counts.insert(counts.end(), {10, 1000, 1, 5000});
+    for (const int count : counts) {
         const Bytes source = host_sound(user_, count, 0);
         const std::size_t samples = static_cast<std::size_t>(int64_t{count} * file_.rate / user_.rate) + 256;
         const GuardedMemory target(samples * frame), origin(source.size());
@@ -280,6 +287,23 @@ TEST_P(ConversionInto, NeedsNoMoreRoomThanHostsAreAskedFor) {
         EXPECT_GE(result, 0);
         EXPECT_LE(static_cast<std::size_t>(result), samples * frame);
     }
+}
+
+// What a call has no room for comes with the next ones.
+TEST_P(ConversionInto, LosesNothingInSingleSamples) {
+    PlainResampler model(user_, file_);
+    Bytes target(1 << 16);
+    std::size_t converted = 0, expected = 0;
+    for (int call = 0; call < 100; ++call) {
+        const Bytes source = host_sound(user_, 1, call);
+        std::vector<const uint8_t*> planes(static_cast<std::size_t>(user_.channels));
+        for (std::size_t channel = 0; channel < planes.size(); ++channel)
+            planes[channel] = source.data() + channel * (source.size() / planes.size());
+        expected += delivered(model.convert(planes.data(), 1, user_.rate), file_.format).size();
+        converted += static_cast<std::size_t>(
+            qmio_resample_track(writer_.get(), 0, target.data(), source.data(), static_cast<int>(source.size())));
+    }
+    EXPECT_EQ(converted, expected);
 }
 
 TEST_P(ConversionInto, IsTraced) {

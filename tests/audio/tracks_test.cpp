@@ -182,6 +182,18 @@ TEST(ChosenTrack, ItsTableTellsTheFormThatIsDelivered) {
     EXPECT_EQ(qmio_user_chans(media.get()), 9);
 }
 
+TEST(ChosenForm, ThatCannotBeConvertedToIsTakenWithoutAWord) {
+    const Media media = open_sound(tracks_file(3));
+    testing::internal::CaptureStderr();
+    for (const int track : {0, -1})
+        for (const int channels : {9, 11, 65, 1000, 0, -1})
+            for (const int rate : {44100, 0, -1}) {
+                qmio_set_track(media.get(), track);
+                EXPECT_EQ(qmio_set_dst_audio(media.get(), channels, rate, 16), 1);
+            }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 // ---- a source with a track that cannot be decoded ----
 
 TEST(TrackThatCannotBeDecoded, LeavesTheSourceWithoutSound) {
@@ -198,6 +210,14 @@ TEST(TrackThatCannotBeDecoded, LeavesTheSourceWithoutSound) {
     EXPECT_TRUE(read_pieces(media).empty());
     const Media again = open_sound(folder / "unknown.mkv");
     EXPECT_EQ(next_picture(again).result, 7);
+    // Its tracks are those of no stream, to which a packet of no stream belongs.
+    const Record packet(qmio_pkt_alloc());
+    packet->dts = 1000000;
+    EXPECT_EQ(qmio_pkt_put(again.get(), packet.get()), 1);
+    EXPECT_EQ(qmio_is_valid_frame(again.get(), 2), 0);
+    packet->stream_index = -1;
+    EXPECT_EQ(qmio_pkt_put(again.get(), packet.get()), 1);
+    EXPECT_EQ(qmio_is_valid_frame(again.get(), 2), 1);
 }
 
 // ---- putting tracks together ----

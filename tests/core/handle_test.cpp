@@ -128,4 +128,25 @@ TEST(HandleQueries, PrintWritesTheVideoStreamToTheConsoleAndNothingElse) {
     EXPECT_EQ(std::count(host.error_text.begin(), host.error_text.end(), '\n'), 1) << host.error_text;
 }
 
+TEST(HandleQueries, PrintWritesTheStreamOfAFileThatIsMade) {
+    const TempDir folder;
+    const auto lines_of = [&](const std::string& options) {
+        const Outcome host = run(host_program("cxx_host"), {"print_written", utf8(folder / "made.avi"), options});
+        EXPECT_EQ(host.exit_code, 0);
+        EXPECT_EQ(host.output.substr(0, 3), "1 1");
+        return host.error_text;
+    };
+    const std::string of_video = lines_of("fmt=avi,vcodec=mjpeg,pix=yuvj420p,size=64x48");
+    EXPECT_NE(of_video.find("video_st "), of_video.npos) << of_video;
+    EXPECT_EQ(of_video.find("video_st 0000000000000000"), of_video.npos) << of_video;
+    const std::string of_sound = lines_of("fmt=avi,acodec=pcm_s16le,afmt=s16,ar=48000,ac=1");
+    EXPECT_NE(of_sound.find("video_st 0000000000000000"), of_sound.npos) << of_sound;
+}
+
+TEST(HandleQueries, ClosingNullWritesNothing) {
+    const Outcome host = run(host_program("cxx_host"));
+    EXPECT_EQ(host.exit_code, 0);
+    EXPECT_EQ(host.output + host.error_text, "");
+}
+
 }  // namespace

@@ -2,6 +2,7 @@
 #include "ffmpeg/codec_lookup.h"
 
 #include <gtest/gtest.h>
+#include <qmio.h>
 
 #include <string>
 
@@ -99,6 +100,17 @@ TEST_F(CodecLookup, ExperimentalCodecsComeLast) {
 TEST_F(CodecLookup, NoCodecHasTheIdOfNone) {
     EXPECT_EQ(find_decoder(AV_CODEC_ID_NONE), nullptr);
     EXPECT_EQ(find_encoder(AV_CODEC_ID_NONE), nullptr);
+}
+
+TEST_F(CodecLookup, VetoedEncoderIsNotTheFirstCodecOfAFormat) {
+    const AVOutputFormat* const avi = av_guess_format("avi", nullptr, nullptr);
+    const AVCodec* const encoder = qmio_get_format_prop(avi, "vcodec");
+    ASSERT_TRUE(encoder != nullptr && av_codec_is_encoder(encoder));
+    veto_encoder(encoder->name);
+    const AVCodec* const next = qmio_get_format_prop(avi, "vcodec");
+    ASSERT_NE(next, nullptr);
+    EXPECT_NE(next, encoder);
+    EXPECT_EQ(next->id, encoder->id);
 }
 
 }  // namespace

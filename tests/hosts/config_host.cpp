@@ -1,5 +1,5 @@
 // A host that loads the library by hand and does what its input says, one command a line, one line of answer each:
-//   load PATH   unload   open NAME   open_wide UTF8_NAME   error   demuxers   message TEXT
+//   load PATH   unload   open NAME   open_wide UTF8_NAME   create NAME   error   demuxers   message TEXT
 // It uses libavformat itself, as a host may, and so sees what the library leaves behind there.
 #include <iostream>
 #include <optional>
@@ -17,6 +17,7 @@ namespace {
 struct MediaHandle;
 using Open = MediaHandle*(const char*);
 using OpenWide = MediaHandle*(const wchar_t*);
+using Create = MediaHandle*(const char*, const char*);
 using Close = int(MediaHandle*);
 using GetError = int(char*);
 
@@ -43,6 +44,8 @@ class Host {
             return open(argument);
         if (command == "open_wide")
             return open_wide(argument);
+        if (command == "create")
+            return create(argument);
         if (command == "error")
             return error();
         if (command == "demuxers")
@@ -67,6 +70,11 @@ class Host {
 
     std::string open_wide(const std::string& name) {
         return opened(library_->function<OpenWide>("qmio_open_w")(wide(name).c_str()));
+    }
+
+    std::string create(const std::string& name) {
+        return opened(library_->function<Create>("qmio_create_a")(name.c_str(),
+                                                                  "fmt=wav,acodec=pcm_s16le,afmt=s16,ar=48000,ac=1"));
     }
 
     std::string opened(MediaHandle* media) {

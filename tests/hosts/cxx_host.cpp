@@ -35,8 +35,7 @@ int is_video(const AVPacket&, MediaHandle*) {
 }
 #endif
 
-int print_video_stream(const char* name) {
-    MediaHandle* media = qmio_open_a(name);
+int print_video_stream(MediaHandle* media) {
     if (media == nullptr)
         return 1;
     const int known = qmio_print(media, "video_st");
@@ -53,6 +52,8 @@ int main(int argc, char** argv) {
     if (check == nullptr)
         return 2;
     if (argc > 2 && std::strcmp(argv[1], "print") == 0)
-        return print_video_stream(argv[2]);
+        return print_video_stream(qmio_open_a(argv[2]));
+    if (argc > 3 && std::strcmp(argv[1], "print_written") == 0)
+        return print_video_stream(qmio_create_a(argv[2], argv[3]));
     return qmio_close(nullptr);
 }

@@ -1,4 +1,5 @@
-// A host that ends its process while its threads are inside the library: most open and close, one reads, one writes.
+// A host that ends its process while its threads are inside the library: most open and close, one reads, one writes,
+// one reads in the background.
 //   ending_host ENDING CALLS MEDIA FOLDER [LIBRARY]
 // MEDIA is what they open and FOLDER where the film is written. Once every thread has made CALLS calls, the host tells
 // how often MEDIA has been opened, and the process ends; ENDING says how: "return" from main, "exit" in another thread,
@@ -22,7 +23,7 @@
 
 namespace {
 
-constexpr int kThreads = 6;
+constexpr int kThreads = 7;
 constexpr std::size_t kPictureBytes = 320 * 192 * 4;
 constexpr const char* kFilm = "fmt=avi,vcodec=mjpeg,pix_fmt=yuvj420p,size=320x192,r=25,threads:v=1";
 
@@ -33,6 +34,8 @@ struct Library {
     decltype(&qmio_read_frame) read_frame;
     decltype(&qmio_seek_frame) seek_frame;
     decltype(&qmio_write_frame) write_frame;
+    decltype(&qmio_fifo_ts) fifo_ts;
+    decltype(&qmio_get_frame) get_frame;
     decltype(&qmio_close) close;
 };
 
@@ -43,7 +46,8 @@ std::unique_ptr<qmio::test::DynamicLibrary> unloaded_at_the_end;
 #ifdef QMIO_TEST_HOST_IS_LINKED
 
 bool get_library(const char*, Library& library) {
-    library = {qmio_open_a, qmio_create_a, qmio_read_frame, qmio_seek_frame, qmio_write_frame, qmio_close};
+    library = {qmio_open_a,      qmio_create_a, qmio_read_frame, qmio_seek_frame,
+               qmio_write_frame, qmio_fifo_ts,  qmio_get_frame,  qmio_close};
     return true;
 }
 
@@ -61,6 +65,8 @@ bool get_library(const char* path, Library& library) {
     find("qmio_read_frame", library.read_frame);
     find("qmio_seek_frame", library.seek_frame);
     find("qmio_write_frame", library.write_frame);
+    find("qmio_fifo_ts", library.fifo_ts);
+    find("qmio_get_frame", library.get_frame);
     find("qmio_close", library.close);
     return loaded_library->loaded();
 }
@@ -88,6 +94,13 @@ void write(const Library& library, const std::string& film, std::atomic<int>& co
         library.write_frame(writer, picture.data());
 }
 
+void read_in_background(const Library& library, const std::string& media, std::atomic<int>& count) {
+    MediaHandle* const reader = library.open(media.c_str());
+    library.fifo_ts(reader, 0, -1, 0, -1, 2147483647);
+    for (;; ++count)
+        library.get_frame(reader);
+}
+
 void wait_for_calls(int enough) {
     for (const auto& count : calls) {
         while (count < enough)
@@ -104,10 +117,11 @@ int main(int argc, char** argv) {
     const std::string ending = argv[1], media = argv[3], folder = argv[4];
     std::thread([=] { read(library, media, calls[0]); }).detach();
     std::thread([=] { write(library, folder + "/film.avi", calls[1]); }).detach();
-    for (auto count = calls.begin() + 2; count != calls.end(); ++count)
+    std::thread([=] { read_in_background(library, media, calls[2]); }).detach();
+    for (auto count = calls.begin() + 3; count != calls.end(); ++count)
         std::thread([=] { open_and_close(library, media, *count); }).detach();
     wait_for_calls(std::atoi(argv[2]));
-    std::cout << std::accumulate(calls.begin() + 2, calls.end(), 0) << std::endl;
+    std::cout << std::accumulate(calls.begin() + 3, calls.end(), 0) << std::endl;
     if (ending == "unload")
         unloaded_at_the_end.reset(loaded_library);
     if (ending == "exit")

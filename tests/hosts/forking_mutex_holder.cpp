@@ -1,10 +1,13 @@
 // A process that forks without exec while it is inside a named mutex (argument 1):
 //   heir             the child idles until standard input ends; answers "locked" and waits to be killed
+//   heir_of_mapping  has a mapping of that name instead and kills itself; the child, which goes on using it, then
+//                    answers "orphaned" and idles
 //   share MAPPING    the child says that it wants in; from the next line of input on both visit the counts in the
 //   mapping
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <iostream>
 #include <string>
 
@@ -32,6 +35,21 @@ int leave_heir(NamedMutex& mutex) {
     mutex.lock();
     if (::fork() != 0)
         say("locked");
+    idle_until_input_ends();
+    ::_exit(0);
+}
+
+int leave_heir_of_mapping(const std::string& name) {
+    const auto mapping = SharedMapping::create(name, 4096);
+    if (!mapping)
+        return 3;
+    const pid_t parent = ::getpid();
+    if (::fork() != 0)
+        ::raise(SIGKILL);
+    while (::getppid() == parent)
+        ::usleep(1000);
+    static_cast<char*>(mapping->data())[0] = 1;
+    say("orphaned");
     idle_until_input_ends();
     ::_exit(0);
 }
@@ -66,6 +84,8 @@ int share_with_child(NamedMutex& mutex, const std::string& mapping_name) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc >= 3 && std::string(argv[2]) == "heir_of_mapping")
+        return leave_heir_of_mapping(argv[1]);
     const auto mutex = argc >= 3 ? NamedMutex::open(argv[1]) : nullptr;
     if (!mutex)
         return 2;

@@ -1,6 +1,7 @@
 // A host that reads a film by the numbers of its frames as its input says, one command a line, one line of answer each:
 //   open PATH       "opened" or "null"
 //   frame NUMBER    what the seek returned and the number in the picture that came then; -1 without picture
+//   rest            the numbers in the pictures that reading on gives, the drain included
 //   close
 #include <iostream>
 #include <memory>
@@ -23,6 +24,8 @@ class Host {
             return open(order);
         if (verb == "frame")
             return frame(order);
+        if (verb == "rest")
+            return rest();
         media_.reset();
         return "closed";
     }
@@ -42,10 +45,22 @@ class Host {
         const int found = qmio_seek_frame(media_.get(), number);
         const bool delivered = qmio_read_frame(media_.get(), pixels.data()) > 1 ||
                                qmio_video_pkt(media_.get(), pixels.data(), nullptr) > 1;
+        return std::to_string(found) + " " + std::to_string(delivered ? number_in(pixels) : -1);
+    }
+
+    std::string rest() {
+        Bytes pixels = picture_buffer(media_);
+        std::string numbers;
+        while (qmio_read_frame(media_.get(), pixels.data()) > 1 ||
+               qmio_video_pkt(media_.get(), pixels.data(), nullptr) > 1)
+            numbers += std::to_string(number_in(pixels)) + " ";
+        return numbers;
+    }
+
+    int number_in(const Bytes& pixels) const {
         const int width = static_cast<int>(file_param(media_, "width"));
         const int height = static_cast<int>(file_param(media_, "height"));
-        return std::to_string(found) + " " +
-               std::to_string(delivered ? read_number(pixels.data(), width, height, width * 4) : -1);
+        return read_number(pixels.data(), width, height, width * 4);
     }
 
     Media media_;

@@ -1,6 +1,7 @@
 // A host that writes a film of numbered pictures as its input says, one command a line, one line of answer each:
 //   create PATH     publishes where its frames begin; each can be decoded by itself
 //   delayed PATH    the same with frames that refer to others, behind and before them
+//   long PATH       the same with frames that all refer to the first
 //   write COUNT     the next pictures, all of them on the disk when the answer comes
 //   close
 #include <iostream>
@@ -17,14 +18,19 @@ using namespace qmio::test;
 constexpr const char* kFilm = "fmt=mpegts,vcodec=mpeg2video,pix_fmt=yuv420p,size=160x96,r=25,b:v=2M,threads:v=1";
 constexpr const char* kPlain = ",g=1,flags:v=+low_delay";
 constexpr const char* kDelayed = ",g=8,bf=2";
+constexpr const char* kLong = ",g=600";
 
 class Host {
   public:
     std::string answer(std::istringstream& order) {
         std::string verb;
         order >> verb >> std::ws;
-        if (verb == "create" || verb == "delayed")
-            return create(order, verb == "create" ? kPlain : kDelayed);
+        if (verb == "create")
+            return create(order, kPlain);
+        if (verb == "delayed")
+            return create(order, kDelayed);
+        if (verb == "long")
+            return create(order, kLong);
         if (verb == "write")
             return write(order);
         writer_.reset();

@@ -42,7 +42,7 @@ TEST(KeyLists, OfFilesAreTheLibrarys) {
 }
 
 TEST(KeyLists, OfTracksAreTheLibrarys) {
-    EXPECT_EQ(sorted({test::kTrackKeys}), sorted(track_keys()));
+    EXPECT_EQ(sorted({test::kTrackKeys, test::kSharedTrackKeys}), sorted(track_keys()));
 }
 
 TEST(KeyLists, OfStreamsAreTheLibrarys) {

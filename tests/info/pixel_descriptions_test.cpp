@@ -74,6 +74,13 @@ const std::map<int, std::string> kQuoted = {
     {327, "bayer, GRGR..(odd line), BGBG..(even line), 16-bit samples, big-endian"},
 };
 
+TEST(PixelDescriptions, EndWhereTheirCommentsDo) {
+    for (const int number : table()) {
+        const std::string text = description(number);
+        EXPECT_FALSE(text.ends_with('/') || text.ends_with('*') || text.ends_with(' ')) << number << ": " << text;
+    }
+}
+
 TEST(PixelDescriptions, KnownTextsComeOutLetterForLetter) {
     for (const auto& [number, text] : kQuoted)
         EXPECT_EQ(description(number), text) << number;

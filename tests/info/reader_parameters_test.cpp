@@ -312,6 +312,26 @@ TEST(Pictures, PixelFormatIsTheInterfacesNumber) {
     }
 }
 
+TEST(SoundOfSeveralTracks, TellsItsTimeByTheTrack) {
+    const Media media = open_media(media_path("two_tracks_pcm_mp2.mkv"));
+    ASSERT_NE(media, nullptr);
+    qmio_set_track(media.get(), -1);
+    Bytes sound(std::size_t{1} << 20);
+    int64_t first_of_track[] = {0, 0};
+    for (int kind = 0, packets = 0; packets < 40 && kind >= 0; kind = qmio_get_frame(media.get())) {
+        if (kind != QMIO_PACKET_AUDIO || qmio_audio_frame(media.get(), sound.data()) < 1)
+            continue;
+        const int track = qmio_get_astream(media.get()) - 1;
+        const int64_t other = stream_param(media, "apts", 1 - track);
+        EXPECT_EQ(other, first_of_track[1 - track]) << "sound of track " << track << " is no sound of the other";
+        first_of_track[track] = stream_param(media, "apts", track);
+        ++packets;
+    }
+    EXPECT_GT(first_of_track[0], 0);
+    EXPECT_GT(first_of_track[1], 0);
+    EXPECT_NE(first_of_track[0], first_of_track[1]);
+}
+
 TEST(Pictures, WithoutTimestampsTheyAreCounted) {
     const Media media(qmio_open_ex_a(utf8(media_path("mjpeg.avi")).c_str(), "threads=1"));
     ASSERT_NE(media, nullptr);
@@ -324,6 +344,14 @@ TEST(Pictures, WithoutTimestampsTheyAreCounted) {
     qmio_pkt_free(packet);
     expect_stream_params(media, 0, {{"vpts", AV_NOPTS_VALUE}, {"frame_num", 1}});
     EXPECT_EQ(file_param(media, "dts_frame"), 1);
+    // The number is that of the packet in hand as long as that has a time.
+    qmio_time_param times{};
+    times.pts = 7;
+    ASSERT_EQ(qmio_set_time_param(media.get(), "packet", &times), 1);
+    EXPECT_EQ(stream_param(media, "frame_num", 0), 7);
+    times.pts = times.dts = AV_NOPTS_VALUE;
+    ASSERT_EQ(qmio_set_time_param(media.get(), "packet", &times), 1);
+    EXPECT_EQ(stream_param(media, "frame_num", 0), 1);
 }
 
 }  // namespace

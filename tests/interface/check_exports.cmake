@@ -71,8 +71,6 @@ declared_in_header(functions data)
 list(REMOVE_DUPLICATES functions)
 list(REMOVE_DUPLICATES data)
 file(STRINGS ${NAMES} interface REGEX "^[a-z]")
-# Remuxing and the reader queue are not there yet.
-list(REMOVE_ITEM interface qmio_copy_frame qmio_fifo_frame qmio_fifo_ts qmio_mux_a qmio_mux_w)
 
 list(LENGTH data data_count)
 if(NOT data_count EQUAL 18)

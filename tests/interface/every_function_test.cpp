@@ -115,6 +115,8 @@ const std::vector<Call> kCalls = {
     QMIO_ANSWERS(0, qmio_seek_frame_ex_old, nullptr, 5),
     QMIO_ANSWERS(0, qmio_seek_ts, nullptr, 5, 1),
     QMIO_ANSWERS(0, qmio_set_dst_fmt, nullptr, 30),
+    QMIO_CALL(qmio_fifo_ts, { QMIO_FUNCTION(qmio_fifo_ts)(nullptr, 0, -1, 0, -1, 1); }),
+    QMIO_CALL(qmio_fifo_frame, { QMIO_FUNCTION(qmio_fifo_frame)(nullptr, 0, -1, 0, -1, 1); }),
     // Audio.
     QMIO_ANSWERS(0, qmio_set_track, nullptr, 3),
     QMIO_ANSWERS(0, qmio_map_audio, nullptr, 0, 0),
@@ -190,6 +192,12 @@ const std::vector<Call> kCalls = {
     QMIO_ANSWERS(QMIO_TRACK_NO_HANDLE, qmio_write_track, nullptr, 0, nullptr, 0),
     QMIO_ANSWERS(QMIO_TRACK_NO_HANDLE, qmio_write_audio, nullptr, given.pixels, 16),
     QMIO_ANSWERS(QMIO_TRACK_NO_HANDLE, qmio_write_audio, nullptr, nullptr, 0),
+    // Remuxing.
+    QMIO_ANSWERS(nullptr, qmio_mux_a, "copy.mkv", "fmt=matroska", nullptr, nullptr),
+    QMIO_ANSWERS(nullptr, qmio_mux_a, nullptr, nullptr, nullptr, nullptr),
+    QMIO_ANSWERS(nullptr, qmio_mux_w, L"copy.mkv", L"fmt=matroska", nullptr, nullptr),
+    QMIO_ANSWERS(nullptr, qmio_mux_w, nullptr, nullptr, nullptr, nullptr),
+    QMIO_ANSWERS(-1, qmio_copy_frame, nullptr, nullptr),
     // Closing.
     QMIO_ANSWERS(0, qmio_close, nullptr),
     QMIO_ANSWERS(0, qmio_flush, nullptr),
@@ -309,17 +317,13 @@ const std::vector<Call> kCalls = {
 };
 // clang-format on
 
-// Those that this release does not have yet.
-const std::vector<std::string> kToCome = {"qmio_copy_frame", "qmio_fifo_frame", "qmio_fifo_ts", "qmio_mux_a",
-                                          "qmio_mux_w"};
-
 std::vector<std::string> names_of_the_interface() {
     std::vector<std::string> names;
     std::ifstream list(path_of(QMIO_EXPORTS));
     for (std::string line; std::getline(list, line);) {
         line.erase(std::remove(line.begin(), line.end(), '\r'), line.end());
         const bool is_name = !line.empty() && line[0] != '#';
-        if (is_name && std::find(kToCome.begin(), kToCome.end(), line) == kToCome.end())
+        if (is_name)
             names.push_back(line);
     }
     std::sort(names.begin(), names.end());

@@ -24,6 +24,24 @@ TEST_F(Records, AreZerosWhenNewAndAfterTheirRelease) {
     EXPECT_EQ(qmio_pkt_release(record.get()), 0);
 }
 
+TEST_F(Records, OfAHandleAreZerosBeforeTheFirstPacketAndAfterItsRelease) {
+    const Record record = new_record();
+    for (int times = 0; times < 2; ++times) {
+        EXPECT_EQ(qmio_pkt_get(handle(), record.get()), record.get());
+        EXPECT_TRUE(is_zeros(*record));
+        EXPECT_EQ(qmio_pkt_restore(handle(), record.get()), 1);
+        EXPECT_TRUE(is_zeros(*record));
+        qmio_time_param times_of_packet{};
+        EXPECT_EQ(qmio_get_time_param(handle(), "packet", &times_of_packet), 1);
+        EXPECT_EQ(times_of_packet.pts, 0);
+        EXPECT_EQ(times_of_packet.dts, 0);
+        read();
+        EXPECT_EQ(qmio_pkt_get(handle(), record.get()), record.get());
+        EXPECT_FALSE(is_zeros(*record));
+        EXPECT_EQ(qmio_release_frame(handle()), 0);
+    }
+}
+
 TEST_F(Records, ThatAreNullAreNothingToTheHandle) {
     EXPECT_EQ(qmio_pkt_get(handle(), nullptr), nullptr);
     EXPECT_EQ(qmio_pkt_dup(handle(), nullptr), nullptr);
@@ -45,6 +63,21 @@ TEST_F(Records, WithoutBytesAreCopiedClonedAndDecodedAsNothing) {
     EXPECT_LT(player_.decode_packet().result, 2);
     EXPECT_EQ(qmio_pkt_save(handle(), empty.get()), 1);
     EXPECT_EQ(qmio_pkt_restore(handle(), copy.get()), 1);
+}
+
+// The size says that there are bytes: that is no end of the input, which would make the decoder give its last pictures.
+TEST_F(Records, WithASizeButNoBytesAreDamaged) {
+    Player delayed(media_path("bframes_open_gop.mp4"), L"threads=1");
+    const Record record = new_record();
+    Bytes pixels(static_cast<std::size_t>(delayed.width() * delayed.height() * 4));
+    ASSERT_GT(delayed.read().result, 1);
+    ASSERT_EQ(qmio_get_frame(delayed.handle()), QMIO_PACKET_VIDEO);
+    qmio_pkt_get(delayed.handle(), record.get());
+    record->data = nullptr;
+    for (int times = 0; times < 3; ++times)
+        EXPECT_EQ(qmio_video_pkt(delayed.handle(), pixels.data(), record.get()), QMIO_DECODER_ERROR);
+    EXPECT_GT(qmio_video_frame(delayed.handle(), pixels.data()), 1);
+    EXPECT_GT(delayed.read().result, 1);
 }
 
 TEST_F(Records, TellWhatTheContainerHolds) {

@@ -42,6 +42,14 @@ TEST(ForkWithoutExec, DoesNotHandDownTheMutex) {
     mutex->unlock();
 }
 
+TEST(ForkWithoutExec, DoesNotHandDownTheMapping) {
+    const std::string name = "mapped-heir-" + unique_name();
+    Process victim(host_program("forking_mutex_holder"), {name, "heir_of_mapping"});
+    ASSERT_EQ(victim.read_line(), "orphaned");
+    EXPECT_FALSE(SharedMapping::open(name)) << "nobody but the child of a dead process had it";
+    EXPECT_TRUE(SharedMapping::create(name, 8192));
+}
+
 TEST(ForkWithoutExec, ChildIsNotInsideWithItsParent) {
     const std::string name = "share-" + unique_name();
     const auto mapping = SharedMapping::create(name, 4096);

@@ -115,8 +115,9 @@ Pixels slope(const Sizes& sizes, Dice& dice) {
         const double across = (dice.up_to(201) - 101) / 100.0 * 120 / sizes.source_width;
         const double down = (dice.up_to(201) - 101) / 100.0 * 120 / sizes.source_height;
         for (int pixel = 0; pixel < sizes.source_width * sizes.source_height; ++pixel) {
-            const double level = 127.5 + across * (pixel % sizes.source_width - sizes.source_width / 2.0) +
-                                 down * (pixel / sizes.source_width - sizes.source_height / 2.0);
+            const int x = pixel % sizes.source_width, y = pixel / sizes.source_width;
+            const double level =
+                127.5 + across * (x - sizes.source_width / 2.0) + down * (y - sizes.source_height / 2.0);
             pixels[static_cast<std::size_t>(pixel)] |= static_cast<uint32_t>(std::lround(level)) << shift;
         }
     }

@@ -15,7 +15,7 @@ constexpr int kPaletted = 11;  // a format that nothing is converted to
 
 // A film of one row of a camera's raw pixels, of which libswscale needs two.
 std::filesystem::path film_of_one_row(const TempDir& folder) {
-    const std::filesystem::path path = folder / "one_row.nut";
+    std::filesystem::path path = folder / "one_row.nut";
     AVFormatContext* made = nullptr;
     avformat_alloc_output_context2(&made, nullptr, nullptr, utf8(path).c_str());
     AVStream* stream = avformat_new_stream(made, nullptr);

@@ -172,8 +172,9 @@ TEST_F(FrameIndex, IsGoneWithItsLastReader) {
     EXPECT_EQ(open_media(path_)->container.index_mapping, nullptr);
 }
 
-// This container refuses byte positions: the frame that was meant is returned and nothing has moved.
-TEST_F(FrameIndex, OfAContainerThatCannotUseItChangesNothing) {
+// This container refuses byte positions: the frame that was meant is returned and nothing has moved, until reading on
+// finds it by time.
+TEST_F(FrameIndex, OfAContainerThatCannotUseItIsReadByTime) {
     const auto path = folder_ / "refuses.mp4";
     std::filesystem::copy_file(media_path("small_h264_aac.mp4"), path);
     const std::vector<Bytes> expected = all_pictures(open_media(path), 100);
@@ -185,7 +186,28 @@ TEST_F(FrameIndex, OfAContainerThatCannotUseItChangesNothing) {
     EXPECT_EQ(qmio_seek_frame(media.get(), 250), 19);
     EXPECT_EQ(media->video.want_frame, 1);
     EXPECT_EQ(media->video.have_frame, 0);
-    EXPECT_EQ(next_picture(media).pixels, expected[1]);
+    EXPECT_EQ(next_picture(media).pixels, expected[19]);
+    EXPECT_EQ(next_picture(media).pixels, expected[20]);
+    EXPECT_EQ(qmio_seek_frame(media.get(), 7), 7);
+    EXPECT_EQ(media->video.want_frame, 21);
+    EXPECT_EQ(next_picture(media).pixels, expected[7]);
+}
+
+TEST_F(FrameIndex, OfAContainerThatCannotUseItLeavesAHostOfPacketsWhereItStands) {
+    const auto path = folder_ / "refuses.mp4";
+    std::filesystem::copy_file(media_path("small_h264_aac.mp4"), path);
+    PublishedIndex index(path);
+    index.publish(std::vector<int64_t>(20, 100), 20);
+    const Media media = open_on_one_thread(path);
+    const auto next_dts = [&] {
+        while (qmio_get_frame(media.get()) != QMIO_PACKET_VIDEO)
+            continue;
+        return media->reading.packet->dts;
+    };
+    const int64_t first = next_dts();
+    const int64_t step = next_dts() - first;
+    EXPECT_EQ(qmio_seek_frame(media.get(), 15), 15);
+    EXPECT_EQ(next_dts(), first + 2 * step);
 }
 
 class HostileIndex : public FrameIndex {

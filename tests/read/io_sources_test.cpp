@@ -1,14 +1,18 @@
 // Sources other than files that FFmpeg opens itself: blocks of memory, files of the platform, devices, FTP.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <random>
 
 #include "core/handle/media_handle.h"
+#include "read/open.h"
 #include "support/documented_results.h"
 #include "support/media.h"
 #include "support/open_media.h"
 #include "support/temp_dir.h"
+#include "support/trace_lines.h"
 
 namespace {
 
@@ -201,11 +205,54 @@ TEST(Sources, LeaveNoFileOpenWhenClosedAndWhenFailed) {
     EXPECT_EQ(open_descriptors(), before);
 }
 
+// A picture of many packets' worth of bytes: those that FFmpeg notes when it seeks do not begin where it does.
+TEST(StillFile, IsDeliveredAfterASeekToItHoweverLongItIs) {
+    const TempDir folder;
+    const auto path = folder / "noise.jpg";
+    constexpr std::size_t kBytes = 1280 * 720 * 3 / 2;
+    Bytes noise(kBytes);
+    std::mt19937 random(5);
+    for (uint8_t& byte : noise)
+        byte = static_cast<uint8_t>(random());
+    Media made(qmio_create_a(utf8(path).c_str(), "fmt=image2pipe,vcodec=mjpeg,pix=yuvj420p,size=1280x720"));
+    EXPECT_EQ(qmio_write_frame(made.get(), noise.data()), 0);
+    made.reset();
+    const Bytes expected = next_picture(open_media(path)).pixels;
+    for (const std::string prefix : {"", "avio:"}) {
+        const Media media = open_media(prefix + utf8(path));
+        for (int times = 0; times < 3; ++times) {
+            EXPECT_EQ(qmio_seek_frame_ex(media.get(), 0), 0) << prefix;
+            const Delivered delivered = next_picture(media);
+            EXPECT_EQ(delivered.result, QMIO_PICTURE_PROGRESSIVE) << prefix << times;
+            EXPECT_TRUE(delivered.pixels == expected) << prefix << times;
+        }
+    }
+}
+
 TEST(CaptureDevice, ThatIsNotThereFailsTheOpen) {
     for (const char* name : {"dshow:video=no such device", "dshow://video=no such device", "Dshow:video=no such device",
                              "DSHOW://video=no such device", "dshow:", "dshow://"})
         EXPECT_EQ(qmio_open_a(name), nullptr) << name;
     EXPECT_EQ(qmio_open_w(L"DShow://video=no such device"), nullptr);
+}
+
+TEST(CaptureDevice, IsTheSameWithAndWithoutSlashes) {
+    using qmio::read::capture_device;
+    EXPECT_EQ(capture_device("video=a device"), "video=a device");
+    EXPECT_EQ(capture_device("//video=a device"), "video=a device");
+    EXPECT_EQ(capture_device("//"), "");
+    EXPECT_EQ(capture_device("/video=a//b"), "/video=a//b");
+}
+
+// No other kind of source writes this line.
+TEST(CaptureDevice, IsOpenedAsOneWhateverTheCaseOfItsPrefix) {
+    for (const char* name : {"dshow:no such device", "dshow://no such device", "DSHOW:no such device"}) {
+        const TraceLines trace(qmio::TraceSwitch::open);
+        EXPECT_EQ(qmio_open_a(name), nullptr);
+        const std::string line = std::string("qmio_open_u8: dshow: avformat_open_input [") + (name + 6) + "] fail";
+        const std::vector<std::string> lines = trace.read();
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), line), 1) << name;
+    }
 }
 
 }  // namespace

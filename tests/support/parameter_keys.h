@@ -23,7 +23,10 @@ inline const std::vector<std::string> kSharedKeys = {"width", "height", "frames"
                                                      "audio", "fmt",    "codec",     "acodec",   "pix",    "start",
                                                      "align", "packet", "interlace", "top_field"};
 
-// Of qmio_get_stream_param, about one track.
+// Those of them that qmio_get_stream_param answers about one track.
+inline const std::vector<std::string> kSharedTrackKeys = {"audio", "acodec", "align"};
+
+// Of qmio_get_stream_param alone, about one track.
 inline const std::vector<std::string> kTrackKeys = {"apts",
                                                     "sample_rate",
                                                     "file_sample_rate",

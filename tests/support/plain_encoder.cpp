@@ -6,13 +6,28 @@ namespace qmio::test {
 
 namespace {
 
+// The usual layout of the count, or the encoder's own where it does not take that.
+void choose_layout(AVCodecContext& codec, const AVCodec& encoder, int channels) {
+    av_channel_layout_default(&codec.ch_layout, channels);
+    const AVChannelLayout* own = nullptr;
+    for (const AVChannelLayout* one = encoder.ch_layouts; one != nullptr && one->nb_channels > 0; ++one) {
+        if (av_channel_layout_compare(one, &codec.ch_layout) == 0)
+            return;
+        own = own == nullptr && one->nb_channels == channels ? one : own;
+    }
+    if (own != nullptr)
+        av_channel_layout_copy(&codec.ch_layout, own);
+}
+
 Codec open_encoder(const SoundEncoding& encoding) {
     const AVCodec* encoder = avcodec_find_encoder_by_name(encoding.encoder.c_str());
     Codec codec(avcodec_alloc_context3(encoder));
     codec->sample_fmt = encoding.form.format;
     codec->sample_rate = encoding.form.rate;
     codec->time_base = {1, encoding.form.rate};
-    av_channel_layout_default(&codec->ch_layout, encoding.form.channels);
+    choose_layout(*codec, *encoder, encoding.form.channels);
+    if (encoding.experimental)
+        codec->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
     if (encoding.bit_rate > 0)
         codec->bit_rate = encoding.bit_rate;
     if (encoding.global_header)
@@ -20,9 +35,10 @@ Codec open_encoder(const SoundEncoding& encoding) {
     return avcodec_open2(codec.get(), encoder, nullptr) < 0 ? nullptr : std::move(codec);
 }
 
-Frame frame_of(const AVCodecContext& codec, const Bytes& samples, int64_t pts) {
+Frame sound_frame(const AVCodecContext& codec, const Bytes& samples, int64_t pts) {
     Frame frame(av_frame_alloc());
-    frame->nb_samples = codec.frame_size;
+    const int block = av_get_bytes_per_sample(codec.sample_fmt) * codec.ch_layout.nb_channels;
+    frame->nb_samples = static_cast<int>(samples.size()) / block;
     frame->format = codec.sample_fmt;
     frame->sample_rate = codec.sample_rate;
     frame->pts = pts;
@@ -46,19 +62,38 @@ void take_packets(AVCodecContext& codec, std::vector<Bytes>& packets) {
 
 }  // namespace
 
-int frame_samples(const SoundEncoding& encoding) {
+std::optional<int> frame_of(const SoundEncoding& encoding) {
     const Codec codec = open_encoder(encoding);
+    if (codec == nullptr)
+        return std::nullopt;
     const bool any = (codec->codec->capabilities & AV_CODEC_CAP_VARIABLE_FRAME_SIZE) != 0;
     return any ? 0 : codec->frame_size;
+}
+
+int frame_samples(const SoundEncoding& encoding) {
+    return frame_of(encoding).value_or(0);
 }
 
 std::vector<Bytes> encode_plainly(const SoundEncoding& encoding, const SoundMaker& maker, int64_t samples) {
     const Codec codec = open_encoder(encoding);
     std::vector<Bytes> packets;
     for (int64_t at = 0; codec != nullptr && at < samples; at += codec->frame_size) {
-        const Frame frame = frame_of(*codec, maker.samples_until(samples, at, codec->frame_size), at);
+        const Frame frame = sound_frame(*codec, maker.samples_until(samples, at, codec->frame_size), at);
         avcodec_send_frame(codec.get(), frame.get());
         take_packets(*codec, packets);
+    }
+    return packets;
+}
+
+std::vector<Bytes> encode_plainly(const SoundEncoding& encoding, const std::vector<Bytes>& frames) {
+    const Codec codec = open_encoder(encoding);
+    std::vector<Bytes> packets;
+    int64_t at = 0;
+    for (const Bytes& samples : frames) {
+        const Frame frame = sound_frame(*codec, samples, at);
+        at += frame->nb_samples;
+        if (avcodec_send_frame(codec.get(), frame.get()) >= 0)
+            take_packets(*codec, packets);
     }
     return packets;
 }

@@ -25,6 +25,8 @@ namespace qmio::test {
 
 #if defined(_WIN32)
 using SocketHandle = SOCKET;
+using SendSize = int;
+inline constexpr int kSendFlags = 0;
 inline constexpr SocketHandle kNoSocket = INVALID_SOCKET;
 inline constexpr int kStreamSocket = SOCK_STREAM;
 inline constexpr int kShutSending = SD_SEND;
@@ -42,6 +44,8 @@ inline void close_socket(SocketHandle socket) {
 }
 #else
 using SocketHandle = int;
+using SendSize = std::size_t;
+inline constexpr int kSendFlags = MSG_NOSIGNAL;
 inline constexpr SocketHandle kNoSocket = -1;
 inline constexpr int kStreamSocket = SOCK_STREAM | SOCK_CLOEXEC;
 inline constexpr int kShutSending = SHUT_WR;

@@ -59,10 +59,19 @@ TEST(FramesVerb, AStillPictureCanBeAskedForTwice) {
     EXPECT_EQ(read_png(folder / "frame-000000.png").rgba, first_picture("still.png"));
 }
 
+TEST(FramesVerb, AStillPictureCanBeAskedForAgainAfterAFrameThatItHasNot) {
+    const TempDir folder;
+    const std::string name = made("still.png");
+    const Outcome outcome = run_qmio({"frames", name, "--at", "0,5,0", "--out", utf8(folder.path())});
+    EXPECT_NE(outcome.error_text.find(name + ": no picture at frame 5 (it counts 1 frames)"), std::string::npos);
+    EXPECT_EQ(read_png(folder / "frame-000000.png").rgba, first_picture("still.png"));
+}
+
 TEST(FramesVerb, TheFrameBeforeCanBeAskedForAgain) {
     const TempDir folder;
     const Outcome outcome = run_qmio({"frames", made("plain.mp4"), "--at", "30,30,29", "--out", utf8(folder.path())});
-    EXPECT_EQ(outcome.exit_code, 0) << outcome.error_text;
+    EXPECT_EQ(outcome.exit_code, 0);
+    EXPECT_EQ(outcome.error_text, "") << "where nothing went wrong nothing is told";
     EXPECT_EQ(number_in(read_png(folder / "frame-000030.png")), 30);
     EXPECT_EQ(number_in(read_png(folder / "frame-000029.png")), 29);
 }

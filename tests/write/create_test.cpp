@@ -249,6 +249,25 @@ TEST_F(Create, ToAContainerThatOpensItsOwnFilesNeedsNoOutput) {
     EXPECT_EQ(Player(path("picture02.png")).read().number, 1);
 }
 
+// Without an output of the library's they get no trailer, and they write their last files, or all, with that.
+TEST_F(Create, ToAContainerThatCompletesItsOwnFilesWithATrailerFails) {
+    for (const std::string container : {"dash", "fifo", "hds", "hls", "smoothstreaming", "tee", "webm_chunk"}) {
+        testing::internal::CaptureStderr();
+        EXPECT_FALSE(opens("fmt=" + container + "," + kVideo)) << container;
+        EXPECT_NE(testing::internal::GetCapturedStderr().find("[" + container + "]"), std::string::npos) << container;
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(path().parent_path()));
+}
+
+TEST_F(Create, ToSegmentsLeavesThemAllReadable) {
+    const std::string options =
+        "fmt=segment,segment_format=mpegts,segment_time=1,vcodec=mpeg2video,pix_fmt=yuv420p,size=64x48,g=25";
+    write_pictures(Writer(path("part%d.ts"), options), PictureMaker("AV_PIX_FMT_YUV420P", 64, 48), 75);
+    EXPECT_EQ(all_pictures(open_media(path("part0.ts")), 99).size(), 25U);
+    EXPECT_EQ(all_pictures(open_media(path("part1.ts")), 99).size(), 25U);
+    EXPECT_TRUE(std::filesystem::exists(path("part2.ts")));
+}
+
 // ---- names ----
 
 TEST_F(Create, CutsTheNameAtTheFirstBar) {

@@ -84,6 +84,26 @@ TEST_F(GrowingFile, HasNewFramesForAReaderThatMeantThemTooSoon) {
     EXPECT_EQ(ask(reader, "frame 30"), answer_of(30));
 }
 
+// A drain gives what is there, and then a picture between may have been missing: with frames that refer to later ones.
+TEST_F(GrowingFile, IsReadOnWhereItsEndWasWhenItHasGrown) {
+    for (const std::string kind : {"delayed ", "long "}) {
+        Process writer = writing_host();
+        ASSERT_EQ(ask(writer, kind + utf8(path_)), "created");
+        ASSERT_EQ(ask(writer, "write 30"), "30");
+        Process reader = reading_host();
+        ASSERT_EQ(ask(reader, open()), "opened");
+        ASSERT_EQ(ask(reader, "frame 20"), answer_of(20));
+        int newest = 20;
+        for (int written = 30; written <= 110; written += 20) {
+            const std::string rest = ask(reader, "rest");
+            EXPECT_EQ(std::stoi(rest), newest + 1) << kind << rest;
+            newest = std::stoi(rest.substr(rest.rfind(' ', rest.size() - 2) + 1));
+            EXPECT_GT(newest, written - 8) << kind;
+            ASSERT_EQ(ask(writer, "write 20"), std::to_string(written + 20));
+        }
+    }
+}
+
 TEST_F(GrowingFile, IsPublishedFromItsCreationToItsClose) {
     Process writer = writing_host();
     EXPECT_FALSE(is_published());

@@ -146,26 +146,44 @@ TEST_F(Sound, CallIsAnotherNameForTrackZero) {
     EXPECT_TRUE(read_back(kStereo) == sound);
 }
 
-// The encoder's own option for its layout overrules the channels of the track: a call takes what the encoder takes, and
-// reads nothing behind it.
+// The encoder's own option for its layout overrules the channels of the track or stands in for them: a call takes what
+// the encoder takes, and reads nothing behind it.
 TEST_F(Sound, IsTakenInTheChannelsThatTheEncoderOpenedWith) {
-    for (const std::string layout : {"ch_layout=stereo", "channel_layout=stereo"}) {
-        const Writer aac(path(), "fmt=matroska,acodec=aac,ac=1,ar=48000,afmt=fltp," + layout);
-        if (!aac.is_open())
-            continue;
+    for (const std::string layout : {"ch_layout=stereo", "channel_layout=stereo", "ch_layout=stereo,ac=1", "ac=2"}) {
+        const Writer aac(path(), "fmt=matroska,acodec=aac,ar=48000,afmt=fltp," + layout);
+        ASSERT_TRUE(aac.is_open()) << layout;
         const auto exact = std::make_unique<uint8_t[]>(8 * 4096);
-        EXPECT_GE(qmio_write_track(aac.handle(), 0, exact.get(), 8 * 4096), 0);
-        EXPECT_EQ(qmio_get_stream_param(aac.handle(), "channels", 0), 2);
+        EXPECT_GE(qmio_write_track(aac.handle(), 0, exact.get(), 8 * 4096), 0) << layout;
+        EXPECT_EQ(qmio_get_stream_param(aac.handle(), "channels", 0), 2) << layout;
     }
+    const Writer surround(path(), "fmt=matroska,acodec=flac,ar=48000,afmt=s16,ch_layout=5.1");
+    EXPECT_EQ(surround.write_sound(0, Bytes(12 * 4096)), 0);
+    // This one is not opened without channels.
+    const Writer planes(path(), "fmt=matroska,acodec=wavpack,ar=48000,afmt=s16p,ch_layout=stereo");
+    EXPECT_EQ(planes.write_sound(0, Bytes(4 * 4096)), 0);
+    EXPECT_FALSE(Writer(path(), "fmt=matroska,acodec=aac,ar=48000,afmt=fltp,ch_layout=nonesuch").is_open());
     EXPECT_FALSE(Writer(path(), "fmt=matroska,acodec=aac,ac=2147483647,ar=48000,afmt=fltp").is_open());
 }
 
 // ---- encoders of fixed frames ----
 
-TEST_F(Sound, IsRefusedByEncodersWhoseFramesNoRingHolds) {
-    const Writer flac(path(), "fmt=flac,acodec=flac,ac=1,ar=48000,afmt=s16,frame_size=65535");
-    ASSERT_TRUE(flac.is_open());
-    EXPECT_EQ(flac.write_sound(0, Bytes(2 * 1000)), QMIO_TRACK_NO_RING);
+// A frame longer than half the usual ring gets a ring with room beside it: calls of any usual length are kept whole.
+TEST_F(Sound, IsKeptWholeByEncodersWhoseFramesNearlyFillTheRing) {
+    const SoundMaker maker(kMono);
+    for (const auto& [encoder, frame] : {std::pair("wavpack", 48000), std::pair("tta", 50155)})
+        for (const int count : {1601, 1920, 48000}) {
+            const SoundForm form{1, 48000, frame == 48000 ? AV_SAMPLE_FMT_S16P : AV_SAMPLE_FMT_S16};
+            int64_t at = 0;
+            {
+                const Writer writer(path(), "fmt=matroska" + track_options(encoder, form));
+                for (; at < 130000; at += count)
+                    ASSERT_GE(writer.write_sound(0, maker.samples(at, count)), 0) << encoder << " " << count;
+            }
+            const auto frames = static_cast<std::size_t>((at + frame - 1) / frame);
+            EXPECT_TRUE(read_back(kMono) ==
+                        maker.samples_until(at, 0, static_cast<int>(frames * static_cast<std::size_t>(frame))))
+                << encoder << " " << count;
+        }
 }
 
 // Less than a frame always waits in the ring, so a ring's worth at a time would be too much.

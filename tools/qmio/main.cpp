@@ -21,7 +21,9 @@ void add_verbs(CLI::App& app) {
     host::add_audio(app);
     host::add_wave(app);
     host::add_convert(app);
+    host::add_remux(app);
     host::add_make(app);
+    host::add_play(app);
     host::add_timecode(app);
     host::add_formats(app);
     host::add_codecs(app);

@@ -154,6 +154,7 @@ void make(const MakeOptions& options) {
     const OptionList filled = fill_in(options.options);
     Output output(options.out, filled.text());
     std::vector<Tone> tones;
+    tones.reserve(static_cast<std::size_t>(output.track_count()));
     for (int track = 0; track < output.track_count(); ++track)
         tones.emplace_back(output, track);
     std::unique_ptr<Picture> picture;

@@ -11,9 +11,13 @@ namespace host {
 
 namespace {
 
-MediaHandle* create(const std::string& name, const std::string& options) {
+MediaHandle* create(const wchar_t* name, const wchar_t* options) {
+    return qmio_create_ex_w(name, options, QMIO_CREATE_INTERLEAVED);
+}
+
+MediaHandle* make_by(const Output::Make& make, const std::string& name, const std::string& options) {
     try {
-        return qmio_create_ex_w(wide_of(name).c_str(), wide_of(options).c_str(), QMIO_CREATE_INTERLEAVED);
+        return (make ? make : create)(wide_of(name).c_str(), wide_of(options).c_str());
     } catch (const std::system_error&) {
         throw Failure(name, "the name or the options are not valid UTF-8");
     }
@@ -31,8 +35,8 @@ bool is_there(const std::filesystem::path& path) {
 
 }  // namespace
 
-Output::Output(const std::string& name, const std::string& options)
-    : name_(name), existed_(is_there(file_of(name))), handle_(create(name, options)) {
+Output::Output(const std::string& name, const std::string& options, const Make& make)
+    : name_(name), existed_(is_there(file_of(name))), handle_(make_by(make, name, options)) {
     if (handle_ != nullptr)
         return;
     const std::string reason = reason_of_failure();
@@ -90,6 +94,16 @@ void Output::close() {
     if (!error && size < written_)
         throw Failure(name_, "cannot be written whole");
     whole_ = true;
+}
+
+void Output::require_readable() {
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(path(), ignored))
+        return;
+    const std::unique_ptr<MediaHandle, Closer> reader(qmio_open_w(wide_of(name_.substr(0, name_.find('|'))).c_str()));
+    whole_ = reader != nullptr;
+    if (!whole_)
+        throw Failure(name_, "cannot be written whole");
 }
 
 void require_other_file(const std::string& in, const std::string& out) {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -12,12 +13,16 @@ namespace host {
 
 class Output {
   public:
-    // Makes the file `name` (UTF-8) from an option string of the library. Throws a Failure that names the file.
-    Output(const std::string& name, const std::string& options);
+    using Make = std::function<MediaHandle*(const wchar_t* name, const wchar_t* options)>;
+
+    // Makes the file `name` (UTF-8) from an option string of the library, by `make` or, without it, for pictures and
+    // sound to be encoded. Throws a Failure that names the file.
+    Output(const std::string& name, const std::string& options, const Make& make = {});
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
     ~Output();  // a file that was not there before and did not become whole is removed
 
+    const std::string& name() const { return name_; }
     MediaHandle* handle() const { return handle_.get(); }
     int width() const { return static_cast<int>(qmio_get_file_param(handle(), "width")); }
     int height() const { return static_cast<int>(qmio_get_file_param(handle(), "height")); }
@@ -31,11 +36,14 @@ class Output {
     void write(imio_picture& picture);
     void write(int track, const uint8_t* samples, int bytes);
 
-    // Uncompressed sound takes at least its own room in the file.
+    // What was written takes at least this room in the file.
     void expect(int bytes) { written_ += static_cast<std::uintmax_t>(bytes); }
 
     // Completes the file. Throws a Failure when it is shorter than what was written into it.
     void close();
+
+    // Throws a Failure when what was closed cannot be opened: so shows a container that could not be completed.
+    void require_readable();
 
   private:
     struct Closer {

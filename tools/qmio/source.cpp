@@ -33,12 +33,12 @@ std::string reason_of_failed_open(const std::string& name) {
     return "is not a media file, or is damaged beyond reading";
 }
 
-MediaHandle* open(const std::string& name) {
+MediaHandle* open(const std::string& name, const wchar_t* options) {
     // Such a name is not a text but a block of the caller's memory, which a command line has not got.
     if (has_prefix(name, "mem:"))
         throw Failure(name, "memory cannot be named on a command line");
     try {
-        return qmio_open_w(wide_of(name).c_str());
+        return qmio_open_ex_w(wide_of(name).c_str(), options);
     } catch (const std::system_error&) {
         throw Failure(name, "the name is not valid UTF-8");
     }
@@ -46,7 +46,7 @@ MediaHandle* open(const std::string& name) {
 
 }  // namespace
 
-Source::Source(const std::string& name) : name_(name), handle_(open(name)) {
+Source::Source(const std::string& name, const wchar_t* options) : name_(name), handle_(open(name, options)) {
     if (handle_ == nullptr)
         throw Failure(name, reason_of_failed_open(name));
     if (has_video())
@@ -86,7 +86,8 @@ bool Source::read_frame(int number, Picture& picture) {
     if (!seek(number))
         return false;
     int result = read_next(record);
-    if (result == QMIO_PICTURE_HELD)
+    // A still picture is read once, and held from then on.
+    if (result <= QMIO_PICTURE_HELD && last_decoded() == number)
         result = imio_get_buf(handle(), &record);
     if (result > 0)
         held_ = number;

@@ -13,8 +13,9 @@ namespace host {
 
 class Source {
   public:
-    // Opens the file or address `name` (UTF-8). Throws a Failure that says why it cannot be opened.
-    explicit Source(const std::string& name);
+    // Opens the file or address `name` (UTF-8) with options of the library, null for none. Throws a Failure that says
+    // why it cannot be opened.
+    explicit Source(const std::string& name, const wchar_t* options = nullptr);
 
     const std::string& name() const { return name_; }
     MediaHandle* handle() const { return handle_.get(); }

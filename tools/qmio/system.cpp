@@ -9,6 +9,7 @@
 
 #include "text.h"
 #else
+#include <fcntl.h>
 #include <unistd.h>
 #endif
 
@@ -32,6 +33,15 @@ bool error_output_is_terminal() {
     return _isatty(_fileno(stderr)) != 0;
 }
 
+// The library asks the system for standard error at every message.
+QuietErrors::QuietErrors() : before_(reinterpret_cast<std::intptr_t>(GetStdHandle(STD_ERROR_HANDLE))) {
+    SetStdHandle(STD_ERROR_HANDLE, nullptr);
+}
+
+QuietErrors::~QuietErrors() {
+    SetStdHandle(STD_ERROR_HANDLE, reinterpret_cast<HANDLE>(before_));
+}
+
 #else
 
 std::vector<std::string> utf8_arguments(int argc, char** argv) {
@@ -40,6 +50,21 @@ std::vector<std::string> utf8_arguments(int argc, char** argv) {
 
 bool error_output_is_terminal() {
     return isatty(STDERR_FILENO) != 0;
+}
+
+QuietErrors::QuietErrors() : before_(dup(STDERR_FILENO)) {
+    const int nowhere = before_ >= 0 ? open("/dev/null", O_WRONLY | O_CLOEXEC) : -1;
+    if (nowhere < 0)
+        return;
+    dup2(nowhere, STDERR_FILENO);
+    close(nowhere);
+}
+
+QuietErrors::~QuietErrors() {
+    if (before_ < 0)
+        return;
+    dup2(static_cast<int>(before_), STDERR_FILENO);
+    close(static_cast<int>(before_));
 }
 
 #endif

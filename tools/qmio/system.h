@@ -1,6 +1,7 @@
 // The services of the operating system that standard C++ does not have.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -11,5 +12,17 @@ std::vector<std::string> utf8_arguments(int argc, char** argv);
 
 // True when standard error is a terminal that somebody may be looking at.
 bool error_output_is_terminal();
+
+// While it lives, what this process writes to standard error goes nowhere.
+class QuietErrors {
+  public:
+    QuietErrors();
+    QuietErrors(const QuietErrors&) = delete;
+    QuietErrors& operator=(const QuietErrors&) = delete;
+    ~QuietErrors();
+
+  private:
+    std::intptr_t before_;
+};
 
 }  // namespace host

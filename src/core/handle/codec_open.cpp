@@ -4,10 +4,15 @@
 #include <utility>
 
 #include "core/process/settings.h"
+#include "ffmpeg/encoder_values.h"
 
 namespace qmio {
 
 namespace {
+
+bool tells_threads(const ffmpeg::Dictionary* options) {
+    return options != nullptr && options->get("threads") != nullptr;
+}
 
 int open_once(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary* options) {
     std::unique_lock<platform::NamedMutex> lock;
@@ -19,6 +24,10 @@ int open_once(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary*
 }  // namespace
 
 int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary* options) {
+    if (const int checked = ffmpeg::check_unchecked_values(context, codec); checked < 0)
+        return checked;
+    if (settings().core_count > 0 && av_codec_is_encoder(&codec) != 0 && !tells_threads(options))
+        context.thread_count = settings().core_count;
     // A failed attempt empties the options and takes the channel layout out of the context.
     ffmpeg::Dictionary options_again = options != nullptr ? options->copy() : ffmpeg::Dictionary();
     const ffmpeg::ChannelLayout layout(context.ch_layout);
@@ -26,10 +35,13 @@ int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary
     // FFmpeg gives up altogether when the system has no thread left to give.
     if (result != AVERROR(EAGAIN) && result != AVERROR(ENOMEM))
         return result;
-    if (options != nullptr)
-        *options = std::move(options_again);
     layout.copy_to(context.ch_layout);
     context.thread_count = 1;
+    if (options == nullptr)
+        return open_once(context, codec, options);
+    *options = std::move(options_again);
+    // The options are heeded after the context.
+    options->set("threads", "1");
     return open_once(context, codec, options);
 }
 

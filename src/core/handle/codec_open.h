@@ -6,6 +6,8 @@
 namespace qmio {
 
 // avcodec_open2 inside the codec mutex. `options` may be null; what the codec left in it was not used.
+// An encoder that would crash or hang over a value in `context` is not opened: AVERROR(EINVAL).
+// An encoder whose options do not tell the number of its threads has the configured number of cores.
 // A codec whose worker threads cannot be created is opened with one thread instead.
 int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary* options);
 

@@ -1,12 +1,37 @@
 #include "core/handle/container.h"
 
+#include <string_view>
+
 namespace qmio {
 
 namespace {
 
 // FFmpeg polls this from any thread while it blocks on a network source.
 int is_cancelled(void* container) {
-    return static_cast<const Container*>(container)->cancelled.load(std::memory_order_relaxed) ? 1 : 0;
+    auto& asking = *static_cast<Container*>(container);
+    const bool is_over = asking.cancelled.load(std::memory_order_relaxed) ||
+                         asking.reader_stopped.load(std::memory_order_relaxed) || asking.stall_watch.asked();
+    return is_over ? 1 : 0;
+}
+
+// Pictures behind one another without a container around them: FFmpeg's index of those names pieces of pictures.
+bool holds_bare_pictures(const AVFormatContext& context) {
+    const std::string_view name = context.iformat->name;
+    return name == "image2pipe" || name.ends_with("_pipe");
+}
+
+// A picture that is a file of its own is read once more out of what is open already, but from where that stands.
+bool holds_one_picture(const AVFormatContext& context) {
+    return std::string_view(context.iformat->name) == "image2" && context.pb != nullptr;
+}
+
+int seek_in(AVFormatContext& context, int stream, int64_t position, int flags) {
+    if (holds_bare_pictures(context) && position <= 0 && av_seek_frame(&context, stream, 0, AVSEEK_FLAG_BYTE) >= 0)
+        return 0;
+    const int result = av_seek_frame(&context, stream, position, flags);
+    if (result >= 0 && holds_one_picture(context))
+        avio_seek(context.pb, 0, SEEK_SET);
+    return result;
 }
 
 }  // namespace
@@ -33,11 +58,21 @@ void release_custom_io(Container& container) {
     container.custom_io.reset();
 }
 
+void forget_end(const Container& container) {
+    AVIOContext* const io = container.format_ctx != nullptr ? container.format_ctx->pb : nullptr;
+    if (io != nullptr && io->seek != nullptr && (io->seekable & AVIO_SEEKABLE_NORMAL) != 0)
+        io->seek(io->opaque, io->pos, SEEK_SET);
+}
+
 int seek_container(Container& container, int stream, int64_t position, int flags) {
     if (!is_demuxing(container))
         return AVERROR(EBADF);
-    const int result = av_seek_frame(container.format_ctx.get(), stream, position, flags);
-    container.moved |= result >= 0;
+    forget_end(container);
+    const int result = seek_in(*container.format_ctx, stream, position, flags);
+    if (result >= 0) {
+        container.moved = true;
+        container.clock.note_seek();
+    }
     return result;
 }
 

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "core/handle/stall_watch.h"
 #include "ffmpeg/owners.h"
 #include "ffmpeg/stream_clock.h"
 #include "platform/shared_mapping.h"
@@ -17,6 +18,8 @@ namespace qmio {
 // before its I/O.
 struct Container {
     std::atomic<bool> cancelled{false};         // makes FFmpeg's blocking I/O return
+    std::atomic<bool> reader_stopped{false};    // does so, too, until the background reader has ended
+    StallWatch stall_watch;                     // does so, too
     std::unique_ptr<qmlib::InputSource> input;  // bytes that FFmpeg does not fetch itself; null: it does
     ffmpeg::CustomIoPtr custom_io;
     ffmpeg::FormatContextPtr format_ctx;
@@ -26,7 +29,7 @@ struct Container {
     std::unique_ptr<platform::SharedMapping> index_mapping;  // the frame-position index; null: none
 };
 
-// Makes FFmpeg's blocking I/O return once the container is cancelled.
+// Makes FFmpeg's blocking I/O return once the container is cancelled or its source stands still for too long.
 AVIOInterruptCB interrupt_callback(Container& container);
 
 // True while there is a container to read from: not before the open, after a cancel or in a writer.
@@ -38,7 +41,11 @@ AVStream* stream_of_packet(const Container& container, const AVPacket& packet);
 // Takes the I/O of our own away from the format context, which FFmpeg would not do.
 void release_custom_io(Container& container);
 
-// av_seek_frame; AVERROR(EBADF) without a container to read from.
+// Lets the system say anew where the file ends. Some C libraries keep to the end that they met until the file is positioned,
+// though it may have grown.
+void forget_end(const Container& container);
+
+// av_seek_frame, which for bare pictures knows the first byte as well; AVERROR(EBADF) without a container to read from.
 int seek_container(Container& container, int stream, int64_t position, int flags);
 
 }  // namespace qmio

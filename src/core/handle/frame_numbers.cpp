@@ -63,7 +63,8 @@ int32_t frame_number_at(const Video& video, int64_t timestamp) {
     const AVStream& stream = *video.stream;
     const AVRational rate = video.frame_rate;
     const double offset = static_cast<double>(timestamp) - static_cast<double>(start_or_zero(stream));
-    return to_int32(std::round(offset * rate.num * stream.time_base.num / rate.den / stream.time_base.den));
+    const double number = std::round(offset * rate.num * stream.time_base.num / rate.den / stream.time_base.den);
+    return to_int32(number + video.number_shift);
 }
 
 int32_t frame_number_of(const Video& video, const AVFrame& picture, const AVPacket* packet) {

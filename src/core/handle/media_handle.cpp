@@ -1,19 +1,34 @@
 #include "core/handle/media_handle.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <new>
 #include <numeric>
+
+#include "ffmpeg/packet_copy.h"
 
 namespace qmio {
 
 namespace {
 
+ffmpeg::PacketPtr make_packet() {
+    ffmpeg::PacketPtr packet(av_packet_alloc());
+    if (packet != nullptr)
+        ffmpeg::clear_packet(*packet);
+    return packet;
+}
+
 bool make_packets(Reading& reading) {
-    reading.packet.reset(av_packet_alloc());
-    reading.saved_pkt.reset(av_packet_alloc());
-    reading.audio_packet.reset(av_packet_alloc());
+    reading.packet = make_packet();
+    reading.saved_pkt = make_packet();
+    reading.audio_packet = make_packet();
     return reading.packet != nullptr && reading.saved_pkt != nullptr && reading.audio_packet != nullptr;
+}
+
+uint64_t next_number() {
+    static std::atomic<uint64_t> last{0};
+    return ++last;
 }
 
 }  // namespace
@@ -24,6 +39,7 @@ MediaHandle* create_handle() {
         return nullptr;
     auto* handle = new (memory.get()) MediaHandle;
     static_cast<void>(memory.release());
+    handle->number = next_number();
     std::iota(handle->sound.chan_map.begin(), handle->sound.chan_map.end(), 0);
     if (!make_packets(handle->reading)) {
         destroy_handle(handle);
@@ -66,6 +82,8 @@ void release_container(MediaHandle& handle) {
 }
 
 void flush_video_decoder(Video& video, Reading& reading) {
+    video.number_shift = 0;
+    reading.landing.reset();
     if (video.codec != nullptr)
         reading.decoder.flush();
 }

@@ -2,11 +2,13 @@
 // routines change them.
 #pragma once
 
+#include <memory>
 #include <mutex>
 #include <string>
 
 #include "core/handle/container.h"
 #include "core/handle/reading.h"
+#include "core/handle/remuxing.h"
 #include "core/handle/sound.h"
 #include "core/handle/track.h"
 #include "core/handle/video.h"
@@ -16,6 +18,10 @@ namespace qmio {
 
 inline constexpr int kMaxName = 1024;
 
+namespace packet {
+class BackgroundReader;
+}
+
 // What hosts call the two kinds of stream.
 enum StreamKind { kVideoKind = 1, kAudioKind = 2 };
 
@@ -24,6 +30,7 @@ enum StreamKind { kVideoKind = 1, kAudioKind = 2 };
 // Opaque to hosts. It lives in zeroed memory of FFmpeg's allocator and is destroyed by qmio_close alone.
 struct MediaHandle {
     char file_name[qmio::kMaxName] = {};
+    uint64_t number = 0;             // no other handle of the process has it, even after this one is closed
     std::recursive_mutex call_lock;  // held during every call on the handle; qmio_cancel waits for it
     std::mutex cancel_lock;          // held by qmio_cancel from beginning to end; qmio_close waits for it
     qmio::Container container;       // below it what borrows its streams and codecs
@@ -32,6 +39,8 @@ struct MediaHandle {
     qmio::Sound sound;
     qmio::Reading reading;
     qmio::Writing writing;
+    qmio::Remuxing remuxing;
+    std::shared_ptr<qmio::packet::BackgroundReader> reader_queue;  // reads ahead; null: packets come from the container
 };
 
 namespace qmio {

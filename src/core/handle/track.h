@@ -34,6 +34,9 @@ struct Track {
     ffmpeg::SoundForm delivered = kNoSound;  // what the host is told: the form it gets, or the encoder's
     ffmpeg::Block buffer;  // resampled sound; at least kTrackBufferSize bytes, more after a longer frame
 
+    int64_t pts =
+        0;  // of the frame decoded last; of a file that is written of the next frame, in the codec's time base
+
     // Of a source.
     ffmpeg::Decoder decoder;  // one packet in, one frame out, over `codec`
     PacketRest rest;
@@ -45,7 +48,6 @@ struct Track {
     int32_t frame_samples = 0;  // that the encoder takes at a time
     std::unique_ptr<qmlib::AudioRing> ring;
     ffmpeg::BlockPtr frame_buffer;  // kTrackBufferSize bytes: one frame from ring to encoder
-    int64_t pts = 0;                // of the next frame, in the codec's time base
 };
 
 // The tracks of a handle by their numbers.

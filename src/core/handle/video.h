@@ -24,6 +24,7 @@ struct Video {
     int32_t frame_count = 0;
     int32_t want_frame = 0;         // number of the next frame to deliver or to encode
     int32_t have_frame = kNoFrame;  // number of the picture held
+    int32_t number_shift = 0;       // numbers of frames less what their times say: a demuxer may have lost the time
     int32_t gop = 12;               // a number of the host's, kept for it
 };
 

@@ -13,7 +13,9 @@ namespace qmio {
 // What kind of handle it is (`mode`); zero in a reader.
 namespace mode {
 inline constexpr uint32_t writer = 1;
-inline constexpr uint32_t remux = 8;  // waits for remuxing, which sets it
+inline constexpr uint32_t copies_sound = 2;
+inline constexpr uint32_t copies_video = 4;
+inline constexpr uint32_t remux = 8;  // packets of other files come into it; closing drains no encoder
 inline constexpr uint32_t interleaved = 16;
 inline constexpr uint32_t suppressed = 32;
 }  // namespace mode

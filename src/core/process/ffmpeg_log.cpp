@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "core/process/settings.h"
+#include "core/text/names.h"
 #include "ffmpeg/ffmpeg.h"
 #include "qmlib/sinks.h"
 
@@ -60,7 +61,7 @@ void log_ffmpeg_message(void* context, int level, const char* format, va_list ar
         if (std::vsnprintf(message.data(), message.size(), format, arguments) < 0)
             return;
         const char* kind = class_name(context);
-        write_message(kind, object_name(context, kind), message.data());
+        write_message(kind, message_text(object_name(context, kind)).c_str(), message_text(message.data()).c_str());
     } catch (...) {
         // Nothing may throw into FFmpeg.
     }

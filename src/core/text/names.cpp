@@ -1,10 +1,12 @@
 #include "core/text/names.h"
 
+#include <cstring>
 #include <utility>
 
 #include "core/process/settings.h"
 #include "core/text/memory_block.h"
 #include "ffmpeg/ffmpeg.h"
+#include "platform/file.h"
 #include "platform/text.h"
 
 namespace qmio {
@@ -69,14 +71,25 @@ std::optional<Request> request(const wchar_t* name, const wchar_t* options) {
     return Request{std::move(*converted), nullptr, options_of(options != nullptr ? ansi.c_str() : nullptr)};
 }
 
+std::optional<Request> request_in_code_page(const char* name, const char* options) {
+    if (name == nullptr || std::strlen(name) > kMaxNameBytes || memory_block::is_block(name))
+        return std::nullopt;
+    return Request{name, nullptr, options_of(options)};
+}
+
 std::wstring wide_name(const char* name) {
     return platform::widen(name, settings().code_page);
 }
 
 std::string url_of(const std::string& name) {
-    if (settings().code_page == platform::kCodePageUtf8)
-        return name;
-    return platform::narrow(wide_name(name.c_str()), platform::kCodePageUtf8);
+    return platform::library_file_name(name, settings().code_page);
+}
+
+std::string message_text(const char* text) {
+    using namespace platform;
+    const bool is_utf8 =
+        settings().code_page == kCodePageUtf8 || narrow(widen(text, kCodePageUtf8), kCodePageUtf8) == text;
+    return is_utf8 ? text : narrow(wide_name(text), kCodePageUtf8);
 }
 
 bool has_prefix(const char* text, const char* prefix) {

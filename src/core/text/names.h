@@ -25,11 +25,18 @@ std::optional<Request> request(const char* name, const char* options);
 // and so has no wide name.
 std::optional<Request> request(const wchar_t* name, const wchar_t* options);
 
+// The same from a narrow name that is in the configured code page already, of at most 1,023 bytes, and options as above.
+// Empty for a memory block, too.
+std::optional<Request> request_in_code_page(const char* name, const char* options);
+
 // A core name as wide text, for messages.
 std::wstring wide_name(const char* name);
 
-// A core name as FFmpeg takes it: UTF-8, on every system.
+// A core name as FFmpeg takes it on this system.
 std::string url_of(const std::string& name);
+
+// Narrow text of FFmpeg's, which may hold core names, in UTF-8.
+std::string message_text(const char* text);
 
 // True when `text` begins with `prefix`, which is written in lower case, in any case.
 bool has_prefix(const char* text, const char* prefix);

@@ -1,6 +1,7 @@
 #include "core/text/option_passes.h"
 
 #include "core/process/trace.h"
+#include "ffmpeg/protocol.h"
 
 namespace qmio {
 namespace {
@@ -44,6 +45,12 @@ void add_format_options(AVFormatContext& context, ffmpeg::Dictionary& dictionary
         for (const std::string_view key : {"video_size", "pixel_format", "framerate"})
             if (pair.key == key)
                 dictionary.set(pair.key.c_str(), pair.value.c_str());
+}
+
+void add_protocol_options(const std::string& url, ffmpeg::Dictionary& dictionary, const Options& options) {
+    for (const Option& pair : options)
+        if (ffmpeg::protocol_knows_option(url, pair.key))
+            dictionary.set(pair.key.c_str(), pair.value.c_str());
 }
 
 void add_video_encoder_options(AVCodecContext& context, ffmpeg::Dictionary& dictionary, const Options& options) {

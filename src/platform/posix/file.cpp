@@ -6,17 +6,9 @@
 #include <cerrno>
 
 #include "platform/posix/descriptor.h"
-#include "platform/text.h"
 
 namespace qmio::platform {
 namespace {
-
-// Names of files are UTF-8 here. Such a name goes through untouched, so that one with odd bytes can be opened too.
-std::string file_system_name(const std::string& path, uint32_t code_page) {
-    if (code_page == kCodePageAnsi || code_page == kCodePageUtf8)
-        return path;
-    return narrow(widen(path, code_page), kCodePageUtf8);
-}
 
 // One write even when the text does not fit (a full disk): a second one could land behind another process's line.
 void write_once(int descriptor, std::string_view text) {
@@ -68,8 +60,9 @@ bool is_directory(int descriptor) {
 
 }  // namespace
 
-std::unique_ptr<ReadFile> ReadFile::open(const std::string& path, uint32_t code_page) {
-    Descriptor file(::open(file_system_name(path, code_page).c_str(), O_RDONLY | O_CLOEXEC));
+// Names of files are bytes here, in whatever code page.
+std::unique_ptr<ReadFile> ReadFile::open(const std::string& path, uint32_t /*code_page*/) {
+    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file || is_directory(file.get()))
         return nullptr;
     return std::make_unique<PosixReadFile>(std::move(file));
@@ -78,6 +71,10 @@ std::unique_ptr<ReadFile> ReadFile::open(const std::string& path, uint32_t code_
 std::unique_ptr<AppendFile> AppendFile::open(const std::string& path) {
     Descriptor file(::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
     return file ? std::make_unique<PosixAppendFile>(std::move(file)) : nullptr;
+}
+
+std::string library_file_name(const std::string& name, uint32_t /*code_page*/) {
+    return name;
 }
 
 void write_to_console(std::string_view text) {

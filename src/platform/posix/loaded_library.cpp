@@ -5,10 +5,19 @@
 #include "platform/posix/library_of.h"
 
 namespace qmio::platform {
+namespace {
+
+constexpr char own_address = 0;
+
+}  // namespace
 
 void keep_loaded(const void* address) {
     if (!is_of_this_library(address))
         keep_library_of(address);
+}
+
+void keep_this_library_loaded() {
+    keep_library_of(&own_address);
 }
 
 Function function_of_library(const void*, const char*, Function stub) {
@@ -16,7 +25,6 @@ Function function_of_library(const void*, const char*, Function stub) {
 }
 
 bool is_of_this_library(const void* address) {
-    static const char own_address = 0;
     Dl_info library{};
     Dl_info own{};
     return ::dladdr(address, &library) != 0 && ::dladdr(&own_address, &own) != 0 && library.dli_fbase == own.dli_fbase;

@@ -3,8 +3,11 @@
 #include "platform/shared_mapping.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+
+#include <mutex>
 
 #include "platform/leftovers.h"
 #include "platform/posix/byte_lock.h"
@@ -13,29 +16,64 @@
 namespace qmio::platform {
 namespace {
 
+class FileMapping;
+
+// All mappings of this process. Taken for every coming and going as well, so that a fork never meets a file half-way.
+// Plain data without destructors: mappings that live in static objects may be closed after everything else of this file.
+constinit std::mutex registry;
+constinit FileMapping* first_mapping = nullptr;
+
+// Made, forgotten by a child and destroyed under the registry.
 class FileMapping final : public SharedMapping {
   public:
     FileMapping(void* data, std::size_t size, Descriptor file, std::string file_name)
-        : data_(data), size_(size), file_(std::move(file)), file_name_(std::move(file_name)) {}
+        : data_(data), size_(size), file_(std::move(file)), file_name_(std::move(file_name)), next_(first_mapping) {
+        first_mapping = this;
+    }
     FileMapping(const FileMapping&) = delete;
     FileMapping& operator=(const FileMapping&) = delete;
 
     ~FileMapping() override {
+        const std::lock_guard guard(registry);
+        FileMapping** link = &first_mapping;
+        while (*link != this)
+            link = &(*link)->next_;
+        *link = next_;
         ::munmap(data_, size_);
-        wait_lock_byte(file_.get(), kGateByte, ByteLock::kExclusive);
-        if (try_lock_byte(file_.get(), kUserByte, ByteLock::kExclusive))
-            remove_name(file_.get(), file_name_);
+        if (file_)
+            leave();
     }
 
     void* data() const override { return data_; }
     std::size_t size() const override { return size_; }
 
+    // After a fork the child holds the parent's descriptors, and with them its locks, beyond the parent's death. It
+    // keeps the memory, but is no user whom others could attach to.
+    static void forget_parent() {
+        for (FileMapping* mapping = first_mapping; mapping != nullptr; mapping = mapping->next_)
+            mapping->file_.reset();
+        registry.unlock();
+    }
+
   private:
+    void leave() const {
+        wait_lock_byte(file_.get(), kGateByte, ByteLock::kExclusive);
+        if (try_lock_byte(file_.get(), kUserByte, ByteLock::kExclusive))
+            remove_name(file_.get(), file_name_);
+    }
+
     void* data_;
     std::size_t size_;
-    Descriptor file_;
+    Descriptor file_;  // none in a child of the process that made the mapping
     std::string file_name_;
+    FileMapping* next_;
 };
+
+void watch_forks() {
+    static const int registered =
+        ::pthread_atfork([] { registry.lock(); }, [] { registry.unlock(); }, [] { FileMapping::forget_parent(); });
+    static_cast<void>(registered);
+}
 
 std::size_t file_size(int descriptor) {
     struct stat status {};
@@ -45,7 +83,12 @@ std::size_t file_size(int descriptor) {
 // Becomes a user of the file and leaves the gate. The caller is inside the gate and has made sure that this is right.
 std::unique_ptr<SharedMapping> become_user(Descriptor file, const std::string& file_name) {
     const std::size_t size = file_size(file.get());
-    void* data = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
+    // Memory keeps alive the open file that it was made of, locks and all, also in a child of this process: it is made of
+    // one without locks.
+    const Descriptor unlocked = open_shared_file(file_name, IfMissing::kFail);
+    if (!unlocked)
+        return nullptr;
+    void* data = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, unlocked.get(), 0);
     if (data == MAP_FAILED)
         return nullptr;
     try_lock_byte(file.get(), kUserByte, ByteLock::kShared);
@@ -90,6 +133,8 @@ Inside enter_gate(const std::string& file_name, IfMissing if_missing) {
 std::unique_ptr<SharedMapping> SharedMapping::create(const std::string& name, std::size_t size) {
     // First, as their memory may be what is missing.
     remove_leftovers();
+    watch_forks();
+    const std::lock_guard guard(registry);
     const std::string file_name = shared_file_name(kMappingKind, name);
     Inside inside = enter_gate(file_name, IfMissing::kCreate);
     if (inside.found == Found::kEmpty)
@@ -100,6 +145,8 @@ std::unique_ptr<SharedMapping> SharedMapping::create(const std::string& name, st
 }
 
 std::unique_ptr<SharedMapping> SharedMapping::open(const std::string& name) {
+    watch_forks();
+    const std::lock_guard guard(registry);
     const std::string file_name = shared_file_name(kMappingKind, name);
     Inside inside = enter_gate(file_name, IfMissing::kFail);
     return inside.found == Found::kLiving ? become_user(std::move(inside.file), file_name) : nullptr;

@@ -72,6 +72,10 @@ std::unique_ptr<AppendFile> AppendFile::open(const std::string& path) {
 }
 
 // A console shows bytes in its own code page, so it gets wide text; a file or pipe gets the UTF-8 as it is.
+std::string library_file_name(const std::string& name, uint32_t code_page) {
+    return code_page == kCodePageUtf8 ? name : narrow(widen(name, code_page), kCodePageUtf8);
+}
+
 void write_to_console(std::string_view text) {
     const HANDLE output = ::GetStdHandle(STD_ERROR_HANDLE);
     DWORD mode = 0;

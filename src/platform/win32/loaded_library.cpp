@@ -5,6 +5,8 @@
 namespace qmio::platform {
 namespace {
 
+constexpr char own_address = 0;
+
 HMODULE module_of(const void* address, DWORD flags) {
     HMODULE module = nullptr;
     ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | flags, static_cast<LPCWSTR>(address), &module);
@@ -14,10 +16,13 @@ HMODULE module_of(const void* address, DWORD flags) {
 }  // namespace
 
 void keep_loaded(const void* address) {
-    static const char own_address = 0;
     constexpr DWORD kLookOnly = GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
     if (module_of(address, kLookOnly) != module_of(&own_address, kLookOnly))
         module_of(address, GET_MODULE_HANDLE_EX_FLAG_PIN);
+}
+
+void keep_this_library_loaded() {
+    module_of(&own_address, GET_MODULE_HANDLE_EX_FLAG_PIN);
 }
 
 Function function_of_library(const void* address, const char* name, Function stub) {

@@ -1,0 +1,154 @@
+// What the log tells about a source that is opened, read, sought in and closed.
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "support/media.h"
+#include "support/open_media.h"
+#include "support/temp_dir.h"
+#include "support/trace_lines.h"
+
+namespace qmio::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+// Addresses and times differ from run to run, and the folders do.
+Lines masked(const TraceLines& trace) {
+    Lines lines = trace.read();
+    for (std::string& line : lines) {
+        line = std::regex_replace(line, std::regex("[0-9A-F]{16}"), "POINTER");
+        line = std::regex_replace(line, std::regex("spent [0-9]+ msec"), "spent N msec");
+        line = std::regex_replace(line, std::regex("(: |\\[)[^ \\[\\]]*[/\\\\]([^/\\\\ \\[\\]]+\\.[a-z0-9]+)"),
+                                  "$1FOLDER/$2");
+    }
+    return lines;
+}
+
+Media open_quietly(const std::string& name) {
+    return open_media(utf8(media_path(name)), "threads=1");
+}
+
+Lines open_lines(const std::string& name, const std::string& options, TraceSwitch kind = TraceSwitch::open) {
+    const TraceLines trace(kind);
+    const Media media = open_media(name, options);
+    return masked(trace);
+}
+
+TEST(OpenLog, TellsEveryStepInOrder) {
+    EXPECT_EQ(
+        open_lines(utf8(media_path("two_tracks_pcm_mp2.mkv")), "threads=1,probesize=1M"),
+        (Lines{"qmio_open_u8: enc 65001 [FOLDER/two_tracks_pcm_mp2.mkv] param [threads=1,probesize=1M]",
+               "qmio_open_u8: avformat_open_input: format ctx POINTER",
+               "qmio_open_u8: \tavformat_find_stream_info OK, 3 streams", "qmio_open_u8: VIDEO",
+               "qmio_open_u8: \tavcodec_find_decoder OK",
+               "qmio_open_u8: \tavcodec_open OK, 160 x 96, pix fmt 0 (yuv420p)", "qmio_open_u8: format dur 2011000",
+               "qmio_open_u8: frames 50, stream frames  0",  // two blanks
+               "qmio_open_audio: AUDIO", "qmio_open_u8: AUDIO, 2 streams of 3",
+               "qmio_open_u8: done, index handle POINTER, mem POINTER, dur 50",
+               "qmio_open_u8: on exit: spent N msec"}));
+}
+
+TEST(OpenLog, TellsTheLengthThatTheStreamKnows) {
+    const Lines lines = open_lines(utf8(media_path("plain.mp4")), "threads=1");
+    ASSERT_GT(lines.size(), 7U);
+    EXPECT_EQ(lines[6], "qmio_open_u8: frames 150, stream dur 76800, timebase 1/12800, framerate 25/1");
+    EXPECT_EQ(lines[7], "qmio_open_u8: frames 150, stream frames  150");
+}
+
+TEST(OpenLog, TellsOfSoundAlone) {
+    EXPECT_EQ(
+        open_lines(utf8(media_path("tone.wav")), ""),
+        (Lines{"qmio_open_u8: enc 65001 [FOLDER/tone.wav] param []",
+               "qmio_open_u8: avformat_open_input: format ctx POINTER",
+               "qmio_open_u8: \tavformat_find_stream_info OK, 1 streams", "qmio_open_audio: AUDIO",
+               "qmio_open_u8: AUDIO, 1 streams of 1", "qmio_open_u8: done, index handle POINTER, mem POINTER, dur 0",
+               "qmio_open_u8: on exit: spent N msec"}));
+}
+
+TEST(OpenLog, TellsTheOptionsAndWhoTookThem) {
+    EXPECT_EQ(open_lines(utf8(media_path("mjpeg.avi")), "threads=2,probesize=1M,nonesuch=1", TraceSwitch::options),
+              (Lines{"qmio_open_u8: format opts:", "qmio_open_u8: \t[probesize] = [1M]",
+                     "qmio_open_u8: video opts:", "qmio_open_u8: \t[threads] = [2]"}));
+}
+
+TEST(OpenLog, TellsWhatKindOfSourceFailed) {
+    const std::pair<std::string, Lines> sources[] = {
+        {"missing.mkv", {"enc 65001 [missing.mkv] param []", "avformat_open_input [missing.mkv] fail"}},
+        {"Avio:missing.png", {"enc 65001 [Avio:missing.png] param []", "avio: avformat_open_input [missing.png] fail"}},
+        {"dshow://no", {"enc 65001 [dshow://no] param []", "dshow: avformat_open_input [//no] fail"}},
+        {"ftp:?passive",
+         {"enc 65001 [ftp:?passive] param []", "FTP passive 1", "aftp: avformat_open_input [ftp:?passive] fail"}},
+        {"ftp:?x", {"enc 65001 [ftp:?x] param []", "FTP passive 0", "avformat_open_input [ftp:?x] fail"}}};
+    for (const auto& [name, expected] : sources) {
+        Lines lines = open_lines(name, "");
+        std::erase_if(lines, [](const std::string& line) { return line.find("av_log: ") != line.npos; });
+        for (std::string& line : lines)
+            line.erase(0, line.starts_with("qmio_open_u8: ") ? 14 : 0);
+        EXPECT_EQ(lines, expected) << name;
+    }
+}
+
+TEST(ReadLog, TellsOfPacketsPicturesAndTheEnd) {
+    const Media media = open_quietly("still.png");
+    const TraceLines trace(TraceSwitch::read);
+    next_picture(media);
+    qmio_seek_frame(media.get(), 0);
+    next_picture(media);
+    qmio_video_pkt(media.get(), picture_buffer(media).data(), nullptr);
+    EXPECT_EQ(masked(trace), (Lines{"qmio_get_frame: av_read_frame OK", "qmio_get_frame: 0: byte pos 0, size 3913",
+                                    "dec_video_pkt: \t*** want frame 0, have frame -1, key 1, size 3913, pts 0 dts 0",
+                                    "dec_video_pkt: \tframe 0: finished 1, decode pkt 3913 bytes of 3913",
+                                    "dec_get_buf: \tframe 0: cvt to user pixfmt res 121",
+                                    "qmio_get_frame: av_read_frame res -541478725 [End of file]",
+                                    "trace_err: error 1: single frame"}));
+}
+
+TEST(SeekLog, TellsPlacesRatesAndTimes) {
+    const Media media = open_quietly("plain.mp4");
+    const TraceLines trace(TraceSwitch::seek);
+    qmio_seek_frame(media.get(), 70);
+    next_picture(media);
+    qmio_seek_frame_ex(media.get(), 20);
+    qmio_seek_frame_ex_old(media.get(), 20);
+    Lines lines = masked(trace);
+    for (std::string& line : lines)
+        line = std::regex_replace(line, std::regex("offset [0-9]+"), "offset N");
+    // The frame that was asked for stands after "from".
+    EXPECT_EQ(lines,
+              (Lines{"qmio_seek_frame: [FOLDER/plain.mp4] offset N",
+                     "qmio_seek_frame: [FOLDER/plain.mp4] nf 150, time base 1 12800, frame rate 25 1",
+                     "qmio_seek_frame: [FOLDER/plain.mp4] res 0: from 70 to 0: ts 35840 = 70 * 1 * 12800 / 25 / 1",
+                     "qmio_seek_frame_ex: [FOLDER/plain.mp4] offset N",
+                     "qmio_seek_frame_ex: [FOLDER/plain.mp4] nf 150, time base 1 12800, frame rate 25 1",
+                     "qmio_seek_frame_ex: [FOLDER/plain.mp4] res 0: from 20 to 71: ts 10240 = 20 * 1 * 12800 / 25 / 1",
+                     "qmio_seek_frame_ex_old: [FOLDER/plain.mp4] already on frame 20"}));
+}
+
+TEST(CloseLog, TellsEveryStepOfAReader) {
+    Media media = open_quietly("two_tracks_pcm_mp2.mkv");
+    const TraceLines trace(TraceSwitch::close);
+    media.reset();
+    EXPECT_EQ(masked(trace), (Lines{"qmio_close: read: FOLDER/two_tracks_pcm_mp2.mkv", "qmio_close: read",
+                                    "qmio_close: codecs closed", "qmio_close: avformat_close_input done",
+                                    "qmio_close: start free frames", "qmio_close: free frames", "qmio_close: exit"}));
+}
+
+TEST(CloseLog, TellsThatASourceWasCancelledBefore) {
+    Media media = open_quietly("two_tracks_pcm_mp2.mkv");
+    qmio_cancel(media.get());
+    const TraceLines trace(TraceSwitch::close);
+    media.reset();
+    EXPECT_EQ(masked(trace),
+              (Lines{"qmio_close: read: FOLDER/two_tracks_pcm_mp2.mkv", "qmio_close: bad format context (NULL)",
+                     "qmio_close: start free frames", "qmio_close: free frames", "qmio_close: exit"}));
+}
+
+TEST(CloseLog, TellsNothingOfNull) {
+    const TraceLines trace(TraceSwitch::close);
+    EXPECT_EQ(qmio_close(nullptr), 0);
+    EXPECT_EQ(masked(trace), Lines{});
+}
+
+}  // namespace
+}  // namespace qmio::test
