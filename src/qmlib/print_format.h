@@ -48,6 +48,12 @@ constexpr ArgumentKind argument_kind() {
     }
 }
 
+// Signed values keep their sign, those of one byte, too.
+template <class T>
+constexpr uint64_t extended(T value) {
+    return static_cast<uint64_t>(value);
+}
+
 template <class T>
 FormatArgument FormatArgument::of(const T& value) {
     using Value = std::decay_t<T>;
@@ -69,10 +75,8 @@ FormatArgument FormatArgument::of(const T& value) {
         const std::string_view text = value;
         argument.address = text.empty() ? "" : text.data();
         argument.length = text.size();
-    } else if constexpr (std::is_same_v<Value, char>) {
-        argument.number = static_cast<unsigned char>(value);
     } else {
-        argument.number = static_cast<uint64_t>(value);
+        argument.number = extended(value);
     }
     return argument;
 }
