@@ -535,7 +535,7 @@ QMIO_API int qmio_pkt_ts(MediaHandle* h, AVPacket* p, int64_t frame);
  *     while ((kind = qmio_get_frame(h)) >= 0) {
  *         if (kind == QMIO_PACKET_VIDEO && qmio_video_frame(h, picture) > 0)
  *             show(picture);
- *         else if (kind == QMIO_PACKET_AUDIO && (bytes = qmio_audio_frame(h, sound)) > 0)
+ *         while (kind == QMIO_PACKET_AUDIO && (bytes = qmio_audio_frame(h, sound)) > 0)
  *             play(sound, bytes);
  *         qmio_release_frame(h);
  *     }

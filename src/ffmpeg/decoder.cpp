@@ -14,6 +14,7 @@ int Decoder::decode(AVFrame* frame, bool& got, const AVPacket* packet) {
     if (!drain && packet->data == nullptr)
         return AVERROR_INVALIDDATA;  // which FFmpeg would take for the end
     const int result = drain ? drain_one() : feed(packet);
+    failed_ |= result < 0;
     got = take_kept(frame);
     // A picture that is there is delivered first; the error belongs to a packet whose picture never comes.
     if (result < 0 && !got)
@@ -43,6 +44,7 @@ void Decoder::flush() {
     kept_.clear();
     draining_ = false;
     drained_ = false;
+    failed_ = false;
 }
 
 void Decoder::finish_pass() {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <deque>
 #include <limits>
+#include <utility>
 
 #include "ffmpeg/owners.h"
 
@@ -18,6 +19,9 @@ class Decoder {
     // Feeds `packet` (null or empty: drains) and moves the oldest decoded frame into `frame`. `got` tells
     // whether there was one. Returns the bytes used, always the whole packet, or a negative FFmpeg error.
     int decode(AVFrame* frame, bool& got, const AVPacket* packet);
+
+    // True when a packet could not be decoded since the last call or flush.
+    bool take_failure() { return std::exchange(failed_, false); }
 
     // True when the codec was drained since it was last made ready: a packet that follows in the stream would be decoded
     // without those before it.
@@ -51,6 +55,7 @@ class Decoder {
     std::deque<FramePtr> spare_;  // empty frames for reuse
     bool draining_ = false;
     bool drained_ = false;
+    bool failed_ = false;
 };
 
 }  // namespace qmio::ffmpeg

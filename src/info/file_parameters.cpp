@@ -75,18 +75,9 @@ const char* file_text(const MediaHandle& handle, const char* key) {
 
 // ---- numbers ----
 
-const char* timecode_text(const MediaHandle& handle) {
-    const AVStream* stream = handle.video.stream;
-    const AVDictionaryEntry* entry =
-        stream != nullptr ? av_dict_get(stream->metadata, "timecode", nullptr, 0) : nullptr;
-    if (entry == nullptr && handle.container.format_ctx != nullptr)
-        entry = av_dict_get(handle.container.format_ctx->metadata, "timecode", nullptr, 0);
-    return entry != nullptr ? entry->value : nullptr;
-}
-
 // The frame that the time code of the file's start names; 0 when it has none.
 int64_t start_frame(const MediaHandle& handle) {
-    const char* text = timecode_text(handle);
+    const char* text = timecode_text(handle.container, handle.video.stream);
     AVTimecode timecode = {};
     const bool known = video_codec(handle) != nullptr && text != nullptr &&
                        av_timecode_init_from_string(&timecode, handle.video.frame_rate, text, nullptr) >= 0;

@@ -32,6 +32,7 @@ struct Taken {
     std::array<int32_t, kMaxTracks> audio_pass{};
     int32_t video_taken = 0, audio_taken = 0;  // for the trace
     int32_t video_decoded = 0, audio_decoded = 0;
+    bool end_told = false;
 };
 
 // While it runs it alone touches the container. The decoders stay the host's.

@@ -14,8 +14,9 @@ namespace {
 
 constexpr std::chrono::milliseconds kLongestWait(1000);
 
-void trace_end(const Taken& taken) {
-    if (tracing(TraceSwitch::fifo))
+// Once, however often a thread that is caught in a call of the system has to be ended.
+void trace_end(Taken& taken) {
+    if (tracing(TraceSwitch::fifo) && !std::exchange(taken.end_told, true))
         print_to_console(L"*** avfifo_delete: video read %d decode %d, audio read %d decode %d\n", taken.video_taken,
                          taken.video_decoded, taken.audio_taken, taken.audio_decoded);
 }
@@ -87,7 +88,13 @@ int take_mark(const Entry& entry) {
 void attach_reader_queue(MediaHandle& handle, const Range& range) {
     if (handle.container.cancelled || !is_demuxing(handle.container) || !end_reader_queue(handle))
         return;
-    handle.reader_queue = BackgroundReader::start(handle, range);
+    handle.container.before_reader = kept_facts(handle.container, handle.video.stream);
+    try {
+        handle.reader_queue = BackgroundReader::start(handle, range);
+    } catch (...) {
+        handle.container.before_reader.reset();
+        throw;
+    }
     prepare_decoders(handle);
 }
 
@@ -137,6 +144,7 @@ bool end_reader_queue(MediaHandle& handle) {
     if (!handle.reader_queue->join(kLongestWait))
         return false;
     handle.reader_queue.reset();
+    handle.container.before_reader.reset();
     return true;
 }
 

@@ -5,6 +5,7 @@
 #include "core/handle/frame_numbers.h"
 #include "ffmpeg/frame_flags.h"
 #include "read/deliver.h"
+#include "read/open.h"
 #include "read/position.h"
 #include "read/walk.h"
 
@@ -69,17 +70,20 @@ class TowardsTarget : public Way {
 
 Passed passed_picture(const Source& source, const Step& step) {
     const AVFrame& picture = *source.reading.pFrame;
-    return {source.video.have_frame, step.has_time, ffmpeg::is_damaged(picture), ffmpeg::is_whole(picture)};
+    const bool concealed = source.reading.concealment.take();
+    return {source.video.have_frame, step.has_time, concealed || ffmpeg::is_damaged(picture),
+            ffmpeg::is_whole(picture)};
 }
 
 Verdict judge(const Source& source, const Step& step) {
     PendingSeek& pending = *source.reading.pending;
+    // With a picture of an earlier packet, too.
+    if (source.reading.decoder.take_failure() && pending.judge_broken_packet() == Verdict::step_back)
+        return Verdict::step_back;
     switch (step.kind) {
         case Step::Kind::picture:
             return pending.judge_picture(passed_picture(source, step));
         case Step::Kind::broken_packet:
-            // As good as absent; the next picture tells where we are.
-            pending.note_broken_packet();
             return Verdict::go_on;
         case Step::Kind::stopped:
         case Step::Kind::gone_on:
@@ -95,26 +99,27 @@ Verdict judge(const Source& source, const Step& step) {
 bool land_earlier(Source& source) {
     PendingSeek& pending = *source.reading.pending;
     const int32_t frames = known_frames(source);
-    while (!pending.is_at_start()) {
-        const int32_t aim = pending.step_back(frames);
+    do {
+        const int32_t aim = pending.earlier_landing(frames);
         if (aim > 0 ? position_before(source, aim, pending.by_time()) : position_at_start(source))
             return true;
-    }
+    } while (!pending.is_at_start());
     return false;
 }
 
 bool step_back(Source& source) {
     PendingSeek& pending = *source.reading.pending;
-    if (!pending.must_begin_again())
-        return land_earlier(source);
-    pending.begin_again();
-    return position_at_start(source);
+    if (pending.met_damage()) {
+        renew_decoder(source);
+        pending.begin_again();
+    }
+    return land_earlier(source);
 }
 
 }  // namespace
 
 void set_target(Source& source, int32_t target, Landing landing) {
-    source.reading.pending = std::make_shared<PendingSeek>(target, landing);
+    source.reading.pending = std::make_shared<PendingSeek>(target, landing, source.reading.damage);
 }
 
 void forget_target(Source& source) {

@@ -6,6 +6,7 @@
 #include "core/handle/media_handle.h"
 #include "core/text/names.h"
 #include "ffmpeg/owners.h"
+#include "read/source.h"
 
 namespace qmio::read {
 
@@ -33,5 +34,9 @@ bool probe_streams(MediaHandle& handle);
 bool open_video(MediaHandle& handle, const Options& options);
 void find_first_video(const Container& container, Video& video);
 void attach_frame_index(MediaHandle& handle);
+
+// Opens the video decoder anew, with one thread and otherwise as it was: nothing that it decoded is left in it, as is
+// after it was flushed. Where that fails, it stays as it is.
+void renew_decoder(Source& source);
 
 }  // namespace qmio::read

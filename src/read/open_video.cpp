@@ -45,6 +45,8 @@ bool open_decoder(const Video& video, Reading& reading, const Options& options) 
         dump_dictionary(dictionary, kOpenTag);
     }
     ffmpeg::keep_from_frame_threads(codec.codec_id, dictionary);
+    reading.decoder_options = dictionary.copy();
+    reading.concealment.watch(codec);
     if (open_codec(codec, *video.coder, &dictionary) < 0)
         return false;
     reading.decoder.attach(&codec);
@@ -129,6 +131,20 @@ bool open_video(MediaHandle& handle, const Options& options) {
         return false;
     measure_stream(handle.container, video, *handle.container.format_ctx->streams[video.stream_index]);
     return true;
+}
+
+void renew_decoder(Source& source) {
+    Video& video = source.video;
+    Reading& reading = source.reading;
+    ffmpeg::CodecContextPtr codec = video.stream != nullptr ? make_stream_codec(*video.stream) : nullptr;
+    ffmpeg::Dictionary options = reading.decoder_options.copy();
+    options.set("threads", "1");
+    if (codec == nullptr || open_codec(*codec, *video.coder, &options) < 0)
+        return;
+    reading.decoder.flush();
+    reading.decoder.attach(codec.get());
+    video.codec = codec.get();
+    source.container.stream_codec[static_cast<std::size_t>(video.stream_index)] = std::move(codec);
 }
 
 void attach_frame_index(MediaHandle& handle) {

@@ -3,9 +3,16 @@
 // A container lands where its index lets it: at a key frame before the target, between key frames, or behind the
 // target. From there pictures are decoded forward until their number reaches the target. Where the landing turns out to
 // be too late, the next one lies further back, at the start of the source in the end.
+//
+// What a decoder makes of damage depends on all that it decoded before, and the picture that is sought is the one that
+// reading in order gives. So a way on which something is damaged begins again further back, and what comes out then
+// counts if there was no damage for so long that what lies before no longer matters. If there was, only the start of the
+// source is left; no GOP makes a handle go there twice.
 #pragma once
 
 #include <cstdint>
+
+#include "core/handle/reading.h"
 
 namespace qmio::read {
 
@@ -29,7 +36,8 @@ class PendingSeek {
   public:
     enum class Verdict { go_on, step_back, reached };
 
-    PendingSeek(int32_t target, Landing landing);
+    // `known` is the handle's and outlives this.
+    PendingSeek(int32_t target, Landing landing, KnownDamage& known);
 
     int32_t target() const { return target_; }
 
@@ -53,42 +61,47 @@ class PendingSeek {
 
     // True when a picture with this number only lies on the way and may be left out of decoding where no other refers to
     // it. A field may round up to the next number, so the one just before the target is decoded like the target.
-    bool may_leave_out(int32_t number);
+    bool may_leave_out(int32_t number) const;
 
     Verdict judge_picture(const Passed& picture);
 
     // About the end of the input: the target does not exist, unless the landing was too late to see anything.
     Verdict judge_end() const;
 
-    // Before the first whole picture nothing needs to decode.
-    void note_broken_packet() { damaged_ |= begun_; }
+    // About a packet that gave nothing but an error.
+    Verdict judge_broken_packet();
 
-    // True when only the start of the source is left to land at. What comes out of a damaged way depends on all that
-    // was decoded before, so that is begun again there, with nothing left out.
-    bool must_begin_again() const { return damaged_ || at_start_; }
+    // True when the way is given up because of damage. It begins again with care, which means one thread.
+    bool met_damage() const { return damaged_; }
     void begin_again();
 
     // The frame before which to land next; 0: at the start of the source. `frame_count` is the source's.
-    int32_t step_back(int32_t frame_count);
+    int32_t earlier_landing(int32_t frame_count);
     bool is_at_start() const { return at_start_; }
 
   private:
     void note_landing();
+    bool begins_earlier() const { return goal_ < target_; }
+    bool damage_counts() const;
+    Verdict give_up_damaged();
 
+    KnownDamage& known_;
     int32_t target_;
-    int32_t back_off_ = 0;  // how many frames before the target the last landing aimed
-    bool exact_landing_;    // the last landing aimed at any packet, not at a key packet
+    int32_t goal_;           // the way begins with a key packet that is not behind this frame
+    int32_t first_key_ = 0;  // number of the key packet that ways to the target itself begin with
+    int32_t back_off_ = 0;   // how many frames before the goal the last landing aimed
+    bool aims_at_goal_;      // the next landing aims at the goal, as no key packet before it was looked for yet
     bool by_time_;
     bool must_land_;
-    bool at_start_;            // nothing lies before: what comes out is what sequential reading gives
-    bool decode_all_ = false;  // nothing is left out any more: what damage does depends on every picture
+    bool at_start_;  // nothing lies before: what comes out is what sequential reading gives
+    bool careful_;   // nothing is left out, and one thread decodes: what damage does depends on both
     // Since the landing:
     bool need_key_ = true;  // no key packet was read
     int32_t times_told_ = 0;
     bool begun_ = false;         // a picture that needs no other came out, and those behind it are whole
     bool seen_earlier_ = false;  // a picture before the target came out
-    bool skipped_ = false;       // pictures that no other refers to were left out
-    bool damaged_ = false;       // something could not be decoded whole
+    int32_t passed_ = 0;         // pictures that came out
+    bool damaged_ = false;       // something could not be decoded whole, and that counts
 };
 
 }  // namespace qmio::read

@@ -1,93 +1,24 @@
-// A source that is read in the background: what comes out, when it ends, and what becomes of a thread that is waiting.
+// A source that is read in the background: what comes out.
 #include "packet/background_reader.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <functional>
-#include <future>
-#include <sstream>
+#include <iostream>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
-#include "core/process/settings.h"
-#include "packet/background_model.h"
+#include "packet/background_play.h"
 #include "packet/reader_queue.h"
 #include "support/made_pictures.h"
-#include "support/media.h"
-#include "support/open_media.h"
-#include "support/seed.h"
 #include "support/temp_dir.h"
 
 namespace qmio::test {
 namespace {
 
 using packet::Range;
-
-constexpr std::string_view kFiles[] = {"plain.mp4",      "bframes_open_gop.mp4",       "h264.ts",   "mpeg2.ts",
-                                       "hevc.ts",        "two_audio_tracks.mp4",       "mjpeg.avi", "starts_at_8s.ts",
-                                       "h264.mkv",       "two_tracks_pcm_mp2.mkv",     "vfr.mp4",   "starts_at_8s.mp4",
-                                       "fragmented.mp4", "seventeen_audio_tracks.mkv", "tone.wav",  "edit_list.mp4"};
-constexpr std::size_t kBound = 20000;
-
-// The thread sanitizer knows nothing of how an FFmpeg that was built without it lets its threads wait for one another.
-constexpr const wchar_t* kOneThread = L"threads=1";
-#ifdef __SANITIZE_THREAD__
-constexpr const wchar_t* kThreads[] = {kOneThread};
-#else
-constexpr const wchar_t* kThreads[] = {kOneThread, L"threads=3"};
-#endif
-
-Media open_file(std::string_view name) {
-    return open_on_one_thread(media_path(std::string(name)));
-}
-
-bool is_whole_sweep() {
-    const char* text = std::getenv("QMIO_SWEEP");
-    return text != nullptr && std::string_view(text) == "all";
-}
-
-// ---- what comes out ----
-
-std::vector<Seen> taken(std::string_view file, const Range& range, std::size_t bound) {
-    const Media media = open_file(file);
-    packet::attach_reader_queue(*media, range);
-    std::vector<Seen> all;
-    while (all.size() < bound) {
-        const packet::Entries entries = media->reader_queue->queue.take();
-        if (entries.empty())
-            break;
-        for (const packet::Entry& entry : entries)
-            all.push_back({entry.type, entry.stream, entry.time});
-    }
-    return all;
-}
-
-int64_t any_time(Dice& dice) {
-    return dice.up_to(8) == 1 ? -1 : dice.up_to(45) * (dice.up_to(2) == 1 ? 100'000 : 99'991);
-}
-
-std::string description(std::string_view file, const Range& range) {
-    return std::string(file) + " in " + std::to_string(range.in) + " out " + std::to_string(range.out) + " loop " +
-           std::to_string(range.loop_in) + " to " + std::to_string(range.loop_out) + " loops " +
-           std::to_string(range.loops);
-}
-
-std::string first_difference(const std::vector<Seen>& actual, const std::vector<Seen>& expected) {
-    const auto [left, right] = std::mismatch(actual.begin(), actual.end(), expected.begin(), expected.end());
-    if (left == actual.end() && right == expected.end())
-        return {};
-    std::ostringstream text;
-    text << "entry " << left - actual.begin() << " of " << actual.size() << '/' << expected.size() << ": ";
-    if (left != actual.end())
-        text << *left;
-    if (right != expected.end())
-        text << " in place of " << *right;
-    return text.str();
-}
 
 // Where the passes of a loop overlap by more than what the queue holds back, the order hangs on who is faster.
 TEST(BackgroundReader, GivesWhatReadingWithoutAThreadGives) {
@@ -112,38 +43,7 @@ TEST(BackgroundReader, GivesWhatReadingWithoutAThreadGives) {
 
 // ---- playing ----
 
-struct Played {
-    std::vector<int> kinds;
-    std::vector<Picture> pictures;
-    int sync_points = 0;
-};
-
-Played play(Player& player, std::size_t bound = 4000) {
-    Played played;
-    for (int kind = 0; played.kinds.size() < bound;) {
-        kind = qmio_get_frame(player.handle());
-        played.kinds.push_back(kind);
-        if (kind < 0)
-            break;
-        played.sync_points += kind == QMIO_PACKET_OTHER ? 1 : 0;
-        if (kind == QMIO_PACKET_VIDEO)
-            if (const Picture picture = player.decode_packet(); picture.result > 1)
-                played.pictures.push_back(picture);
-        qmio_release_frame(player.handle());
-    }
-    for (Picture picture = player.drain(); picture.result > 1; picture = player.drain())
-        played.pictures.push_back(picture);
-    return played;
-}
-
 class Loops : public testing::TestWithParam<const char*> {};
-
-std::vector<uint64_t> hashes(const std::vector<Picture>& pictures, std::size_t first, std::size_t count) {
-    std::vector<uint64_t> list;
-    for (std::size_t place = first; place < first + count && place < pictures.size(); ++place)
-        list.push_back(pictures[place].hash);
-    return list;
-}
 
 TEST_P(Loops, ShowEveryPictureOfEveryPass) {
     constexpr std::size_t kPasses = 5;
@@ -292,170 +192,6 @@ TEST(BackgroundReader, WithoutSoundInHandNoneIsDelivered) {
     Bytes sound(192'000 * 8);
     EXPECT_EQ(qmio_audio_frame(media.get(), sound.data()), 0);
     EXPECT_EQ(qmio_audio_frame(media.get(), nullptr), 0);
-}
-
-// ---- what hosts may call meanwhile ----
-
-TEST(BackgroundReader, WithoutAPictureInHandNoneIsDecoded) {
-    Player player(media_path("plain.mp4"), kOneThread);
-    qmio_fifo_ts(player.handle(), 0, -1, 0, -1, 1);
-    EXPECT_EQ(player.decode_packet().result, 0);
-    while (qmio_get_frame(player.handle()) != QMIO_PACKET_VIDEO)
-        continue;
-    qmio_release_frame(player.handle());
-    EXPECT_EQ(player.decode_packet().result, 0);
-}
-
-TEST(BackgroundReader, SeekingFailsAndChangesNothing) {
-    Player queued(media_path("plain.mp4"), kOneThread), other(media_path("plain.mp4"), kOneThread);
-    for (Player* player : {&queued, &other})
-        qmio_fifo_ts(player->handle(), 0, -1, 0, -1, 1);
-    EXPECT_EQ(qmio_seek_frame(queued.handle(), 40), -1);
-    EXPECT_EQ(qmio_seek_frame_ex(queued.handle(), 40), -1);
-    EXPECT_EQ(qmio_seek_frame_ex_old(queued.handle(), 40), -1);
-    EXPECT_EQ(qmio_seek_ts(queued.handle(), 1000, QMIO_PACKET_VIDEO), 0);
-    EXPECT_EQ(qmio_seek_ts(queued.handle(), 1000, QMIO_PACKET_AUDIO), 0);
-    EXPECT_EQ(hashes(queued.read_rest(1000), 0, 1000), hashes(other.read_rest(1000), 0, 1000));
-}
-
-TEST(BackgroundReader, ASeekOfBeforeIsForgotten) {
-    Player queued(media_path("plain.mp4"), kOneThread), plain(media_path("plain.mp4"), kOneThread);
-    EXPECT_EQ(qmio_seek_frame(queued.handle(), 40), 40);
-    qmio_fifo_ts(queued.handle(), 0, -1, 0, -1, 1);
-    EXPECT_EQ(queued.read().hash, plain.read().hash);
-}
-
-TEST(BackgroundReader, AttachingAgainBeginsAnew) {
-    Player queued(media_path("plain.mp4"), kOneThread), plain(media_path("plain.mp4"), kOneThread);
-    for (int time = 0; time < 20; ++time) {
-        qmio_fifo_frame(queued.handle(), 30, -1, 0, -1, packet::kEndless);
-        queued.read();
-    }
-    qmio_fifo_ts(queued.handle(), 0, -1, 0, -1, 1);
-    EXPECT_EQ(hashes(queued.read_rest(1000), 0, 1000), hashes(plain.read_rest(1000), 0, 1000));
-}
-
-TEST(BackgroundReader, HandlesWithoutASourceAreLeftAlone) {
-    qmio_fifo_ts(nullptr, 0, -1, 0, -1, 1);
-    qmio_fifo_frame(nullptr, 0, -1, 0, -1, 1);
-    const Media cancelled = open_file("plain.mp4");
-    qmio_cancel(cancelled.get());
-    qmio_fifo_ts(cancelled.get(), 0, -1, 0, -1, 1);
-    EXPECT_EQ(cancelled->reader_queue, nullptr);
-    EXPECT_EQ(qmio_get_frame(cancelled.get()), -1);
-}
-
-TEST(BackgroundReader, ASourceWithoutVideoHas25FramesASecond) {
-    const Media media = open_file("tone.wav");
-    qmio_fifo_frame(media.get(), 0, 25, 0, 25, 1);
-    std::vector<Seen> frames;
-    for (packet::Entries entries = media->reader_queue->queue.take(); !entries.empty();
-         entries = media->reader_queue->queue.take())
-        frames.push_back({entries.front().type, entries.front().stream, entries.front().time});
-    EXPECT_EQ(first_difference(frames, taken("tone.wav", {0, 1'000'000, 0, 1'000'000, 1}, kBound)), "");
-}
-
-// ---- traces ----
-
-// The settings are read-only to the library, not to its tests.
-class Switch {
-  public:
-    Switch(TraceSwitch category, int32_t value) : category_(static_cast<std::size_t>(category)) { set(value); }
-    Switch(const Switch&) = delete;
-    Switch& operator=(const Switch&) = delete;
-    ~Switch() { set(0); }
-
-  private:
-    void set(int32_t value) { const_cast<Settings&>(settings()).trace[category_] = value; }
-
-    std::size_t category_;
-};
-
-std::vector<std::string> console_of_playing(const Range& range) {
-    testing::internal::CaptureStderr();
-    {
-        Player player(media_path("mjpeg.avi"), kOneThread);
-        qmio_fifo_ts(player.handle(), range.in, range.out, range.loop_in, range.loop_out, range.loops);
-        play(player);
-    }
-    std::istringstream text(testing::internal::GetCapturedStderr());
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(text, line);)
-        if (line.find("avfifo_get") == line.npos)  // whether the host had to wait is up to the two threads
-            lines.push_back(line);
-    return lines;
-}
-
-TEST(BackgroundReader, TellsWhatItReads) {
-    const Switch fifo(TraceSwitch::fifo, 2);
-    const std::vector<std::string> expected{
-        "*** avfifo_reader: start, in 0 out 120000 loop_in 40000 loop_out 80000 loops 2",
-        "+V\t0",
-        "+V\t40000",
-        "avfifo_loop: wrap at 120000, in_loop 40000, ts_off 80000",
-        "push EOF",
-        "+V\t120000",
-        "+V\t160000",
-        "push EOF",
-        "*** avfifo_reader: stop, 8 packets read"};
-    std::vector<std::string> lines = console_of_playing({0, 120'000, 40'000, 80'000, 2});
-    // The host may close while the reader still tells of its end.
-    EXPECT_EQ(std::erase(lines, "*** avfifo_delete: video read 6 decode 6, audio read 0 decode 0"), 1U);
-    EXPECT_EQ(lines, expected);
-}
-
-TEST(BackgroundReader, TellsWhatTheHostTakes) {
-    const Switch decoder(TraceSwitch::decoder, 3);
-    const std::vector<std::string> expected{"V1\t0", "V2\t40000", "V3\t80000", "=== pkt type -1,  120001"};
-    EXPECT_EQ(console_of_playing({0, 120'000, 0, 120'000, 1}), expected);
-}
-
-// ---- ends ----
-
-TEST(BackgroundReader, CanBeEndedAtAnyMoment) {
-    Dice dice(printed_seed(7));
-    const int cycles = is_whole_sweep() ? 10000 : 200;
-    for (int cycle = 0; cycle < cycles; ++cycle) {
-        const Media media = open_file(dice.one_of(kFiles));
-        qmio_fifo_ts(media.get(), any_time(dice), -1, 0, any_time(dice), packet::kEndless);
-        for (int take = dice.up_to(400) - 200; take > 0; --take)
-            qmio_get_frame(media.get());
-    }
-}
-
-TEST(BackgroundReader, AHostThatStopsTakingClosesAtOnce) {
-    const Media media = open_file("two_audio_tracks.mp4");
-    qmio_fifo_ts(media.get(), 0, -1, 0, -1, packet::kEndless);
-    while (media->reader_queue->queue.size() < packet::Queue::kCapacity)
-        std::this_thread::yield();
-}
-
-TEST(BackgroundReader, CancellingEndsAWaitForPackets) {
-    for (int round = 0; round < 20; ++round) {
-        const Media media = open_file("plain.mp4");
-        qmio_fifo_ts(media.get(), 0, -1, 0, -1, packet::kEndless);
-        std::future<void> host = std::async(std::launch::async, [&] {
-            while (qmio_get_frame(media.get()) >= 0)
-                qmio_release_frame(media.get());
-        });
-        qmio_cancel(media.get());
-        host.get();
-        EXPECT_EQ(qmio_get_frame(media.get()), -1);
-    }
-}
-
-TEST(BackgroundReader, ADamagedSourceEndsLikeAWholeOne) {
-    const TempDir folder;
-    Bytes bytes = read_bytes(media_path("h264.ts"));
-    bytes.resize(bytes.size() / 2);
-    std::fill(bytes.end() - static_cast<std::ptrdiff_t>(bytes.size() / 8), bytes.end(), uint8_t{0xFF});
-    write_bytes(folder / "cut.ts", bytes);
-    Player player(folder / "cut.ts", kOneThread);
-    ASSERT_TRUE(player.is_open());
-    qmio_fifo_ts(player.handle(), 0, -1, 0, -1, 4);
-    const Played played = play(player);
-    EXPECT_EQ(played.kinds.back(), -1);
-    EXPECT_EQ(played.sync_points, 3);
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 
 #include "support/media.h"
 #include "support/temp_dir.h"
+#include "support/trace_lines.h"
 
 namespace qmio::test {
 namespace {
@@ -76,6 +77,20 @@ TEST_F(BlockedSource, CancellingWakesTheHostThatWaitsForIt) {
     EXPECT_EQ(host.get(), -1);
     EXPECT_EQ(qmio_get_frame(media_.get()), -1);
     media_.reset();
+    EXPECT_TRUE(is_given_up());
+}
+
+TEST_F(BlockedSource, TellsItsEndOnceThoughItIsEndedTwice) {
+    const TraceLines fifo(TraceSwitch::fifo);
+    testing::internal::CaptureStderr();
+    qmio_fifo_ts(media_.get(), 0, -1, 0, -1, 1);
+    let_it_wait();
+    qmio_cancel(media_.get());
+    media_.reset();
+    const std::string text = testing::internal::GetCapturedStderr();
+    const std::size_t first = text.find("*** avfifo_delete");
+    EXPECT_NE(first, text.npos);
+    EXPECT_EQ(text.find("*** avfifo_delete", first + 1), text.npos) << text;
     EXPECT_TRUE(is_given_up());
 }
 

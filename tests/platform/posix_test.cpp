@@ -1,12 +1,15 @@
 // What only systems with fork, links and /dev/shm have.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <mutex>
+#include <vector>
 
 #include "platform/module_path_in.h"
 #include "platform/named_mutex.h"
@@ -40,6 +43,51 @@ TEST(ForkWithoutExec, DoesNotHandDownTheMutex) {
     ASSERT_TRUE(mutex);
     mutex->lock();
     mutex->unlock();
+}
+
+// All the descriptors that the process may have.
+class NoDescriptorsLeft {
+  public:
+    NoDescriptorsLeft() {
+        ::getrlimit(RLIMIT_NOFILE, &before_);
+        rlimit few = before_;
+        few.rlim_cur = std::min<rlim_t>(few.rlim_cur, 200);
+        ::setrlimit(RLIMIT_NOFILE, &few);
+        for (int next = ::dup(0); next >= 0; next = ::dup(0))
+            taken_.push_back(next);
+    }
+    NoDescriptorsLeft(const NoDescriptorsLeft&) = delete;
+    NoDescriptorsLeft& operator=(const NoDescriptorsLeft&) = delete;
+    ~NoDescriptorsLeft() {
+        for (const int descriptor : taken_)
+            ::close(descriptor);
+        ::setrlimit(RLIMIT_NOFILE, &before_);
+    }
+
+  private:
+    rlimit before_{};
+    std::vector<int> taken_;
+};
+
+TEST(ScarceDescriptors, DoNotLetTwoProcessesIntoAMutex) {
+    const std::string name = "scarce-" + unique_name();
+    const auto mapping = SharedMapping::create("counts-" + name, 4096);
+    const auto mutex = NamedMutex::open(name);
+    ASSERT_TRUE(mapping && mutex);
+    auto& counts = *static_cast<SharedCounts*>(mapping->data());
+    Process other(host_program("mutex_holder"), {name});
+    other.write_line("count counts-" + name + " 1000");
+    ASSERT_EQ(other.read_line(), "counting");
+    {
+        const NoDescriptorsLeft none;
+        for (int round = 0; round < 1000; ++round) {
+            const std::lock_guard inside(*mutex);
+            visit(counts, -1);
+        }
+    }
+    EXPECT_EQ(other.read_line(), "counted");
+    EXPECT_EQ(counts.visits, 2000);
+    EXPECT_EQ(counts.meetings, 0);
 }
 
 TEST(ForkWithoutExec, DoesNotHandDownTheMapping) {

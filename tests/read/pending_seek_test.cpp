@@ -10,110 +10,161 @@ namespace {
 
 using Verdict = PendingSeek::Verdict;
 
+const Passed kWhole{91};
+const Passed kDamaged{92, true, true, false};
+
 // The frames before which the container is put, one after another, until the start of the source.
 std::vector<int32_t> landings(PendingSeek pending, int32_t frame_count) {
     std::vector<int32_t> aims;
     while (!pending.is_at_start())
-        aims.push_back(pending.step_back(frame_count));
+        aims.push_back(pending.earlier_landing(frame_count));
     return aims;
 }
 
-TEST(PendingSeek, StepsBackTwiceAsFarEachTimeUntilTheStart) {
-    EXPECT_EQ(landings(PendingSeek(100, Landing::key_packet), 1000), (std::vector<int32_t>{84, 68, 36, 0}));
-    EXPECT_EQ(landings(PendingSeek(10, Landing::key_packet), 1000), (std::vector<int32_t>{0}));
-    EXPECT_EQ(landings(PendingSeek(0, Landing::key_packet), 1000), (std::vector<int32_t>{0}));
+class SeekPending : public testing::Test {
+  protected:
+    KnownDamage damage_;
+};
+
+TEST_F(SeekPending, LandsTwiceAsFarBackEachTimeUntilTheStart) {
+    EXPECT_EQ(landings(PendingSeek(100, Landing::key_packet, damage_), 1000), (std::vector<int32_t>{84, 68, 36, 0}));
+    EXPECT_EQ(landings(PendingSeek(10, Landing::key_packet, damage_), 1000), (std::vector<int32_t>{0}));
+    EXPECT_EQ(landings(PendingSeek(0, Landing::key_packet, damage_), 1000), (std::vector<int32_t>{0}));
 }
 
-TEST(PendingSeek, BehindTheLastFrameItStepsBackFromThere) {
-    EXPECT_EQ(landings(PendingSeek(1000000, Landing::key_packet), 50), (std::vector<int32_t>{34, 18, 0}));
-    EXPECT_EQ(landings(PendingSeek(1000000, Landing::key_packet), 0), (std::vector<int32_t>{0}));
+TEST_F(SeekPending, BehindTheLastFrameItLandsBeforeThat) {
+    EXPECT_EQ(landings(PendingSeek(1000000, Landing::key_packet, damage_), 50), (std::vector<int32_t>{34, 18, 0}));
+    EXPECT_EQ(landings(PendingSeek(1000000, Landing::key_packet, damage_), 0), (std::vector<int32_t>{0}));
 }
 
-TEST(PendingSeek, AnExactLandingIsFollowedByTheKeyPacketBeforeTheTarget) {
-    EXPECT_EQ(landings(PendingSeek(100, Landing::any_packet), 1000), (std::vector<int32_t>{100, 84, 68, 36, 0}));
+TEST_F(SeekPending, AnExactLandingIsFollowedByTheKeyPacketBeforeTheTarget) {
+    EXPECT_EQ(landings(PendingSeek(100, Landing::any_packet, damage_), 1000),
+              (std::vector<int32_t>{100, 84, 68, 36, 0}));
 }
 
-TEST(PendingSeek, LeavesPacketsOutUntilAKeyPacketComes) {
-    PendingSeek pending(100, Landing::key_packet);
+TEST_F(SeekPending, LeavesPacketsOutUntilAKeyPacketComes) {
+    PendingSeek pending(100, Landing::key_packet, damage_);
     EXPECT_TRUE(pending.needs_key());
     EXPECT_EQ(pending.judge_packet(90, false), Verdict::go_on);
     EXPECT_EQ(pending.judge_packet(95, true), Verdict::reached);
     EXPECT_FALSE(pending.needs_key());
 }
 
-TEST(PendingSeek, APacketBehindTheTargetMeansThatTheLandingWasTooLate) {
-    PendingSeek pending(100, Landing::key_packet);
+TEST_F(SeekPending, APacketBehindTheTargetMeansThatTheLandingWasTooLate) {
+    PendingSeek pending(100, Landing::key_packet, damage_);
     EXPECT_EQ(pending.judge_packet(101, false), Verdict::step_back);
     EXPECT_EQ(pending.judge_packet(101, true), Verdict::step_back);
 }
 
-TEST(PendingSeek, APictureIsTheTargetWhenItsNumberIsOrWhenEarlierOnesWereSeen) {
-    EXPECT_EQ(PendingSeek(100, Landing::key_packet).judge_picture({100}), Verdict::reached);
-    EXPECT_EQ(PendingSeek(100, Landing::key_packet).judge_picture({101}), Verdict::step_back);
-    PendingSeek pending(100, Landing::key_packet);
+TEST_F(SeekPending, APictureIsTheTargetWhenItsNumberIsOrWhenEarlierOnesWereSeen) {
+    EXPECT_EQ(PendingSeek(100, Landing::key_packet, damage_).judge_picture({100}), Verdict::reached);
+    EXPECT_EQ(PendingSeek(100, Landing::key_packet, damage_).judge_picture({101}), Verdict::step_back);
+    PendingSeek pending(100, Landing::key_packet, damage_);
     EXPECT_EQ(pending.judge_picture({99}), Verdict::go_on);
     EXPECT_EQ(pending.judge_picture({101}), Verdict::reached);
 }
 
-TEST(PendingSeek, PicturesWithoutTimeAreCountedFromTheStartAlone) {
-    PendingSeek pending(3, Landing::key_packet);
+TEST_F(SeekPending, PicturesWithoutTimeAreCountedFromTheStartAlone) {
+    PendingSeek pending(3, Landing::key_packet, damage_);
     EXPECT_EQ(pending.judge_picture({0, false}), Verdict::step_back);
-    pending.step_back(100);
+    pending.earlier_landing(100);
     EXPECT_EQ(pending.judge_picture({2, false}), Verdict::go_on);
     EXPECT_EQ(pending.judge_picture({3, false}), Verdict::reached);
 }
 
-TEST(PendingSeek, PicturesThatOnlyLieOnTheWayMayBeLeftOut) {
-    PendingSeek pending(100, Landing::key_packet);
+TEST_F(SeekPending, PicturesThatOnlyLieOnTheWayMayBeLeftOut) {
+    PendingSeek pending(100, Landing::key_packet, damage_);
     EXPECT_TRUE(pending.may_leave_out(98));
     EXPECT_FALSE(pending.may_leave_out(99));
     EXPECT_FALSE(pending.may_leave_out(100));
 }
 
-TEST(PendingSeek, ADamagedWayIsBegunAgainWholeAtTheStart) {
-    PendingSeek pending(100, Landing::key_packet);
-    pending.judge_picture({50, true, true});
-    EXPECT_EQ(pending.judge_picture({100}), Verdict::step_back);
-    EXPECT_TRUE(pending.must_begin_again());
+TEST_F(SeekPending, ADamagedWayIsBegunAgainWholeAndFurtherBack) {
+    PendingSeek pending(100, Landing::key_packet, damage_);
+    pending.judge_packet(90, true);
+    EXPECT_EQ(pending.judge_picture(kWhole), Verdict::go_on);
+    EXPECT_EQ(pending.judge_picture(kDamaged), Verdict::step_back);
+    EXPECT_TRUE(pending.met_damage());
     pending.begin_again();
+    EXPECT_EQ(pending.earlier_landing(1000), 34);
     EXPECT_FALSE(pending.may_leave_out(0));
-    EXPECT_FALSE(pending.needs_key());
-    pending.note_broken_packet();
+    EXPECT_EQ(pending.judge_packet(35, true), Verdict::step_back) << "too near to the damage";
+    EXPECT_EQ(pending.earlier_landing(1000), 18);
+    EXPECT_EQ(pending.judge_packet(15, true), Verdict::reached);
+}
+
+TEST_F(SeekPending, DamageBehindManyPicturesDoesNotCountOnOneThread) {
+    damage_.noticed = true;
+    PendingSeek pending(100, Landing::key_packet, damage_);
+    pending.judge_packet(50, true);
+    for (int32_t picture = 50; picture < 90; ++picture)
+        EXPECT_EQ(pending.judge_picture({picture}), Verdict::go_on);
+    EXPECT_EQ(pending.judge_picture(kDamaged), Verdict::go_on);
+    EXPECT_EQ(pending.judge_broken_packet(), Verdict::go_on);
     EXPECT_EQ(pending.judge_picture({100, true, true}), Verdict::reached);
 }
 
-TEST(PendingSeek, PicturesThatReferToOthersCountFromTheFirstThatIsWholeOn) {
+// Gives a way with damage in all GOPs up as often as it says; where it landed.
+std::vector<int32_t> landings_of_damage(PendingSeek pending) {
+    std::vector<int32_t> aims;
+    for (int32_t key = 90; aims.size() < 10; key = aims.back()) {
+        pending.judge_packet(key, true);
+        if (pending.judge_picture(kWhole) != Verdict::go_on || pending.judge_picture(kDamaged) == Verdict::go_on)
+            break;
+        pending.begin_again();
+        aims.push_back(pending.earlier_landing(1000));
+    }
+    return aims;
+}
+
+TEST_F(SeekPending, ForDamageFurtherBackASourceIsReadFromItsStartOnceForAGop) {
+    EXPECT_EQ(landings_of_damage(PendingSeek(100, Landing::key_packet, damage_)), (std::vector<int32_t>{34, 0}));
+    EXPECT_EQ(landings_of_damage(PendingSeek(110, Landing::key_packet, damage_)), (std::vector<int32_t>{34}));
+}
+
+TEST_F(SeekPending, ADamagedWayFromTheStartIsBegunAgainThereOnce) {
+    PendingSeek pending(100, Landing::start, damage_);
+    EXPECT_EQ(pending.judge_broken_packet(), Verdict::step_back);
+    pending.begin_again();
+    EXPECT_EQ(pending.earlier_landing(1000), 0);
+    EXPECT_FALSE(pending.needs_key());
+    EXPECT_EQ(pending.judge_broken_packet(), Verdict::go_on);
+    EXPECT_EQ(pending.judge_picture({100, true, true}), Verdict::reached);
+    EXPECT_EQ(PendingSeek(100, Landing::start, damage_).judge_picture(kDamaged), Verdict::go_on);
+}
+
+TEST_F(SeekPending, PicturesThatReferToOthersCountFromTheFirstThatIsWholeOn) {
     const Passed unfounded{99, true, false, false};
-    PendingSeek pending(100, Landing::key_packet);
+    PendingSeek pending(100, Landing::key_packet, damage_);
     EXPECT_EQ(pending.judge_picture(unfounded), Verdict::go_on);
     EXPECT_EQ(pending.judge_picture({100, true, false, false}), Verdict::step_back);
-    PendingSeek later(100, Landing::key_packet);
+    PendingSeek later(100, Landing::key_packet, damage_);
     EXPECT_EQ(later.judge_picture(unfounded), Verdict::go_on);
     EXPECT_EQ(later.judge_picture({99}), Verdict::go_on);
     EXPECT_EQ(later.judge_picture({100, true, false, false}), Verdict::reached);
-    PendingSeek from_start(100, Landing::start);
+    PendingSeek from_start(100, Landing::start, damage_);
     EXPECT_EQ(from_start.judge_picture({100, true, false, false}), Verdict::reached);
 }
 
-TEST(PendingSeek, WhatIsDamagedBeforeTheFirstWholePictureDoesNotMatter) {
-    PendingSeek pending(100, Landing::key_packet);
-    pending.note_broken_packet();
+TEST_F(SeekPending, WhatIsDamagedBeforeTheFirstWholePictureDoesNotMatter) {
+    PendingSeek pending(100, Landing::key_packet, damage_);
+    EXPECT_EQ(pending.judge_broken_packet(), Verdict::go_on);
     pending.judge_picture({98, true, true, false});
     pending.judge_picture({99});
     EXPECT_EQ(pending.judge_picture({100}), Verdict::reached);
 }
 
-TEST(PendingSeek, FromNowhereItMustLandByTime) {
-    PendingSeek pending(100, Landing::nowhere);
+TEST_F(SeekPending, FromNowhereItMustLandByTime) {
+    PendingSeek pending(100, Landing::nowhere, damage_);
     EXPECT_TRUE(pending.must_land());
     EXPECT_TRUE(pending.by_time());
     pending.land();
     EXPECT_FALSE(pending.must_land());
-    EXPECT_FALSE(PendingSeek(100, Landing::key_packet).must_land());
+    EXPECT_FALSE(PendingSeek(100, Landing::key_packet, damage_).must_land());
 }
 
-TEST(PendingSeek, TheEndOfTheInputIsBelievedWhenSomethingWasSeenBefore) {
-    PendingSeek pending(100, Landing::key_packet);
+TEST_F(SeekPending, TheEndOfTheInputIsBelievedWhenSomethingWasSeenBefore) {
+    PendingSeek pending(100, Landing::key_packet, damage_);
     EXPECT_EQ(pending.judge_end(), Verdict::step_back);
     pending.judge_picture({7});
     EXPECT_EQ(pending.judge_end(), Verdict::reached);

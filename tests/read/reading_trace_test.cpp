@@ -1,8 +1,16 @@
 // What the log tells about a source that is opened, read, sought in and closed.
 #include <gtest/gtest.h>
 
+extern "C" {
+#include <libavutil/error.h>
+}
+
+#include <algorithm>
+#include <cstring>
 #include <regex>
 
+#include "core/handle/media_handle.h"
+#include "platform/shared_mapping.h"
 #include "support/media.h"
 #include "support/open_media.h"
 #include "support/temp_dir.h"
@@ -123,6 +131,67 @@ TEST(SeekLog, TellsPlacesRatesAndTimes) {
                      "qmio_seek_frame_ex: [FOLDER/plain.mp4] nf 150, time base 1 12800, frame rate 25 1",
                      "qmio_seek_frame_ex: [FOLDER/plain.mp4] res 0: from 20 to 71: ts 10240 = 20 * 1 * 12800 / 25 / 1",
                      "qmio_seek_frame_ex_old: [FOLDER/plain.mp4] already on frame 20"}));
+}
+
+// The packet read last tells it; the position that was sought stands behind.
+TEST(SeekLog, TellsTheTimeOfTheLastPacket) {
+    const Media media = open_quietly("plain.mp4");
+    for (int packet = 0; packet < 10; ++packet)
+        qmio_get_frame(media.get());
+    const int64_t dts = media->reading.packet->dts;
+    const TraceLines trace(TraceSwitch::seek);
+    qmio_seek_frame(media.get(), 70);
+    ASSERT_EQ(masked(trace).size(), 4U);
+    EXPECT_EQ(masked(trace).back(), "qmio_seek_frame: [FOLDER/plain.mp4] cur_dts " + std::to_string(dts) +
+                                        ", start_time 0, ts 35840, new frame " + std::to_string(dts * 25 / 12800));
+}
+
+TEST(SeekLog, TellsThatASourceCannotBeSought) {
+    const Media media = open_quietly("plain.mp4");
+    media->reading.no_seek = true;
+    const TraceLines trace(TraceSwitch::seek);
+    qmio_seek_frame(media.get(), 70);
+    qmio_seek_frame_ex_old(media.get(), -3);
+    EXPECT_EQ(masked(trace), (Lines{"qmio_seek_frame: [FOLDER/plain.mp4] NO SEEK SUPPORTED, frame 70",
+                                    "qmio_seek_frame_ex_old: [FOLDER/plain.mp4] NO SEEK SUPPORTED, frame -3"}));
+}
+
+// A writer shares entry 0, the number of frames, and a position for each.
+TEST(SeekLog, TellsThePositionsOfTheIndex) {
+    const TempDir folder;
+    const std::filesystem::path path = folder / "indexed.ts";
+    std::filesystem::copy_file(media_path("intra_mpeg2.ts"), path);
+    std::string name = utf8(path);
+    std::replace(name.begin(), name.end(), '\\', '/');
+    const auto index = platform::SharedMapping::create(name, 64);
+    ASSERT_NE(index, nullptr);
+    constexpr int64_t kEntries[] = {3, 0, 1128, 2256};
+    std::memcpy(index->data(), kEntries, sizeof kEntries);
+    const Media media = open_media(utf8(path), "threads=1");
+    const TraceLines trace(TraceSwitch::seek);
+    qmio_seek_frame(media.get(), 250);
+    qmio_seek_frame_ex_old(media.get(), 1);
+    Lines lines = masked(trace);
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_EQ(Lines(lines.begin() + 1, lines.end()),
+              (Lines{"qmio_seek_frame: [FOLDER/indexed.ts] frame 2, byte seek 2256, res 0",
+                     "qmio_seek_frame_ex_old: [FOLDER/indexed.ts] frame 1, byte seek 1128, res 0"}));
+}
+
+TEST(ReadLog, TellsThatAPacketCouldNotBeDecoded) {
+    const TempDir folder;
+    Bytes bytes = read_bytes(media_path("still.png"));
+    std::fill(bytes.begin() + 60, bytes.begin() + 200, uint8_t{0x55});
+    write_bytes(folder / "broken.png", bytes);
+    const Media media = open_media(utf8(folder / "broken.png"), "threads=1");
+    ASSERT_TRUE(media);
+    Bytes buffer(std::size_t{1} << 20);
+    const TraceLines trace(TraceSwitch::read);
+    EXPECT_EQ(qmio_read_frame(media.get(), buffer.data()), QMIO_DECODER_ERROR);
+    const Lines lines = masked(trace);
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines.back(),
+              "dec_video_pkt: \t[FOLDER/broken.png] decode video error " + std::to_string(AVERROR_INVALIDDATA));
 }
 
 TEST(CloseLog, TellsEveryStepOfAReader) {

@@ -1,5 +1,6 @@
 #include "core/handle/container.h"
 
+#include <span>
 #include <string_view>
 
 namespace qmio {
@@ -34,6 +35,18 @@ int seek_in(AVFormatContext& context, int stream, int64_t position, int flags) {
     return result;
 }
 
+std::span<AVStream* const> streams(const Container& container) {
+    if (container.before_reader)
+        return container.before_reader->streams;
+    const AVFormatContext* const context = container.format_ctx.get();
+    return context != nullptr ? std::span(context->streams, context->nb_streams) : std::span<AVStream*>();
+}
+
+const char* timecode_tag(const AVDictionary* tags) {
+    const AVDictionaryEntry* const entry = av_dict_get(tags, "timecode", nullptr, 0);
+    return entry != nullptr ? entry->value : nullptr;
+}
+
 }  // namespace
 
 AVIOInterruptCB interrupt_callback(Container& container) {
@@ -45,10 +58,24 @@ bool is_demuxing(const Container& container) {
 }
 
 AVStream* stream_of_packet(const Container& container, const AVPacket& packet) {
-    const AVFormatContext* const context = container.format_ctx.get();
-    const bool exists = context != nullptr && packet.stream_index >= 0 &&
-                        static_cast<unsigned>(packet.stream_index) < context->nb_streams;
-    return exists ? context->streams[packet.stream_index] : nullptr;
+    const std::span<AVStream* const> known = streams(container);
+    const auto index = static_cast<std::size_t>(packet.stream_index);
+    return packet.stream_index >= 0 && index < known.size() ? known[index] : nullptr;
+}
+
+const char* timecode_text(const Container& container, const AVStream* stream) {
+    if (container.before_reader)
+        return container.before_reader->timecode ? container.before_reader->timecode->c_str() : nullptr;
+    const char* const text = stream != nullptr ? timecode_tag(stream->metadata) : nullptr;
+    if (text != nullptr || container.format_ctx == nullptr)
+        return text;
+    return timecode_tag(container.format_ctx->metadata);
+}
+
+KeptFacts kept_facts(const Container& container, const AVStream* video) {
+    const std::span<AVStream* const> known = streams(container);
+    const char* const text = timecode_text(container, video);
+    return {{known.begin(), known.end()}, text != nullptr ? std::optional<std::string>(text) : std::nullopt};
 }
 
 void release_custom_io(Container& container) {

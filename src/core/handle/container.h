@@ -4,6 +4,8 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "core/handle/stall_watch.h"
@@ -13,6 +15,12 @@
 #include "qmlib/input_source.h"
 
 namespace qmio {
+
+// What hosts may ask of a source while another thread reads it, as it was before: its demuxer may add streams and tags.
+struct KeptFacts {
+    std::vector<AVStream*> streams;
+    std::optional<std::string> timecode;
+};
 
 // Where closing did not get to it, members are destroyed from the bottom up: codecs before the format context, that
 // before its I/O.
@@ -25,6 +33,7 @@ struct Container {
     ffmpeg::FormatContextPtr format_ctx;
     std::vector<ffmpeg::CodecContextPtr> stream_codec;  // every stream's own codec context
     ffmpeg::StreamClock clock;                          // first and last dts of every stream
+    std::optional<KeptFacts> before_reader;             // set while the source is read in the background
     bool moved = false;  // packets were read or a seek was made since the source was opened
     std::unique_ptr<platform::SharedMapping> index_mapping;  // the frame-position index; null: none
 };
@@ -37,6 +46,12 @@ bool is_demuxing(const Container& container);
 
 // The container's stream that a packet names; null when there is none.
 AVStream* stream_of_packet(const Container& container, const AVPacket& packet);
+
+// The time code of the source's start, by the stream's tags (none: null) or the container's; null when they tell none.
+const char* timecode_text(const Container& container, const AVStream* stream);
+
+// To be taken before another thread reads the source.
+KeptFacts kept_facts(const Container& container, const AVStream* video);
 
 // Takes the I/O of our own away from the format context, which FFmpeg would not do.
 void release_custom_io(Container& container);

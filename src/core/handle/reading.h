@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
+#include "ffmpeg/concealment.h"
 #include "ffmpeg/decoder.h"
 #include "ffmpeg/owners.h"
 
@@ -13,6 +15,13 @@ namespace qmio {
 namespace read {
 class PendingSeek;
 }
+
+// What the ways to sought pictures have met of damage. What a decoder makes of it depends on all that it decoded before
+// and, with more threads than one, on chance.
+struct KnownDamage {
+    bool noticed = false;                    // from then on one thread decodes, and nothing is left out
+    std::vector<int32_t> passed_from_start;  // key frames whose GOP was decoded from the start of the source on
+};
 
 struct Reading {
     int32_t read_result = 0;
@@ -23,11 +32,14 @@ struct Reading {
     ffmpeg::FramePtr pFrame;                   // the picture decoded last
     ffmpeg::FramePtr pFrameRGB;                // layout of the conversion's target
     ffmpeg::FramePtr scratch;                  // aligned target for pictures whose rows libswscale cannot write exactly
+    ffmpeg::Dictionary decoder_options;        // what the decoder was opened with
     AVDiscard skip_frame = AVDISCARD_DEFAULT;  // what the host's options leave out, whatever a seek does
     std::shared_ptr<read::PendingSeek> pending;  // a sought picture that has not been delivered yet; null: none
-    std::optional<int32_t> landing;              // number of the packet that comes next, where its time does not tell
-    bool no_seek = false;                        // the container refused a seek: there are no more
-    int64_t seek_position = 0;                   // last seek target in microseconds; 0 after a failed seek
+    ffmpeg::ConcealmentWatch concealment;        // of the decoder
+    KnownDamage damage;
+    std::optional<int32_t> landing;  // number of the packet that comes next, where its time does not tell
+    bool no_seek = false;            // the container refused a seek: there are no more
+    int64_t seek_position = 0;       // last seek target in microseconds; 0 after a failed seek
 };
 
 }  // namespace qmio

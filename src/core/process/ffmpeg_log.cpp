@@ -7,7 +7,7 @@
 
 #include "core/process/settings.h"
 #include "core/text/names.h"
-#include "ffmpeg/ffmpeg.h"
+#include "ffmpeg/concealment.h"
 #include "qmlib/sinks.h"
 
 namespace qmio {
@@ -54,6 +54,7 @@ void write_message(const char* kind, const char* object, const char* message) {
 }  // namespace
 
 void log_ffmpeg_message(void* context, int level, const char* format, va_list arguments) noexcept {
+    ffmpeg::note_message(context, format);
     if (without_tint(level) > settings().log_level)
         return;
     try {

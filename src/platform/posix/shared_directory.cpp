@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <string>
 
 namespace qmio::platform {
 namespace {
@@ -23,15 +24,18 @@ uint64_t hash(std::string_view text, uint64_t value) {
     return value;
 }
 
+// Never a folder of the environment such as TMPDIR: processes that must meet here could disagree about it.
+std::string directory_path() {
+    return "/dev/shm/qmio-" + std::to_string(::geteuid());
+}
+
 }  // namespace
 
-// Never a folder of the environment such as TMPDIR: processes that must meet here could disagree about it. Anybody may
-// create entries in /dev/shm, so a directory that another user put there, or a link, is refused.
+// Anybody may create entries in /dev/shm, so a directory that another user put there, or a link, is refused.
 Descriptor open_shared_directory() {
-    char path[64];
-    std::snprintf(path, sizeof path, "/dev/shm/qmio-%lu", static_cast<unsigned long>(::geteuid()));
-    ::mkdir(path, 0700);
-    Descriptor directory(::open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const std::string path = directory_path();
+    ::mkdir(path.c_str(), 0700);
+    Descriptor directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (directory && !is_private(directory.get()))
         directory.reset();
     return directory;
@@ -63,8 +67,8 @@ bool names_file(int directory, const char* file_name, int descriptor) {
 }
 
 bool is_still_named(int descriptor, const std::string& file_name) {
-    const Descriptor directory = open_shared_directory();
-    return directory && names_file(directory.get(), file_name.c_str(), descriptor);
+    // Without opening the directory: a process that has no descriptor left would take every name for lost.
+    return names_file(AT_FDCWD, (directory_path() + '/' + file_name).c_str(), descriptor);
 }
 
 void remove_name(int descriptor, const std::string& file_name) {
