@@ -8,6 +8,9 @@
 #include <string_view>
 #include <system_error>
 
+#include "core/process/why.h"
+#include "ffmpeg/ffmpeg.h"
+
 namespace qmio::read {
 
 namespace {
@@ -58,8 +61,10 @@ std::optional<OwnOptions> own_options(const Options& options) {
     OwnOptions own;
     for (const Option& pair : options) {
         const OwnOption* const option = find_own(pair.key);
-        if (option != nullptr && !option->take(own, pair.value))
-            return std::nullopt;
+        if (option == nullptr || option->take(own, pair.value))
+            continue;
+        why::failed(AVERROR(EINVAL), "option %s cannot be \"%s\"", pair.key.c_str(), pair.value.c_str());
+        return std::nullopt;
     }
     return own;
 }

@@ -16,7 +16,7 @@ struct OwnOptions {
 };
 
 // What the options say of them; of a key that stands there twice the last one counts. Nothing where a value is none that
-// the key can have.
+// the key can have; what that is has been said then (core/process/why.h).
 std::optional<OwnOptions> own_options(const Options& options);
 
 // The other options, which are FFmpeg's.

@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "core/process/why.h"
+
 namespace qmio {
 
 namespace {
@@ -38,6 +40,17 @@ int seek_in(AVFormatContext& context, int stream, int64_t position, int flags) {
 
 AVIOInterruptCB interrupt_callback(Container& container) {
     return {is_cancelled, &container};
+}
+
+void tell_source_failure(const Container& container, int result, const char* step) {
+    if (container.cancelled.load(std::memory_order_relaxed))
+        why::failed(AVERROR_EXIT, "cancelled");
+    else if (container.stall_watch.has_stalled())
+        why::failed(AVERROR(ETIMEDOUT), "the source stood still for longer than it may");
+    else
+        why::failed(result);
+    if (*step != '\0')
+        why::within("%s", step);
 }
 
 bool is_demuxing(const Container& container) {

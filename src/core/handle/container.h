@@ -32,6 +32,10 @@ struct Container {
 // Makes FFmpeg's blocking I/O return once the container is cancelled or its source stands still for too long.
 AVIOInterruptCB interrupt_callback(Container& container);
 
+// Says why reading or opening the source came to `result` (core/process/why.h): that it was made to stop, where it was.
+// `step` may be empty.
+void tell_source_failure(const Container& container, int result, const char* step);
+
 // True while there is a container to read from: not before the open, after a cancel or in a writer.
 bool is_demuxing(const Container& container);
 

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "core/process/settings.h"
+#include "core/process/why.h"
 #include "core/text/names.h"
 #include "ffmpeg/ffmpeg.h"
 #include "qmlib/sinks.h"
@@ -54,11 +55,17 @@ void write_message(const char* kind, const char* object, const char* message) {
 }  // namespace
 
 void log_ffmpeg_message(void* context, int level, const char* format, va_list arguments) noexcept {
-    if (without_tint(level) > settings().log_level)
+    const bool is_error = without_tint(level) <= AV_LOG_ERROR;
+    const bool is_shown = without_tint(level) <= settings().log_level;
+    if (!is_error && !is_shown)
         return;
     try {
         std::array<char, kMessageSize> message;
         if (std::vsnprintf(message.data(), message.size(), format, arguments) < 0)
+            return;
+        if (is_error)
+            why::heard(message_text(message.data()).c_str());
+        if (!is_shown)
             return;
         const char* kind = class_name(context);
         write_message(kind, message_text(object_name(context, kind)).c_str(), message_text(message.data()).c_str());

@@ -10,6 +10,7 @@
 #include "platform/loaded_library.h"
 #include "platform/never_destroyed.h"
 #include "platform/system.h"
+#include "platform/thread_block.h"
 #include "qmlib/sinks.h"
 
 namespace qmio {
@@ -66,6 +67,7 @@ LogCallback ffmpegs_own_log_callback() {
 }
 
 void attach_library() {
+    platform::reserve_thread_blocks();
     try {
         configure(current.value);
     } catch (...) {
@@ -85,6 +87,7 @@ void detach_library() {
     ffmpeg::clear_vetoes();
     ffmpeg::forget_pixel_formats();
     qmlib::close_log();
+    platform::give_up_thread_blocks();
 }
 
 const platform::LoadNotification notification(attach_library, detach_library, "qmio_close");
