@@ -1027,7 +1027,7 @@ QMIO_API extern int32_t AV_PIX_FMT_NONE, AV_PIX_FMT_RGB32, AV_PIX_FMT_GRAY8, AV_
     AV_PIX_FMT_BGR0;
 #endif
 
-/* ---- Additions: why calls fail, UTF-8, finishing, messages ------------------------------------------------------ */
+/* ---- Additions: why calls fail, UTF-8, cancelled opens, finishing, messages ------------------------------------- */
 
 /*
  * Why the last call of this thread failed: one of opening, creating, remuxing, reading, decoding, seeking, writing,
@@ -1062,6 +1062,21 @@ QMIO_API MediaHandle* qmio_mux_u8(const char* file, const char* options, MediaHa
                                   MediaHandle* audio_src);
 
 /*
+ * Ends an open that another thread is in. The option "cancel" of any open gives it a number above 0, of the host's choice
+ * ("cancel=17"); from then on until it returns, qmio_cancel_open(17) makes it return null within a fifth of a second where
+ * it waits for a network, and otherwise as soon as it reads on. What the system alone can end is left to it, as for
+ * qmio_cancel: the look-up of a host's name, a pipe that nobody writes to.
+ * The option "open_timeout" ends the whole open by itself after so many seconds ("open_timeout=2.5"; 0: never), unlike
+ * "timeout", which a source that sends a little now and then never comes to.
+ * Neither option is FFmpeg's, nor is it handed to it. With any other value the open fails. qmio_why tells AVERROR_EXIT of
+ * the first and minus ETIMEDOUT of the second.
+ *
+ * Returns 1 when opens of this number were under way, all of which return null then; 0 when there was none. Any thread may
+ * call, at any time.
+ */
+QMIO_API int qmio_cancel_open(int64_t id);
+
+/*
  * Completes a file that is being written, as qmio_close does, and tells what became of it: encoders are drained, the
  * trailer is written, everything is flushed, the output is closed; a memory target gets its header. qmio_close then only
  * frees the handle.
@@ -1075,6 +1090,37 @@ QMIO_API MediaHandle* qmio_mux_u8(const char* file, const char* options, MediaHa
  * null, sound with QMIO_TRACK_NO_STREAM.
  */
 QMIO_API int qmio_finish(MediaHandle* h);
+
+/* Levels of messages, the names of the configuration's key "log". */
+enum {
+    QMIO_LOG_QUIET = -8,
+    QMIO_LOG_PANIC = 0,
+    QMIO_LOG_FATAL = 8,
+    QMIO_LOG_ERROR = 16,
+    QMIO_LOG_WARNING = 24,
+    QMIO_LOG_INFO = 32,
+    QMIO_LOG_VERBOSE = 40,
+    QMIO_LOG_DEBUG = 48,
+    QMIO_LOG_TRACE = 56 /* the library's own lines */
+};
+
+/*
+ * Takes a message: `level` a QMIO_LOG_ number, `text` UTF-8 without the end of its line, valid during the call. Any thread
+ * may call it, also FFmpeg's own and several at once. It may call the library, whose messages about that are dropped. It
+ * must not throw.
+ */
+typedef void (*qmio_log_callback)(void* opaque, int level, const char* text);
+
+/*
+ * From now on this process's messages go to the host, and no longer to standard error and to the log file: FFmpeg's up to
+ * `level`, whatever the configuration says, and the library's own lines, for which the configuration's trace switches
+ * count alone. A null callback gives them back to where the configuration sends them.
+ *
+ * When it returns the callback that was set before is no longer being called, and never will be; only where that callback
+ * itself makes this call, it returns first. No lock that the callback waits for may be held.
+ * Returns 1; 0 when memory is short, and then nothing has changed. Any thread may call.
+ */
+QMIO_API int qmio_set_log(qmio_log_callback callback, void* opaque, int level);
 
 #ifdef __cplusplus
 }

@@ -9,6 +9,7 @@
 #include "core/text/names.h"
 #include "platform/system.h"
 #include "qmio.h"
+#include "read/cancel_open.h"
 #include "read/own_options.h"
 
 using namespace qmio;
@@ -86,8 +87,18 @@ MediaHandle* open_request(const Request& request) {
         return nullptr;
     const Request for_ffmpeg{request.name, request.block, without_own(request.options), request.code_page};
     HalfBuiltHandle handle(create_handle());
-    if (handle == nullptr || !open_steps(*handle, for_ffmpeg, started))
+    if (handle == nullptr)
         return nullptr;
+    Container& container = handle->container;
+    NamedOpen under_way(own->cancel, container.cancelled);
+    container.open_deadline.begin(own->open_timeout);
+    if (!open_steps(*handle, for_ffmpeg, started))
+        return nullptr;
+    if (!under_way.complete() || was_stopped(container)) {
+        tell_source_failure(container, AVERROR_EXIT, "");
+        return nullptr;
+    }
+    container.open_deadline.end();
     return handle.release();
 }
 
@@ -119,7 +130,7 @@ bool probe_streams(MediaHandle& handle) {
     trace(TraceSwitch::open, kOpenTag, L"\tavformat_find_stream_info %s, %d streams\n", result < 0 ? L"***FAIL" : L"OK",
           container.nb_streams);
     // What was made to stop may have gone well as far as it went.
-    if (result < 0 || handle.container.stall_watch.has_stalled()) {
+    if (result < 0 || was_stopped(handle.container)) {
         tell_source_failure(handle.container, result, "cannot find out what it holds");
         return false;
     }

@@ -315,7 +315,7 @@ const std::vector<Call> kCalls = {
      }),
     QMIO_ANSWERS(0, qmio_set_time_param, nullptr, nullptr, nullptr),
     QMIO_ANSWERS(-1, qmio_get_smpte, nullptr, 5),
-    // Additions: why calls fail, UTF-8, finishing.
+    // Additions.
     QMIO_CALL(qmio_why, {
          QMIO_FUNCTION(qmio_why)(nullptr, 0);
          EXPECT_EQ(QMIO_FUNCTION(qmio_why)(given.text, sizeof given.text), 0);
@@ -325,6 +325,8 @@ const std::vector<Call> kCalls = {
     QMIO_ANSWERS(nullptr, qmio_create_u8, nullptr, "fmt=mov", 0),
     QMIO_ANSWERS(nullptr, qmio_mux_u8, "copy.mkv", "fmt=matroska", nullptr, nullptr),
     QMIO_ANSWERS(-EINVAL, qmio_finish, nullptr),
+    QMIO_ANSWERS(0, qmio_cancel_open, 5),
+    QMIO_ANSWERS(1, qmio_set_log, nullptr, nullptr, 0),
 };
 // clang-format on
 
