@@ -657,7 +657,7 @@ enum {
     QMIO_TRACK_NO_STREAM_INDEX = -3, /* its encoder was not known */
     QMIO_TRACK_NO_CODEC = -4,
     QMIO_TRACK_NO_ENCODER = -5,
-    QMIO_TRACK_NO_STREAM = -6, /* the handle was cancelled */
+    QMIO_TRACK_NO_STREAM = -6, /* the handle was cancelled or finished */
     QMIO_TRACK_NO_FORM = -7,   /* the options gave no channels or no sample format */
     QMIO_TRACK_NO_RING = -8,   /* a frame of the encoder is above 192,000 bytes */
     QMIO_TRACK_NO_BUFFER = -9,
@@ -932,6 +932,8 @@ QMIO_API const char* qmio_get_file_info(MediaHandle* h, const char* key);
  *
  *   "check"                       0 while the file is open, -1 after qmio_cancel
  *   "error"                       0, or -1 when the last packet could not be read because nothing is open
+ *   "write_error"                 FFmpeg's negative number of the first error of encoding, writing or flushing; 0 for
+ *                                 none and for a source
  *   "width", "height" *           size of the pictures in pixels; 0 without video
  *   "frames" *                    number of video frames by the source's own word; 1 for a still picture and
  *                                 when unknown
@@ -1024,6 +1026,101 @@ QMIO_API extern int32_t AV_PIX_FMT_NONE, AV_PIX_FMT_RGB32, AV_PIX_FMT_GRAY8, AV_
     AV_PIX_FMT_YUV422P10LE, AV_PIX_FMT_NB, AV_PIX_FMT_0RGB, AV_PIX_FMT_ABGR, AV_PIX_FMT_0BGR, AV_PIX_FMT_RGB0,
     AV_PIX_FMT_BGR0;
 #endif
+
+/* ---- Additions: why calls fail, UTF-8, cancelled opens, finishing, messages ------------------------------------- */
+
+/*
+ * Why the last call of this thread failed: one of opening, creating, remuxing, reading, decoding, seeking, writing,
+ * finishing or closing that gave its failure value. Asking forgets it; calls that go well do not.
+ *
+ *     MediaHandle* media = qmio_open_u8(name, NULL);
+ *     char reason[512];
+ *     if (media == NULL && qmio_why(reason, sizeof reason) != 0)
+ *         fprintf(stderr, "%s\n", reason);        "cannot open a.mp4: No such file or directory"
+ *
+ * buf    receives a UTF-8 text with its NUL: what could not be done with which file, the step that failed and its cause,
+ *        FFmpeg's last message about it in brackets; then what else was of no use to the call ("unused options: presett,
+ *        foo", "option vcodec: no encoder is called nonsense"). An empty text when there is nothing to tell. May be null.
+ * size   bytes of `buf`. A text that does not fit is cut behind its last whole character; 2,048 bytes hold any. 0 and
+ *        less: nothing is written.
+ * Returns FFmpeg's negative number of the cause, which for errors of the system is minus errno; 0 when nothing failed since
+ * the last asking. The text may then still tell what a creation or an open that went well did without: options that
+ * nothing took, sound that cannot be decoded.
+ * The end of a source is no failure, nor is an encoder that wants more pictures first. qmio_close tells here what became of
+ * the trailer and the last bytes, though it returns 0. Each thread knows its own failures alone.
+ */
+QMIO_API int qmio_why(char* buf, int size);
+
+/*
+ * qmio_open_ex_a, qmio_create_ex_a and qmio_mux_a with names and options in UTF-8, on every system and whatever code pages
+ * the system and the configuration name. A name is at most 1,023 bytes long and is handed on as it is. Names and options
+ * that are not UTF-8 are refused. `options` may be null.
+ */
+QMIO_API MediaHandle* qmio_open_u8(const char* name, const char* options);
+QMIO_API MediaHandle* qmio_create_u8(const char* name, const char* options, uint32_t flags);
+QMIO_API MediaHandle* qmio_mux_u8(const char* file, const char* options, MediaHandle* video_src,
+                                  MediaHandle* audio_src);
+
+/*
+ * Ends an open that another thread is in. The option "cancel" of any open gives it a number above 0, of the host's choice
+ * ("cancel=17"); from then on until it returns, qmio_cancel_open(17) makes it return null within a fifth of a second where
+ * it waits for a network, and otherwise as soon as it reads on. What the system alone can end is left to it, as for
+ * qmio_cancel: the look-up of a host's name, a pipe that nobody writes to.
+ * The option "open_timeout" ends the whole open by itself after so many seconds ("open_timeout=2.5"; 0: never), unlike
+ * "timeout", which a source that sends a little now and then never comes to.
+ * Neither option is FFmpeg's, nor is it handed to it. With any other value the open fails. qmio_why tells AVERROR_EXIT of
+ * the first and minus ETIMEDOUT of the second.
+ *
+ * Returns 1 when opens of this number were under way, all of which return null then; 0 when there was none. Any thread may
+ * call, at any time.
+ */
+QMIO_API int qmio_cancel_open(int64_t id);
+
+/*
+ * Completes a file that is being written, as qmio_close does, and tells what became of it: encoders are drained, the
+ * trailer is written, everything is flushed, the output is closed; a memory target gets its header. qmio_close then only
+ * frees the handle.
+ *
+ *     int result = qmio_finish(file);
+ *     qmio_close(file);
+ *
+ * Returns 0 when the whole file was written, else FFmpeg's negative number of the first error since it was made, the same
+ * as the key "write_error" of qmio_get_file_param; again the same when it is called again. AVERROR(EINVAL) for null and for
+ * a source, AVERROR_EXIT after qmio_cancel. Calls that write fail afterwards: pictures and packets with AVERROR_EXIT or
+ * null, sound with QMIO_TRACK_NO_STREAM.
+ */
+QMIO_API int qmio_finish(MediaHandle* h);
+
+/* Levels of messages, the names of the configuration's key "log". */
+enum {
+    QMIO_LOG_QUIET = -8,
+    QMIO_LOG_PANIC = 0,
+    QMIO_LOG_FATAL = 8,
+    QMIO_LOG_ERROR = 16,
+    QMIO_LOG_WARNING = 24,
+    QMIO_LOG_INFO = 32,
+    QMIO_LOG_VERBOSE = 40,
+    QMIO_LOG_DEBUG = 48,
+    QMIO_LOG_TRACE = 56 /* the library's own lines */
+};
+
+/*
+ * Takes a message: `level` a QMIO_LOG_ number, `text` UTF-8 without the end of its line, valid during the call. Any thread
+ * may call it, also FFmpeg's own and several at once. It may call the library, whose messages about that are dropped. It
+ * must not throw.
+ */
+typedef void (*qmio_log_callback)(void* opaque, int level, const char* text);
+
+/*
+ * From now on this process's messages go to the host, and no longer to standard error and to the log file: FFmpeg's up to
+ * `level`, whatever the configuration says, and the library's own lines, for which the configuration's trace switches
+ * count alone. A null callback gives them back to where the configuration sends them.
+ *
+ * When it returns the callback that was set before is no longer being called, and never will be; only where that callback
+ * itself makes this call, it returns first. No lock that the callback waits for may be held.
+ * Returns 1; 0 when memory is short, and then nothing has changed. Any thread may call.
+ */
+QMIO_API int qmio_set_log(qmio_log_callback callback, void* opaque, int level);
 
 #ifdef __cplusplus
 }

@@ -7,6 +7,7 @@
 #include "audio/sample_formats.h"
 #include "core/handle/entry.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "qmio.h"
 
 namespace qmio::audio {
@@ -77,7 +78,8 @@ int32_t deliver_packet(Tracks& tracks, Sound& sound, uint8_t* buffer, AVPacket& 
     report_map_once(sound, *track);
     while (packet.size > 0) {
         bool got = false;
-        if (decode_step(*track, *sound.audio_frame, packet, got) < 0) {
+        if (const int result = decode_step(*track, *sound.audio_frame, packet, got); result < 0) {
+            why::failed(result, "a packet of sound cannot be decoded");
             report(kTag, L"avcodec_decode_audio4 error\n");
             return kNothing;
         }
@@ -98,7 +100,7 @@ int32_t deliver_packet(Tracks& tracks, Sound& sound, uint8_t* buffer, AVPacket& 
 using namespace qmio;
 
 int qmio_audio_pkt(MediaHandle* h, void* buf, AVPacket* pkt) {
-    return with_handle(h, 0, 0, [&](MediaHandle& handle) {
+    return told_with_handle(h, 0, 0, [&](MediaHandle& handle) {
         if (buf == nullptr || pkt == nullptr || handle.sound.audio_frame == nullptr)
             return 0;
         return audio::deliver_packet(handle.tracks, handle.sound, static_cast<uint8_t*>(buf), *pkt);
@@ -106,7 +108,7 @@ int qmio_audio_pkt(MediaHandle* h, void* buf, AVPacket* pkt) {
 }
 
 int qmio_audio_frame(MediaHandle* h, void* buf) {
-    return with_handle(h, 0, 0, [&](MediaHandle& handle) {
+    return told_with_handle(h, 0, 0, [&](MediaHandle& handle) {
         if (handle.reader_queue == nullptr)
             return qmio_audio_pkt(&handle, buf, handle.reading.audio_packet.get());
         const bool can_deliver = buf != nullptr && handle.sound.audio_frame != nullptr;

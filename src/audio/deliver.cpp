@@ -8,6 +8,7 @@
 #include "audio/planes.h"
 #include "audio/sample_formats.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 
 namespace qmio::audio {
 
@@ -74,6 +75,7 @@ bool resample(Track& track, ffmpeg::Resampler& resampler, Planes& planes, Sample
     const int converted = resampler.convert(planes.data(), capacity, samples.planes, count);
     if (converted < 0) {
         report(kTag, L"swr_convert error\n");
+        why::failed(converted, "the sound cannot be converted");
         return false;
     }
     trace(TraceSwitch::audio, kTag, L"swr_convert %d samples\n", converted);

@@ -7,6 +7,7 @@
 #include "core/handle/frame_numbers.h"
 #include "core/process/last_error.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "ffmpeg/codec_lookup.h"
 
 namespace qmio::audio {
@@ -33,9 +34,13 @@ bool find_track_decoder(const Container& container, Track& track, int number) {
     if (track.codec->codec_id == AV_CODEC_ID_NONE) {
         trace(TraceSwitch::open, kTag, L"No codec found for audio stream %d (%d)", number, track.stream_index);
         set_last_error(AV_LOG_ERROR, L"No codec found for audio stream %d (%d)", number, track.stream_index);
+        why::failed(AVERROR_DECODER_NOT_FOUND, "nothing tells the codec of track %d", number);
         return false;
     }
     track.coder = ffmpeg::find_decoder(track.codec->codec_id);
+    if (track.coder == nullptr)
+        why::failed(AVERROR_DECODER_NOT_FOUND, "there is no decoder of %s for track %d",
+                    avcodec_get_name(track.codec->codec_id), number);
     return track.coder != nullptr;
 }
 
@@ -46,8 +51,12 @@ bool prepare_buffers(Sound& sound, Track& track) {
 }
 
 bool open_track(const Container& container, Sound& sound, Track& track, int number) {
-    if (!find_track_decoder(container, track, number) || open_codec(*track.codec, *track.coder, nullptr) < 0)
+    if (!find_track_decoder(container, track, number))
         return false;
+    if (const int result = open_codec(*track.codec, *track.coder, nullptr); result < 0) {
+        why::failed(result, "decoder %s of track %d cannot be opened", track.coder->name, number);
+        return false;
+    }
     // Every track writes this one field; the last one's length is what remains.
     sound.audio_dur_ms = duration_ms(*container.format_ctx, *track.stream);
     track.file = track.delivered = ffmpeg::form_of(*track.codec);
@@ -88,6 +97,7 @@ bool open_tracks(const Container& container, Sound& sound, Tracks& tracks) {
     trace(TraceSwitch::open, L"qmio_open_audio", L"AUDIO\n");
     trace(TraceSwitch::open, kTag, L"AUDIO, %d streams of %d\n", tracks.count(), container.format_ctx->nb_streams);
     if (!open_all(container, sound, tracks)) {
+        why::within("there is no sound");
         disable_sound(tracks);
         return false;
     }

@@ -112,6 +112,7 @@ int64_t of_codec(const AVCodecContext* codec, int64_t otherwise, Value&& value) 
 constexpr FileKey kNumbers[] = {
     {"check", false, [](const MediaHandle& h) -> int64_t { return h.container.format_ctx != nullptr ? 0 : -1; }},
     {"error", false, [](const MediaHandle& h) -> int64_t { return h.reading.read_result; }},
+    {"write_error", false, [](const MediaHandle& h) -> int64_t { return h.writing.first_error; }},
     {"width", true, [](const MediaHandle& h) -> int64_t { return h.video.width; }},
     {"height", true, [](const MediaHandle& h) -> int64_t { return h.video.height; }},
     {"frames", true, [](const MediaHandle& h) -> int64_t { return h.video.frame_count; }},

@@ -189,7 +189,8 @@ Entries BackgroundReader::read_entry() {
     Entries one = new_entry();
     Entry& entry = one.front();
     ffmpeg::PacketPtr packet = new_packet();
-    if (av_read_frame(container_.format_ctx.get(), packet.get()) < 0) {
+    if (const int result = av_read_frame(container_.format_ctx.get(), packet.get()); result < 0) {
+        error_ = result != AVERROR_EOF ? result : 0;
         entry.time = kNever;
         return one;
     }

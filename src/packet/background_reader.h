@@ -45,6 +45,9 @@ class BackgroundReader {
     LineBudget budget;
     Taken taken;
 
+    // Why reading ended, other than by the end of the source: FFmpeg's negative number. 0: it did not. Any thread may ask.
+    int error() const { return error_; }
+
     // Ends the thread at its next packet, interrupts it where it waits, and drops what it has read. Any thread may call.
     void stop();
 
@@ -88,6 +91,7 @@ class BackgroundReader {
     int32_t pass_ = 0;
     int32_t packets_ = 0;  // read so far
     std::atomic<bool> stopped_{false};
+    std::atomic<int> error_{0};
 
     std::thread thread_;
     std::mutex end_lock_;

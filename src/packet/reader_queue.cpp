@@ -100,6 +100,8 @@ void attach_reader_queue(MediaHandle& handle, const Range& range) {
 
 int take_packet(MediaHandle& handle) {
     Entries entries = handle.reader_queue->queue.take();
+    if (const int error = handle.reader_queue->error(); error < 0 && (entries.empty() || entries.front().type == kEnd))
+        tell_source_failure(handle.container, error, "");
     if (entries.empty())
         return kEnd;
     switch (entries.front().type) {

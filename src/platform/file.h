@@ -18,8 +18,8 @@ class ReadFile {
     virtual int64_t size() = 0;  // -1 when unknown
 
     // `path` is narrow text of `code_page`, which on Linux is the one that the file's name is in; null when the file
-    // cannot be opened. Directories cannot.
-    static std::unique_ptr<ReadFile> open(const std::string& path, uint32_t code_page);
+    // cannot be opened, with a number of errno in `error` where that is not null. Directories cannot.
+    static std::unique_ptr<ReadFile> open(const std::string& path, uint32_t code_page, int* error = nullptr);
 };
 
 class AppendFile {

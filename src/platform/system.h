@@ -18,6 +18,9 @@ LocalTime local_time();
 // Milliseconds of a clock that never goes back.
 uint32_t tick_count();
 
+// What a number of errno means, in English and UTF-8 whatever the locale; null where the system has no such text.
+const char* error_text(int number);
+
 // The value of an environment variable as UTF-8; empty when it is not set.
 std::string environment(const char* name);
 

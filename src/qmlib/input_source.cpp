@@ -120,10 +120,10 @@ std::unique_ptr<InputSource> file_source(std::unique_ptr<platform::ReadFile> fil
     return file != nullptr ? std::make_unique<FileSource>(std::move(file)) : nullptr;
 }
 
-std::unique_ptr<InputSource> url_source(const std::string& name, AVIOInterruptCB interrupt, int64_t timeout) {
-    UrlSettings settings;
-    settings.interrupt = interrupt;
-    settings.timeout = timeout;
+std::unique_ptr<InputSource> url_source(const std::string& name, AVIOInterruptCB interrupt, int64_t timeout,
+                                        int& error) {
+    error = AVERROR(EINVAL);
+    const UrlSettings settings{interrupt, timeout, &error};
     Url* url = qmurl_open_a(0, name.c_str(), "rb", settings);
     return url != nullptr ? std::make_unique<UrlSource>(url) : nullptr;
 }

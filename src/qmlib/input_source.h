@@ -25,8 +25,9 @@ std::unique_ptr<InputSource> memory_source(const uint8_t* data, int64_t size);
 std::unique_ptr<InputSource> file_source(std::unique_ptr<platform::ReadFile> file);
 
 // An FTP address read in passive mode, front to back. `interrupt` makes a blocked read return, and so does a server
-// that stands still for `timeout` microseconds. Null when it cannot be opened.
-std::unique_ptr<InputSource> url_source(const std::string& name, AVIOInterruptCB interrupt, int64_t timeout);
+// that stands still for `timeout` microseconds. Null when it cannot be opened, with an FFmpeg error in `error`.
+std::unique_ptr<InputSource> url_source(const std::string& name, AVIOInterruptCB interrupt, int64_t timeout,
+                                        int& error);
 
 // An I/O context that reads `source`, which must outlive it; null when memory is short.
 ffmpeg::CustomIoPtr make_custom_io(InputSource& source);

@@ -85,9 +85,11 @@ Url* qmurl_open_a(int /*reserved*/, const char* name, const char* mode, const Ur
     ffmpeg::Dictionary options;
     options.set("timeout", std::to_string(time_limit(split.query, settings)).c_str());
     auto url = std::make_unique<Url>();
-    if (avio_open2(&url->context, split.address.c_str(), AVIO_FLAG_READ, &settings.interrupt, options.address()) < 0)
-        return nullptr;
-    return url.release();
+    const int result =
+        avio_open2(&url->context, split.address.c_str(), AVIO_FLAG_READ, &settings.interrupt, options.address());
+    if (result < 0 && settings.error != nullptr)
+        *settings.error = result;
+    return result < 0 ? nullptr : url.release();
 }
 
 int qmurl_read_a(Url* url, void* buffer, int size) {

@@ -16,6 +16,8 @@ struct UrlSettings {
     // Microseconds that a connection or a transfer may stand still; 0 and below: for ever. "timeout" or "rw_timeout" in
     // the query of the URL comes first.
     int64_t timeout = 30'000'000;
+    // Receives the FFmpeg error of a stream that cannot be opened; may be null.
+    int* error = nullptr;
 };
 
 // Opens "ftp://[user[:password]@]host[:port]/path[?query]" for reading; the prefix in any case. The query is for the

@@ -30,7 +30,7 @@ ffmpeg::Dictionary container_options(AVFormatContext& context, const Request& re
     ffmpeg::Dictionary dictionary = configured_options("format");
     add_format_options(context, dictionary, request.options);
     if (has_protocol(request))
-        add_protocol_options(plain_url(request.name), dictionary, request.options);
+        add_protocol_options(plain_url(request), dictionary, request.options);
     if (tracing(TraceSwitch::options)) {
         trace(TraceSwitch::options, kOpenTag, L"format opts:\n");
         dump_dictionary(dictionary, kOpenTag);

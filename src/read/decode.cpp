@@ -4,6 +4,7 @@
 
 #include "core/handle/frame_numbers.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "ffmpeg/frame_flags.h"
 #include "read/deliver.h"
 
@@ -15,6 +16,8 @@ constexpr const wchar_t* kTag = L"dec_video_pkt";
 
 int trace_error(const wchar_t* text, int code) {
     trace(TraceSwitch::read, L"trace_err", L"error %d: %s\n", code, text);
+    if (code < 0)
+        why::failed(AVERROR(EINVAL), "there is nothing to decode, or nothing to decode it with");
     return code;
 }
 
@@ -69,6 +72,7 @@ std::optional<int> feed(Source& source, imio_picture* picture, AVPacket* packet)
     const int used = source.reading.decoder.decode(source.reading.pFrame.get(), got, packet);
     if (used < 0) {
         trace(TraceSwitch::read, kTag, L"\t[%S] decode video error %d\n", source.name, used);
+        why::failed(used, "a packet of the video cannot be decoded");
         return QMIO_DECODER_ERROR;
     }
     trace_decoded(video, got, used, packet);

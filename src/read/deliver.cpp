@@ -7,6 +7,7 @@
 #include "core/handle/entry.h"
 #include "core/process/settings.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "ffmpeg/exact_scale.h"
 #include "ffmpeg/pixel_format.h"
 
@@ -65,6 +66,8 @@ int convert(Source& source, const ffmpeg::Picture& target) {
         trace(TraceSwitch::read, kTag, L"\tframe %d: cvt to user pixfmt res %d\n", source.video.want_frame, *rows);
     else
         trace(TraceSwitch::read, kTag, L"[%S] error get cvt context\n", source.name);
+    if (rows.value_or(0) < 1)
+        why::failed(AVERROR(EINVAL), "the picture cannot be converted");
     return rows.value_or(0);
 }
 

@@ -9,6 +9,8 @@
 #include "core/text/names.h"
 #include "platform/system.h"
 #include "qmio.h"
+#include "read/cancel_open.h"
+#include "read/own_options.h"
 
 using namespace qmio;
 
@@ -17,7 +19,11 @@ MediaHandle* qmio_open_a(const char* name) {
 }
 
 MediaHandle* qmio_open_ex_a(const char* name, const char* options) {
-    return guarded<MediaHandle*>(nullptr, [=] { return read::open(request(name, options)); });
+    return told_handle([=] { return read::open(request(name, options)); });
+}
+
+MediaHandle* qmio_open_u8(const char* name, const char* options) {
+    return told_handle([=] { return read::open(request_in_utf8(name, options)); });
 }
 
 MediaHandle* qmio_open_w(const wchar_t* name) {
@@ -25,7 +31,7 @@ MediaHandle* qmio_open_w(const wchar_t* name) {
 }
 
 MediaHandle* qmio_open_ex_w(const wchar_t* name, const wchar_t* options) {
-    return guarded<MediaHandle*>(nullptr, [=] { return read::open(request(name, options)); });
+    return told_handle([=] { return read::open(request(name, options)); });
 }
 
 namespace qmio::read {
@@ -35,7 +41,8 @@ namespace {
 bool allocate_container(MediaHandle& handle) {
     handle.container.format_ctx.reset(avformat_alloc_context());
     if (handle.container.format_ctx == nullptr) {
-        trace(TraceSwitch::open, kOpenTag, L"error alloc format context [%s]\n", wide_name(handle.file_name));
+        trace(TraceSwitch::open, kOpenTag, L"error alloc format context [%s]\n", wide_name(handle));
+        why::failed(AVERROR(ENOMEM));
         return false;
     }
     handle.container.format_ctx->interrupt_callback = interrupt_callback(handle.container);
@@ -52,36 +59,60 @@ void trace_exit(const MediaHandle& handle, uint32_t started) {
 }
 
 bool open_steps(MediaHandle& handle, const Request& request, uint32_t started) {
-    if (!set_file_name(handle, request.name) || !allocate_container(handle))
+    if (!set_file_name(handle, request.name, request.code_page) || !allocate_container(handle))
         return false;
     ffmpeg::Dictionary dictionary = container_options(*handle.container.format_ctx, request);
-    if (!open_container(handle.container, request, dictionary) || !probe_streams(handle) ||
-        handle.container.stall_watch.has_stalled())
+    if (!open_container(handle.container, request, dictionary) || !probe_streams(handle))
         return false;
     handle.container.stall_watch.end();
     if (handle.video.stream_index >= 0 && !open_video(handle, request.options))
         return false;
     // A handle whose audio failed is good for video, but its opening ends here.
-    if (!audio::open_tracks(handle.container, handle.sound, handle.tracks))
+    if (!audio::open_tracks(handle.container, handle.sound, handle.tracks)) {
+        why::forgive();
         return true;
+    }
     attach_frame_index(handle);
     trace_exit(handle, started);
     return true;
 }
 
+MediaHandle* open_request(const Request& request) {
+    const uint32_t started = platform::tick_count();
+    if (tracing(TraceSwitch::open))
+        trace(TraceSwitch::open, kOpenTag, L"enc %d [%s] param [%S]\n", settings().code_page,
+              wide_name(request.name.c_str(), request.code_page), request.options.text());
+    const std::optional<OwnOptions> own = own_options(request.options);
+    if (!own)
+        return nullptr;
+    const Request for_ffmpeg{request.name, request.block, without_own(request.options), request.code_page};
+    HalfBuiltHandle handle(create_handle());
+    if (handle == nullptr)
+        return nullptr;
+    Container& container = handle->container;
+    NamedOpen under_way(own->cancel, container.cancelled);
+    container.open_deadline.begin(own->open_timeout);
+    if (!open_steps(*handle, for_ffmpeg, started))
+        return nullptr;
+    if (!under_way.complete() || was_stopped(container)) {
+        tell_source_failure(container, AVERROR_EXIT, "");
+        return nullptr;
+    }
+    container.open_deadline.end();
+    return handle.release();
+}
+
 }  // namespace
 
 MediaHandle* open(const std::optional<Request>& request) {
-    const uint32_t started = platform::tick_count();
-    if (!request)
+    if (!request) {
+        why::within("cannot open");
         return nullptr;
-    if (tracing(TraceSwitch::open))
-        trace(TraceSwitch::open, kOpenTag, L"enc %d [%s] param [%S]\n", settings().code_page,
-              wide_name(request->name.c_str()), request->options.text());
-    HalfBuiltHandle handle(create_handle());
-    if (handle == nullptr || !open_steps(*handle, *request, started))
-        return nullptr;
-    return handle.release();
+    }
+    MediaHandle* const handle = open_request(*request);
+    if (handle == nullptr)
+        why::within("cannot open %s", shown_name(*request).c_str());
+    return handle;
 }
 
 bool probe_streams(MediaHandle& handle) {
@@ -98,8 +129,11 @@ bool probe_streams(MediaHandle& handle) {
         av_dict_free(&dictionary);
     trace(TraceSwitch::open, kOpenTag, L"\tavformat_find_stream_info %s, %d streams\n", result < 0 ? L"***FAIL" : L"OK",
           container.nb_streams);
-    if (result < 0)
+    // What was made to stop may have gone well as far as it went.
+    if (result < 0 || was_stopped(handle.container)) {
+        tell_source_failure(handle.container, result, "cannot find out what it holds");
         return false;
+    }
     for (unsigned stream = 0; stream < container.nb_streams; ++stream)
         handle.container.stream_codec.push_back(make_stream_codec(*container.streams[stream]));
     find_first_video(handle.container, handle.video);

@@ -23,10 +23,10 @@ ffmpeg::Dictionary container_options(AVFormatContext& context, const Request& re
 StallWatch::Limit time_limit(const ffmpeg::Dictionary& options);
 
 // The device that stands behind "dshow:", with "//" before it or without.
-std::string capture_device(const std::string& name);
+std::string capture_device(const std::string& name, uint32_t code_page = settings().code_page);
 
 // A name as an address for FFmpeg.
-std::string plain_url(const std::string& name);
+std::string plain_url(const Request& request);
 
 // The steps of opening, in the order in which they run. False ends the open.
 bool open_container(Container& container, const Request& request, ffmpeg::Dictionary& options);

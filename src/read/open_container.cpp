@@ -4,8 +4,8 @@
 #include <cstring>
 #include <limits>
 
-#include "core/process/settings.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "core/text/memory_block.h"
 #include "core/text/names.h"
 #include "ffmpeg/protocol.h"
@@ -19,9 +19,10 @@ namespace {
 
 constexpr StallWatch::Limit kNetworkTimeout = std::chrono::seconds(30);
 
-void trace_failure(const wchar_t* kind, const std::string& name) {
+void trace_failure(const wchar_t* kind, const std::string& name, uint32_t code_page) {
     if (tracing(TraceSwitch::open))
-        trace(TraceSwitch::open, kOpenTag, L"%savformat_open_input [%s] fail\n", kind, wide_name(name.c_str()));
+        trace(TraceSwitch::open, kOpenTag, L"%savformat_open_input [%s] fail\n", kind,
+              wide_name(name.c_str(), code_page));
 }
 
 void set_default(ffmpeg::Dictionary& options, const char* key, const char* value) {
@@ -35,41 +36,49 @@ bool open_input(Container& container, const std::string& url, const AVInputForma
     AVFormatContext* context = container.format_ctx.release();
     const int result = avformat_open_input(&context, url.c_str(), format, options.address());
     container.format_ctx.reset(context);
+    if (result < 0)
+        tell_source_failure(container, result, "");
     return result >= 0;
 }
 
 // Opens a source whose bytes come from us. `whitelist` keeps what its contents may refer to within bounds.
 bool open_custom(Container& container, std::unique_ptr<qmlib::InputSource> source, const std::string& url,
                  const AVInputFormat* format, const char* whitelist, ffmpeg::Dictionary& options) {
-    if (source == nullptr)
-        return false;
     container.input = std::move(source);
     container.custom_io = qmlib::make_custom_io(*container.input);
-    if (container.custom_io == nullptr)
+    if (container.custom_io == nullptr) {
+        why::failed(AVERROR(ENOMEM));
         return false;
+    }
     container.format_ctx->flags |= AVFMT_FLAG_CUSTOM_IO;
     container.format_ctx->pb = container.custom_io.get();
     set_default(options, "protocol_whitelist", whitelist);
     return open_input(container, url, format, options);
 }
 
-bool open_memory(Container& container, const char* block, ffmpeg::Dictionary& options) {
+bool open_memory(Container& container, const Request& request, ffmpeg::Dictionary& options) {
     int64_t size = 0;
+    const char* const block = request.block;
     const std::string url = memory_block::header_text(block).substr(std::strlen("mem:"));
-    if (memory_block::parse_size(block, size)) {
-        if (open_custom(container, qmlib::memory_source(memory_block::data(block), size), url,
-                        av_find_input_format("image2pipe"), "none", options))
-            return true;
-    }
-    trace_failure(L"mem: ", url);
+    if (!memory_block::parse_size(block, size))
+        why::failed(AVERROR(EINVAL), "its header tells no size");
+    else if (open_custom(container, qmlib::memory_source(memory_block::data(block), size), url,
+                         av_find_input_format("image2pipe"), "none", options))
+        return true;
+    trace_failure(L"mem: ", url, request.code_page);
     return false;
 }
 
-bool open_file(Container& container, const std::string& path, ffmpeg::Dictionary& options) {
-    if (open_custom(container, qmlib::file_source(platform::ReadFile::open(path, settings().code_page)), url_of(path),
-                    av_find_input_format("image2pipe"), "none", options))
+bool open_file(Container& container, const Request& request, ffmpeg::Dictionary& options) {
+    const std::string path = request.name.substr(std::strlen("avio:"));
+    int error = 0;
+    std::unique_ptr<platform::ReadFile> file = platform::ReadFile::open(path, request.code_page, &error);
+    if (file == nullptr)
+        why::failed(AVERROR(error));
+    else if (open_custom(container, qmlib::file_source(std::move(file)), url_of(path, request.code_page),
+                         av_find_input_format("image2pipe"), "none", options))
         return true;
-    trace_failure(L"avio: ", path);
+    trace_failure(L"avio: ", path, request.code_page);
     return false;
 }
 
@@ -83,8 +92,8 @@ void set_protocol_timeout(const std::string& url, StallWatch::Limit limit, ffmpe
         options.set("timeout", std::to_string(std::min<int64_t>(limit.count(), longest)).c_str());
 }
 
-bool open_plain(Container& container, const std::string& name, ffmpeg::Dictionary& options) {
-    const std::string url = plain_url(name);
+bool open_plain(Container& container, const Request& request, ffmpeg::Dictionary& options) {
+    const std::string url = plain_url(request);
     if (ffmpeg::is_network_url(url)) {
         const StallWatch::Limit limit = time_limit(options);
         set_protocol_timeout(url, limit, options);
@@ -92,7 +101,7 @@ bool open_plain(Container& container, const std::string& name, ffmpeg::Dictionar
     }
     if (open_input(container, url, nullptr, options))
         return true;
-    trace_failure(L"", name);
+    trace_failure(L"", request.name, request.code_page);
     return false;
 }
 
@@ -104,40 +113,49 @@ bool asks_for_passive(const std::string& name) {
 
 std::unique_ptr<qmlib::InputSource> open_url(Container& container, const std::string& url,
                                              const ffmpeg::Dictionary& options) {
-    return qmlib::url_source(url, interrupt_callback(container), time_limit(options).count());
+    int error = 0;
+    std::unique_ptr<qmlib::InputSource> source =
+        qmlib::url_source(url, interrupt_callback(container), time_limit(options).count(), error);
+    if (source == nullptr)
+        tell_source_failure(container, error, "");
+    return source;
 }
 
-bool open_ftp(Container& container, const std::string& name, ffmpeg::Dictionary& options) {
-    const bool passive = asks_for_passive(name);
+bool open_ftp(Container& container, const Request& request, ffmpeg::Dictionary& options) {
+    const bool passive = asks_for_passive(request.name);
     trace(TraceSwitch::open, kOpenTag, L"FTP passive %d\n", passive);
     if (!passive)
-        return open_plain(container, name, options);
-    if (open_custom(container, open_url(container, url_of(name), options), url_of(name), nullptr, "ftp,tcp,crypto,data",
-                    options))
+        return open_plain(container, request, options);
+    const std::string url = url_of(request.name, request.code_page);
+    std::unique_ptr<qmlib::InputSource> source = open_url(container, url, options);
+    if (source != nullptr && open_custom(container, std::move(source), url, nullptr, "ftp,tcp,crypto,data", options))
         return true;
-    trace_failure(L"aftp: ", name);
+    trace_failure(L"aftp: ", request.name, request.code_page);
     return false;
 }
 
-bool open_capture_device(Container& container, const std::string& device, ffmpeg::Dictionary& options) {
+bool open_capture_device(Container& container, const Request& request, ffmpeg::Dictionary& options) {
+    const std::string device = request.name.substr(std::strlen("dshow:"));
     const AVInputFormat* format = av_find_input_format("dshow");
-    if (format != nullptr && open_input(container, capture_device(device), format, options))
+    if (format == nullptr)
+        why::failed(AVERROR_DEMUXER_NOT_FOUND, "FFmpeg has no DirectShow here");
+    else if (open_input(container, capture_device(device, request.code_page), format, options))
         return true;
-    trace_failure(L"dshow: ", device);
+    trace_failure(L"dshow: ", device, request.code_page);
     return false;
 }
 
 bool open_by_kind(Container& container, const Request& request, ffmpeg::Dictionary& options) {
     const char* const name = request.name.c_str();
     if (request.block != nullptr)
-        return open_memory(container, request.block, options);
+        return open_memory(container, request, options);
     if (has_prefix(name, "avio:"))
-        return open_file(container, name + std::strlen("avio:"), options);
+        return open_file(container, request, options);
     if (has_prefix(name, "ftp:"))
-        return open_ftp(container, name, options);
+        return open_ftp(container, request, options);
     if (has_prefix(name, "dshow:"))
-        return open_capture_device(container, name + std::strlen("dshow:"), options);
-    return open_plain(container, name, options);
+        return open_capture_device(container, request, options);
+    return open_plain(container, request, options);
 }
 
 }  // namespace
@@ -149,13 +167,13 @@ StallWatch::Limit time_limit(const ffmpeg::Dictionary& options) {
     return StallWatch::Limit(limit);
 }
 
-std::string capture_device(const std::string& name) {
-    return url_of(name.starts_with("//") ? name.substr(2) : name);
+std::string capture_device(const std::string& name, uint32_t code_page) {
+    return url_of(name.starts_with("//") ? name.substr(2) : name, code_page);
 }
 
 // FFmpeg knows its protocols by lower-case names only.
-std::string plain_url(const std::string& name) {
-    std::string url = url_of(name);
+std::string plain_url(const Request& request) {
+    std::string url = url_of(request.name, request.code_page);
     if (has_prefix(url.c_str(), "ftp:"))
         url.replace(0, std::strlen("ftp:"), "ftp:");
     return url;

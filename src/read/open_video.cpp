@@ -7,6 +7,7 @@
 #include "core/handle/frame_numbers.h"
 #include "core/process/last_error.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "core/text/option_passes.h"
 #include "ffmpeg/codec_lookup.h"
 #include "ffmpeg/frame_threads.h"
@@ -21,16 +22,22 @@ namespace {
 bool find_decoder(const Container& container, Video& video) {
     trace(TraceSwitch::open, kOpenTag, L"VIDEO\n");
     video.codec = container.stream_codec[static_cast<std::size_t>(video.stream_index)].get();
-    if (video.codec == nullptr)
+    if (video.codec == nullptr) {
+        why::failed(AVERROR(ENOMEM));
         return false;
+    }
     if (video.codec->codec_id == AV_CODEC_ID_NONE) {
         trace(TraceSwitch::open, kOpenTag, L"No codec found for video stream %d", video.stream_index);
         set_last_error(AV_LOG_ERROR, L"No codec found for video stream %d", video.stream_index);
+        why::failed(AVERROR_DECODER_NOT_FOUND, "nothing tells the codec of video stream %d", video.stream_index);
         return false;
     }
     video.coder = ffmpeg::find_decoder(video.codec->codec_id);
-    if (video.coder == nullptr)
+    if (video.coder == nullptr) {
+        why::failed(AVERROR_DECODER_NOT_FOUND, "there is no decoder of %s for video stream %d",
+                    avcodec_get_name(video.codec->codec_id), video.stream_index);
         return false;
+    }
     trace(TraceSwitch::open, kOpenTag, L"\tavcodec_find_decoder OK\n");
     return true;
 }
@@ -47,8 +54,10 @@ bool open_decoder(const Video& video, Reading& reading, const Options& options) 
     ffmpeg::keep_from_frame_threads(codec.codec_id, dictionary);
     reading.decoder_options = dictionary.copy();
     reading.concealment.watch(codec);
-    if (open_codec(codec, *video.coder, &dictionary) < 0)
+    if (const int result = open_codec(codec, *video.coder, &dictionary); result < 0) {
+        why::failed(result, "decoder %s cannot be opened", video.coder->name);
         return false;
+    }
     reading.decoder.attach(&codec);
     reading.skip_frame = codec.skip_frame;
     return true;
@@ -63,7 +72,10 @@ bool prepare_pictures(Video& video, Reading& reading) {
     video.dst_pix_fmt = AV_PIX_FMT_BGRA;
     reading.pFrame.reset(av_frame_alloc());
     reading.pFrameRGB.reset(av_frame_alloc());
-    return reading.pFrame != nullptr && reading.pFrameRGB != nullptr;
+    const bool is_done = reading.pFrame != nullptr && reading.pFrameRGB != nullptr;
+    if (!is_done)
+        why::failed(AVERROR(ENOMEM));
+    return is_done;
 }
 
 int32_t to_frame_count(double frames) {

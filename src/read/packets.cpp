@@ -2,6 +2,7 @@
 
 #include "core/handle/entry.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "ffmpeg/packet_copy.h"
 #include "packet/reader_queue.h"
 #include "qmio.h"
@@ -10,10 +11,7 @@
 using namespace qmio;
 
 int qmio_get_frame(MediaHandle* h) {
-    return with_handle(h, -1, -1, [](MediaHandle& handle) {
-        read::Source source(handle);
-        return read::get_frame(source);
-    });
+    return read::reading(h, -1, -1, read::get_frame);
 }
 
 int qmio_release_frame(MediaHandle* h) {
@@ -57,6 +55,15 @@ void trace_end(int result) {
     trace(TraceSwitch::read, kTag, L"av_read_frame res %d [%S]\n", result, text);
 }
 
+// The end of a source is no failure, unless it is what an error of the system looks like to a demuxer.
+void tell_end(const Container& container, int result) {
+    trace_end(result);
+    const AVIOContext* const io = container.format_ctx->pb;
+    const int error = result == AVERROR_EOF && io != nullptr && io->error < 0 ? io->error : result;
+    if (error != AVERROR_EOF)
+        tell_source_failure(container, error, "");
+}
+
 }  // namespace
 
 bool is_read_in_background(const Source& source) {
@@ -66,8 +73,10 @@ bool is_read_in_background(const Source& source) {
 bool read_packet(Container& container, Reading& reading) {
     const bool readable = is_demuxing(container) && !container.cancelled.load(std::memory_order_relaxed);
     reading.read_result = readable ? 0 : -1;
-    if (reading.read_result != 0)
+    if (!readable) {
+        tell_source_failure(container, AVERROR(EBADF), "");
         return false;
+    }
     av_packet_unref(reading.packet.get());
     look_behind_end(container);
     const int result = av_read_frame(container.format_ctx.get(), reading.packet.get());
@@ -75,7 +84,7 @@ bool read_packet(Container& container, Reading& reading) {
     if (result >= 0)
         container.clock.note(*reading.packet);
     else
-        trace_end(result);
+        tell_end(container, result);
     return result >= 0;
 }
 
@@ -96,7 +105,10 @@ int get_frame(Source& source) {
     }
     if (!is_selected_audio(source.sound, source.tracks, packet.stream_index))
         return QMIO_PACKET_OTHER;
-    return ffmpeg::copy_packet(*source.reading.audio_packet, packet) ? int{QMIO_PACKET_AUDIO} : kEndOfInput;
+    if (ffmpeg::copy_packet(*source.reading.audio_packet, packet))
+        return QMIO_PACKET_AUDIO;
+    why::failed(AVERROR(ENOMEM));
+    return kEndOfInput;
 }
 
 int release_frame(Source& source) {

@@ -30,6 +30,18 @@ class StraightOn : public Way {
 
 int read_picture(Source& source, imio_picture& picture);
 
+void tell_no_video() {
+    why::failed(AVERROR(EINVAL), "there is no video to decode");
+}
+
+// A call without a place for the picture.
+int refuse_null(int result) {
+    return told(result, [=] {
+        why::failed(AVERROR(EINVAL), "there is no picture to read into");
+        return result;
+    });
+}
+
 // While a file grows, input goes on after an end at which the decoder gave all that it held. The next picture is found
 // as a sought one is.
 int read_on_after_drain(Source& source, imio_picture& picture) {
@@ -47,8 +59,10 @@ int read_on_after_drain(Source& source, imio_picture& picture) {
 }
 
 int read_picture(Source& source, imio_picture& picture) {
-    if (source.video.stream_index == -1)
+    if (source.video.stream_index == -1) {
+        tell_no_video();
         return 0;
+    }
     if (source.reading.pending != nullptr) {
         if (land(source))
             return read_target(source, picture);
@@ -100,9 +114,11 @@ int is_valid(const MediaHandle& handle, int kind) {
 // Runs `routine` with the source that the handle reads; -1 where there is no video to decode.
 template <class Routine>
 int with_decoder(MediaHandle* h, Routine&& routine) {
-    return with_handle(h, -1, -1, [&](MediaHandle& handle) {
-        Source source(handle);
-        return decoding_context(handle) != nullptr ? routine(source) : -1;
+    return reading(h, -1, -1, [&](Source& source) {
+        if (decoding_context(source.media) != nullptr)
+            return routine(source);
+        tell_no_video();
+        return -1;
     });
 }
 
@@ -129,10 +145,9 @@ int qmio_video_frame(MediaHandle* h, uint8_t* buffer) {
 
 int qmio_read_frame(MediaHandle* h, uint8_t* buffer) {
     if (buffer == nullptr)
-        return 0;
-    return with_handle(h, 0, 0, [=](MediaHandle& handle) {
-        read::Source source(handle);
-        imio_picture picture = read::plain_buffer(handle.video, buffer);
+        return read::refuse_null(0);
+    return read::reading(h, 0, 0, [=](read::Source& source) {
+        imio_picture picture = read::plain_buffer(source.video, buffer);
         return read::read_picture(source, picture);
     });
 }
@@ -150,13 +165,13 @@ int qmio_is_valid_frame(MediaHandle* h, int kind) {
 
 int imio_video_pkt(MediaHandle* h, imio_picture* pic, AVPacket* pkt) {
     if (pic == nullptr)
-        return -1;
+        return read::refuse_null(-1);
     return read::with_decoder(h, [=](read::Source& source) { return read::decode_given(source, *pic, pkt); });
 }
 
 int imio_video_frame(MediaHandle* h, imio_picture* pic) {
     if (pic == nullptr)
-        return -1;
+        return read::refuse_null(-1);
     // The handle's own packet also while others are read in the background: what a host put there with qmio_pkt_put.
     return read::with_decoder(
         h, [=](read::Source& source) { return read::decode_given(source, *pic, source.reading.packet.get()); });
@@ -164,15 +179,12 @@ int imio_video_frame(MediaHandle* h, imio_picture* pic) {
 
 int imio_read_frame(MediaHandle* h, imio_picture* pic) {
     if (pic == nullptr)
-        return 0;
-    return with_handle(h, 0, 0, [=](MediaHandle& handle) {
-        read::Source source(handle);
-        return read::read_picture(source, *pic);
-    });
+        return read::refuse_null(0);
+    return read::reading(h, 0, 0, [=](read::Source& source) { return read::read_picture(source, *pic); });
 }
 
 int imio_get_buf(MediaHandle* h, imio_picture* pic) {
     if (pic == nullptr)
-        return -1;
+        return read::refuse_null(-1);
     return read::with_decoder(h, [=](read::Source& source) { return read::convert_held_picture(source, pic); });
 }

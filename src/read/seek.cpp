@@ -6,6 +6,7 @@
 #include "core/handle/frame_index.h"
 #include "core/handle/frame_numbers.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "core/text/names.h"
 #include "qmio.h"
 #include "read/choose.h"
@@ -38,7 +39,8 @@ int rewind_audio(Source& source) {
 }
 
 // From now on frame seeks answer frame 0.
-int refuse_seeking(Source& source) {
+int refuse_seeking(Source& source, int result) {
+    tell_source_failure(source.container, result, "");
     source.reading.no_seek = true;
     source.reading.seek_position = 0;
     source.video.have_frame = kNoFrame;
@@ -61,15 +63,16 @@ int stand_at_frame_zero(Source& source) {
 
 // ---- traces ----
 
-void trace_refusal(const Source& source, const wchar_t* tag, int32_t frame) {
+void tell_refusal(const Source& source, const wchar_t* tag, int32_t frame) {
+    why::failed(AVERROR(ESPIPE), "a seek was refused before");
     if (tracing(TraceSwitch::seek))
-        trace(TraceSwitch::seek, tag, L"[%s] NO SEEK SUPPORTED, frame %d\n", wide_name(source.name), frame);
+        trace(TraceSwitch::seek, tag, L"[%s] NO SEEK SUPPORTED, frame %d\n", wide_name(source.media), frame);
 }
 
 void trace_offset(const Source& source, const wchar_t* tag) {
     const AVFormatContext* const container = source.container.format_ctx.get();
     if (tracing(TraceSwitch::seek) && container != nullptr)
-        trace(TraceSwitch::seek, tag, L"[%s] offset %I64d\n", wide_name(source.name),
+        trace(TraceSwitch::seek, tag, L"[%s] offset %I64d\n", wide_name(source.media),
               avio_seek(container->pb, 0, SEEK_CUR));
 }
 
@@ -77,7 +80,7 @@ void trace_rate(const Source& source, const wchar_t* tag, AVStream& stream) {
     if (!tracing(TraceSwitch::seek))
         return;
     const AVRational rate = guessed_frame_rate(source.container, stream);
-    trace(TraceSwitch::seek, tag, L"[%s] nf %d, time base %d %d, frame rate %d %d\n", wide_name(source.name),
+    trace(TraceSwitch::seek, tag, L"[%s] nf %d, time base %d %d, frame rate %d %d\n", wide_name(source.media),
           static_cast<int>(stream.nb_frames), stream.time_base.num, stream.time_base.den, rate.num, rate.den);
 }
 
@@ -88,7 +91,7 @@ void trace_seek(const Source& source, const wchar_t* tag, AVStream& stream, int 
         return;
     const AVRational rate = guessed_frame_rate(source.container, stream);
     trace(TraceSwitch::seek, tag, L"[%s] res %d: from %d to %d: ts %I64d = %d * %d * %d / %d / %d\n",
-          wide_name(source.name), result, frame, source.video.want_frame, timestamp, frame, rate.den,
+          wide_name(source.media), result, frame, source.video.want_frame, timestamp, frame, rate.den,
           stream.time_base.den, rate.num, stream.time_base.num);
 }
 
@@ -97,12 +100,13 @@ void trace_clock(const Source& source, const AVStream& stream, int64_t timestamp
     if (!tracing(TraceSwitch::seek) || dts == AV_NOPTS_VALUE)
         return;
     trace(TraceSwitch::seek, kSeekFrame, L"[%s] cur_dts %I64d, start_time %I64d, ts %I64d, new frame %d\n",
-          wide_name(source.name), dts, stream.start_time, timestamp, static_cast<int>(timestamp_to_frame(stream, dts)));
+          wide_name(source.media), dts, stream.start_time, timestamp,
+          static_cast<int>(timestamp_to_frame(stream, dts)));
 }
 
 void trace_byte_seek(const Source& source, const wchar_t* tag, int32_t frame, int result) {
     if (tracing(TraceSwitch::seek))
-        trace(TraceSwitch::seek, tag, L"[%s] frame %d, byte seek %I64d, res %d\n", wide_name(source.name), frame,
+        trace(TraceSwitch::seek, tag, L"[%s] frame %d, byte seek %I64d, res %d\n", wide_name(source.media), frame,
               frame_index::position(*source.container.index_mapping, frame), result);
 }
 
@@ -130,7 +134,7 @@ int seek_by_timestamp(Source& source, const wchar_t* tag, AVStream& stream, int3
     const int result = position_by_time(source, timestamp, flags);
     trace_seek(source, tag, stream, result, frame, timestamp);
     if (result < 0)
-        return refuse_seeking(source);
+        return refuse_seeking(source, result);
     want(source, frame, (flags & AVSEEK_FLAG_ANY) != 0 ? Landing::any_packet : Landing::key_packet);
     source.reading.seek_position = scale_time(timestamp, stream.time_base, AV_TIME_BASE);
     return frame;
@@ -140,8 +144,8 @@ int seek_by_timestamp(Source& source, const wchar_t* tag, AVStream& stream, int3
 // asks for the same frame again is not told that it is there already.
 int seek_twice(Source& source, AVStream& stream, int32_t frame) {
     const int64_t timestamp = frame_to_timestamp(source.container, stream, frame);
-    if (position_by_time(source, timestamp, AVSEEK_FLAG_ANY) < 0)
-        return refuse_seeking(source);
+    if (const int result = position_by_time(source, timestamp, AVSEEK_FLAG_ANY); result < 0)
+        return refuse_seeking(source, result);
     flush_decoders(source);
     forget_target(source);
     if (!read_packet(source.container, source.reading))
@@ -157,8 +161,12 @@ bool is_at_start(const Source& source, int32_t frame) {
 
 int64_t seek_stream(Source& source, int stream, int64_t timestamp) {
     forget_target(source);
-    if (stream == -1 || seek_container(source.container, stream, timestamp, AVSEEK_FLAG_BACKWARD) < 0)
+    const int result = stream == -1 ? AVERROR_STREAM_NOT_FOUND
+                                    : seek_container(source.container, stream, timestamp, AVSEEK_FLAG_BACKWARD);
+    if (result < 0) {
+        tell_source_failure(source.container, result, "");
         return 0;
+    }
     flush_decoders(source);
     return timestamp;
 }
@@ -179,12 +187,12 @@ int seek_frame_ex_old(Source& source, int32_t frame) {
     if (video.stream_index == -1)
         return rewind_audio(source);
     if (source.reading.no_seek) {
-        trace_refusal(source, kSeekFrameExOld, frame);
+        tell_refusal(source, kSeekFrameExOld, frame);
         return stand_at_frame_zero(source);
     }
     if (frame == video.want_frame) {
         if (tracing(TraceSwitch::seek))
-            trace(TraceSwitch::seek, kSeekFrameExOld, L"[%s] already on frame %d\n", wide_name(source.name), frame);
+            trace(TraceSwitch::seek, kSeekFrameExOld, L"[%s] already on frame %d\n", wide_name(source.media), frame);
         return frame;
     }
     if (video.frame_count == 1)
@@ -213,7 +221,7 @@ int seek_frame(Source& source, int32_t frame) {
     if (video.stream_index == -1)
         return rewind_audio(source);
     if (source.reading.no_seek)
-        trace_refusal(source, kSeekFrame, frame);
+        tell_refusal(source, kSeekFrame, frame);
     if (source.reading.no_seek || video.frame_count == 1)
         return stand_at_frame_zero(source);
     trace_offset(source, kSeekFrame);
@@ -243,9 +251,15 @@ namespace {
 // background is its reader's alone.
 template <class Result, class Routine>
 Result seek_reader(MediaHandle* h, Result failure, Routine&& routine) {
-    return with_handle<Result>(h, 0, failure, [&](MediaHandle& handle) -> Result {
+    return told_with_handle<Result>(h, 0, failure, [&](MediaHandle& handle) -> Result {
         read::Source source(handle);
-        return is_writer(handle) || handle.reader_queue != nullptr ? failure : routine(source);
+        const bool can_seek = !is_writer(handle) && handle.reader_queue == nullptr;
+        if (!can_seek)
+            why::failed(AVERROR(EBUSY), "it is being written, or read in the background");
+        const Result result = can_seek ? routine(source) : failure;
+        if (why::is_failure_value(result) && why::has_failed())
+            why::within("cannot seek in %s", shown_name(handle).c_str());
+        return result;
     });
 }
 

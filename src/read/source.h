@@ -1,6 +1,7 @@
 // A handle's records as reading works on them, for the time of a call.
 #pragma once
 
+#include "core/handle/entry.h"
 #include "core/handle/media_handle.h"
 
 namespace qmio::read {
@@ -23,5 +24,17 @@ struct Source {
     Tracks& tracks;
     Sound& sound;
 };
+
+// What a call that reads is made of: `routine` gets the source that the handle reads, and its failures are told.
+template <class Routine>
+int reading(MediaHandle* h, int null_handle, int failure, Routine&& routine) noexcept {
+    return told_with_handle(h, null_handle, failure, [&](MediaHandle& handle) {
+        Source source(handle);
+        const int result = routine(source);
+        if (why::is_failure_value(result) && why::has_failed())
+            why::within("cannot read %s", shown_name(handle).c_str());
+        return result;
+    });
+}
 
 }  // namespace qmio::read

@@ -1,19 +1,15 @@
 // The one way to end any handle, and the clean-up of every open and creation that failed.
-#include <cstdio>
-#include <cstring>
-
 #include "audio/release.h"
 #include "core/handle/entry.h"
 #include "core/process/trace.h"
-#include "core/text/memory_block.h"
+#include "core/process/why.h"
 #include "core/text/names.h"
 #include "packet/reader_queue.h"
 #include "qmio.h"
 #include "read/release.h"
 #include "write/create.h"
+#include "write/finish.h"
 #include "write/release.h"
-#include "write/write_audio.h"
-#include "write/write_video.h"
 
 using namespace qmio;
 
@@ -28,7 +24,7 @@ void trace_close(const wchar_t* text) {
 void trace_start(const MediaHandle& handle) {
     if (!tracing(TraceSwitch::close))
         return;
-    trace(TraceSwitch::close, kTag, L"%s: %s\n", is_writer(handle) ? L"write" : L"read", wide_name(handle.file_name));
+    trace(TraceSwitch::close, kTag, L"%s: %s\n", is_writer(handle) ? L"write" : L"read", wide_name(handle));
 }
 
 void close_reader(MediaHandle& handle) {
@@ -44,57 +40,18 @@ void close_reader(MediaHandle& handle) {
     trace_close(L"avformat_close_input done\n");
 }
 
-// ---- writers ----
-
-// Sound is not drained: what an audio encoder still holds stays in it. Draining would make files longer than hosts
-// know them.
-void finish_streams(MediaHandle& handle) {
-    const Writing& writing = handle.writing;
-    if (writing.header_result < 0 || handle.container.format_ctx == nullptr || (writing.mode & mode::remux) != 0)
-        return;
-    write::finish_tracks(handle);
-    write::drain_video(handle);
-}
-
-// The trailer hangs on there being an output that is ours: containers that open their own files get none: what
-// hosts find on the disk lacks it.
-void write_trailer(const Container& container, const Writing& writing) {
-    if (container.format_ctx->pb == nullptr)
-        return;
-    trace_close(L"custom io\n");  // for an output of any kind: readers of these traces count on the line
-    if (writing.header_result < 0)
-        return;
-    trace_close(L"before write trailer\n");
-    av_write_trailer(container.format_ctx.get());
-    trace_close(L"after write trailer\n");
-}
-
 void close_writer(MediaHandle& handle) {
-    trace_close(L"write\n");
-    if (handle.container.format_ctx != nullptr) {
-        const bool has_io = handle.container.format_ctx->pb != nullptr;
-        write_trailer(handle.container, handle.writing);
-        write::close_output(handle);
-        if (has_io)
-            trace_close(L"avio_close done\n");
+    const bool has_container = handle.container.format_ctx != nullptr;
+    write::complete(handle);
+    if (has_container) {
         release_codecs(handle);
         trace_close(L"bitbuf free done\n");
     }
     trace_close(L"close format context\n");
+    write::finish_memory_block(handle.writing);
 }
 
-// The header of a memory target tells how many bytes were written: eight digits, the low 32 bits alone, which is what
-// hosts parse, and a full stop in place of its end.
-void finish_memory_block(const Writing& writing) {
-    if (writing.mem_block == nullptr || writing.memory == nullptr)
-        return;
-    trace_close(L"memory mapped io processing\n");
-    char digits[10];
-    std::snprintf(digits, sizeof digits, "%08X.", static_cast<uint32_t>(writing.memory->high_water()));
-    std::memcpy(writing.mem_block + std::strlen(memory_block::kPrefix), digits, 9);
-    trace(TraceSwitch::close, kTag, L"mem: [%S], %I64d\n", memory_block::header_text(writing.mem_block),
-          writing.memory->high_water());
-}
+// ---- both ----
 
 void trace_freed_tracks(int tracks) {
     for (int track = 0; track < tracks; ++track) {
@@ -103,8 +60,6 @@ void trace_freed_tracks(int tracks) {
         trace_close(L"audio buf freed\n");
     }
 }
-
-// ---- both ----
 
 void release_work_records(MediaHandle& handle) {
     trace_close(L"start free frames\n");
@@ -119,14 +74,14 @@ void release_work_records(MediaHandle& handle) {
 
 void close_records(MediaHandle& handle) {
     const std::scoped_lock locks(handle.cancel_lock, handle.call_lock);
-    if (is_writer(handle)) {
-        finish_streams(handle);
+    const bool is_left_half_built = why::has_failed();
+    if (is_writer(handle))
         close_writer(handle);
-        finish_memory_block(handle.writing);
-    } else {
+    else
         close_reader(handle);
-    }
     release_work_records(handle);
+    if (!is_left_half_built && why::has_failed())
+        why::within("cannot complete %s", shown_name(handle).c_str());
 }
 
 void end_handle(MediaHandle* handle) {
@@ -161,7 +116,7 @@ int cancel(MediaHandle& handle) {
     packet::stop_reader_queue(handle);
     const std::lock_guard call(handle.call_lock);
     if (tracing(TraceSwitch::close))
-        trace(TraceSwitch::close, L"qmio_cancel", L"%s\n", wide_name(handle.file_name));
+        trace(TraceSwitch::close, L"qmio_cancel", L"%s\n", wide_name(handle));
     if (is_writer(handle))
         write::close_output(handle);
     else if (packet::end_reader_queue(handle))
@@ -173,8 +128,10 @@ int flush(MediaHandle& handle) {
     const AVFormatContext* const context = handle.container.format_ctx.get();
     if (context == nullptr)
         return 0;
-    if (context->pb != nullptr && context->oformat != nullptr)
+    if (context->pb != nullptr && context->oformat != nullptr) {
         avio_flush(context->pb);
+        note_error(handle.writing, context->pb->error);
+    }
     return 1;
 }
 
@@ -183,9 +140,11 @@ int flush(MediaHandle& handle) {
 int qmio_close(MediaHandle* h) {
     if (h == nullptr)
         return 0;
-    if (!guarded(false, [h] { return is_closed_by_reader(*h); }))
-        end_handle(h);
-    return 0;
+    return told(0, [h] {
+        if (!guarded(false, [h] { return is_closed_by_reader(*h); }))
+            end_handle(h);
+        return 0;
+    });
 }
 
 int qmio_flush(MediaHandle* h) {

@@ -1,6 +1,7 @@
 // One packet of a source into a file, as it is.
 #include <mutex>
 
+#include "core/process/why.h"
 #include "qmio.h"
 #include "write/packet_out.h"
 #include "write/remux.h"
@@ -49,11 +50,13 @@ int take_packet(MediaHandle& handle, MediaHandle& source, Destination& destinati
     if (destination.clock == nullptr)
         return 0;
     if (destination.stream == nullptr)
-        return AVERROR_EXIT;  // cancelled
+        return refuse_to_write();
     AVPacket& packet = *handle.writing.packet;
     av_packet_unref(&packet);
-    if (const int result = av_packet_ref(&packet, &read); result < 0)
+    if (const int result = av_packet_ref(&packet, &read); result < 0) {
+        why::failed(result);
         return result;
+    }
     destination.clock->stamp(packet, {*from, *destination.stream, *handle.container.format_ctx->oformat},
                              handle.remuxing.shift);
     packet.stream_index = destination.stream->index;
@@ -64,6 +67,8 @@ int take_packet(MediaHandle& handle, MediaHandle& source, Destination& destinati
 
 int copy_frame(MediaHandle& handle, MediaHandle& source) {
     // The source is free again before the file is written to, which may take long.
+    if (handle.writing.is_finished)
+        return refuse_to_write();
     Destination destination;
     if (const int result = take_packet(handle, source, destination); result < 0 || destination.clock == nullptr)
         return result;

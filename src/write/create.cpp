@@ -7,8 +7,8 @@
 #include "core/handle/entry.h"
 #include "core/handle/frame_index.h"
 #include "core/handle/half_built.h"
-#include "core/process/settings.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "core/text/names.h"
 #include "core/text/option_passes.h"
 #include "ffmpeg/muxers.h"
@@ -60,7 +60,7 @@ void trace_exit(const MediaHandle& handle) {
 }
 
 bool create_steps(MediaHandle& handle, const Request& request, uint32_t flags) {
-    if (!set_file_name(handle, write::file_name_of(request)))
+    if (!set_file_name(handle, write::file_name_of(request), request.code_page))
         return false;
     handle.writing.mode = mode_of(flags);
     flags &= ~uint32_t{QMIO_CREATE_INTERLEAVED | QMIO_CREATE_SUPPRESSED};
@@ -72,8 +72,7 @@ bool create_steps(MediaHandle& handle, const Request& request, uint32_t flags) {
                              flags,
                              {}};
     write::declare_tracks(handle.tracks, creation.asked);
-    if (!write::make_container(handle, creation.asked.output_format, write::kCreateTag) ||
-        !write::make_work_records(handle.writing))
+    if (!write::make_container(creation))
         return false;
     if (must_interleave(*creation.asked.output_format, flags))
         handle.writing.mode |= mode::interleaved;
@@ -82,6 +81,7 @@ bool create_steps(MediaHandle& handle, const Request& request, uint32_t flags) {
     set_metadata(creation);
     if (!write::add_video(creation) || !write::add_audio(creation))
         return false;
+    write::remark_unused_options(creation);
     if (!write::open_output(creation) || !write::write_header(creation))
         return false;
     publish_frame_index(handle, flags);
@@ -89,13 +89,18 @@ bool create_steps(MediaHandle& handle, const Request& request, uint32_t flags) {
     return true;
 }
 
-MediaHandle* create(const std::optional<Request>& request, uint32_t flags) {
-    if (!request)
-        return nullptr;
+MediaHandle* create_request(const Request& request, uint32_t flags) {
     HalfBuiltHandle handle(create_handle());
-    if (handle == nullptr || !create_steps(*handle, *request, flags))
+    if (handle == nullptr || !create_steps(*handle, request, flags))
         return nullptr;
     return handle.release();
+}
+
+MediaHandle* create(const std::optional<Request>& request, uint32_t flags) {
+    MediaHandle* const handle = request ? create_request(*request, flags) : nullptr;
+    if (handle == nullptr)
+        write::tell_failed_making(request);
+    return handle;
 }
 
 }  // namespace
@@ -105,7 +110,11 @@ MediaHandle* qmio_create_a(const char* name, const char* options) {
 }
 
 MediaHandle* qmio_create_ex_a(const char* name, const char* options, uint32_t flags) {
-    return guarded<MediaHandle*>(nullptr, [=] { return create(request(name, options), flags); });
+    return told_handle([=] { return create(request(name, options), flags); });
+}
+
+MediaHandle* qmio_create_u8(const char* name, const char* options, uint32_t flags) {
+    return told_handle([=] { return create(request_in_utf8(name, options), flags); });
 }
 
 MediaHandle* qmio_create_w(const wchar_t* name, const wchar_t* options) {
@@ -113,57 +122,106 @@ MediaHandle* qmio_create_w(const wchar_t* name, const wchar_t* options) {
 }
 
 MediaHandle* qmio_create_ex_w(const wchar_t* name, const wchar_t* options, uint32_t flags) {
-    return guarded<MediaHandle*>(nullptr, [=] { return create(request(name, options), flags); });
+    return told_handle([=] { return create(request(name, options), flags); });
 }
 
 namespace qmio::write {
 
+namespace {
+
+bool tell_no_memory() {
+    why::failed(AVERROR(ENOMEM));
+    return false;
+}
+
+// The container is never guessed from the file's name: without one in the options there is none.
+bool is_known(const Creation& creation) {
+    if (creation.asked.output_format != nullptr)
+        return true;
+    const std::string* const name = find(creation.options, CreationKey::container);
+    if (name != nullptr)
+        why::failed(AVERROR_MUXER_NOT_FOUND, "option fmt: no container is called %s", name->c_str());
+    else
+        why::failed(AVERROR_MUXER_NOT_FOUND, "there is no option fmt");
+    return false;
+}
+
+// It would get no trailer, as it has no output of ours that one could hang on.
+bool can_be_completed(const AVOutputFormat& format, const wchar_t* tag) {
+    if (!ffmpeg::writes_with_trailer(format))
+        return true;
+    report(tag, L"container [%S] is complete with a trailer only ERR\n", format.name);
+    why::failed(AVERROR(ENOSYS), "option fmt: container %s cannot be completed here", format.name);
+    return false;
+}
+
+bool is_taken(const Creation& creation, const std::string& key) {
+    return creation_key(key) != CreationKey::none ||
+           creation.known.get(key.substr(0, key.find(':')).c_str()) != nullptr;
+}
+
+void note_known(Creation& creation, const ffmpeg::Dictionary& taken) {
+    av_dict_copy(creation.known.address(), taken.entries(), 0);
+}
+
+}  // namespace
+
 std::string file_name_of(const Request& request) {
     // Looked for in wide text: in some code pages a '|' is the second half of a letter.
-    const std::wstring wide = wide_name(request.name.c_str());
+    const std::wstring wide = wide_name(request.name.c_str(), request.code_page);
     const std::size_t bar = request.block == nullptr ? wide.find(L'|') : std::wstring::npos;
-    return bar == std::wstring::npos ? request.name : platform::narrow(wide.substr(0, bar), settings().code_page);
+    return bar == std::wstring::npos ? request.name : platform::narrow(wide.substr(0, bar), request.code_page);
 }
 
-bool make_container(MediaHandle& handle, const AVOutputFormat* format, const wchar_t* tag) {
-    // The container is never guessed from the file's name: without one in the options there is none.
-    if (format == nullptr)
+void tell_failed_making(const std::optional<Request>& request) {
+    why::within("cannot make%s", request ? (" " + shown_name(*request)).c_str() : "");
+}
+
+bool make_container(Creation& creation) {
+    MediaHandle& handle = creation.handle;
+    const AVOutputFormat* const format = creation.asked.output_format;
+    if (!is_known(creation) || !can_be_completed(*format, creation.tag))
         return false;
-    // It would get none, as it has no output of ours that a trailer could hang on.
-    if (ffmpeg::writes_with_trailer(*format)) {
-        report(tag, L"container [%S] is complete with a trailer only ERR\n", format->name);
+    AVFormatContext* container = nullptr;
+    if (const int result = avformat_alloc_output_context2(&container, format, nullptr, nullptr); result < 0) {
+        why::failed(result);
         return false;
     }
-    AVFormatContext* container = nullptr;
-    if (avformat_alloc_output_context2(&container, format, nullptr, nullptr) < 0)
-        return false;
     handle.container.format_ctx.reset(container);
     av_freep(&container->url);
-    container->url = av_strdup(url_of(handle.file_name).c_str());
+    container->url = av_strdup(url_of(handle).c_str());
     container->interrupt_callback = interrupt_callback(handle.container);
-    return container->url != nullptr;
-}
-
-bool make_work_records(Writing& writing) {
-    writing.packet.reset(av_packet_alloc());
-    return writing.packet != nullptr;
+    handle.writing.packet.reset(av_packet_alloc());
+    return (container->url != nullptr && handle.writing.packet != nullptr) || tell_no_memory();
 }
 
 void collect_format_options(Creation& creation) {
     add_format_options(*creation.handle.container.format_ctx, creation.format_options, creation.for_ffmpeg);
+    note_known(creation, creation.format_options);
     trace(TraceSwitch::options, creation.tag, L"format opts:\n");
     dump_dictionary(creation.format_options, creation.tag);
 }
 
+void remark_unused_options(const Creation& creation) {
+    std::string keys;
+    for (const Option& pair : creation.for_ffmpeg)
+        if (!is_taken(creation, pair.key))
+            keys += (keys.empty() ? "" : ", ") + pair.key;
+    if (!keys.empty())
+        why::remark("unused options: %s", keys.c_str());
+}
+
 AVCodecContext* add_codec(Container& container, const AVCodec& encoder) {
     container.stream_codec.emplace_back(avcodec_alloc_context3(&encoder));
+    if (container.stream_codec.back() == nullptr)
+        tell_no_memory();
     return container.stream_codec.back().get();
 }
 
-ffmpeg::Dictionary encoder_options(const Creation& creation, AVCodecContext& codec, AddOptions add,
-                                   const wchar_t* heading) {
+ffmpeg::Dictionary encoder_options(Creation& creation, AVCodecContext& codec, AddOptions add, const wchar_t* heading) {
     ffmpeg::Dictionary options;
     add(codec, options, creation.for_ffmpeg);
+    note_known(creation, options);
     trace(TraceSwitch::options, creation.tag, L"%s", heading);
     dump_dictionary(options, creation.tag);
     return options;

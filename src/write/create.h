@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "core/handle/media_handle.h"
@@ -21,21 +22,26 @@ struct Creation {
     Options for_ffmpeg;  // those of them that FFmpeg gets
     AskedFile asked;
     uint32_t output_flags;
-    ffmpeg::Dictionary format_options;
+    ffmpeg::Dictionary format_options = {};
     const wchar_t* tag = kCreateTag;  // of the trace lines
+    ffmpeg::Dictionary known = {};    // options that something of FFmpeg's has taken, by their keys there
 };
 
 // The name without what stands behind a '|', which belongs to the host.
 std::string file_name_of(const Request& request);
 
-// An empty container of that format for the handle's file; false without a format and when memory is short.
-bool make_container(MediaHandle& handle, const AVOutputFormat* format, const wchar_t* tag);
+// What a failed creation was about, for qmio_why.
+void tell_failed_making(const std::optional<Request>& request);
 
-// What writing works with beside it; false when memory is short.
-bool make_work_records(Writing& writing);
+// An empty container for the handle's file and what writing works with beside it; false without a format, for one that
+// cannot be completed here and when memory is short.
+bool make_container(Creation& creation);
 
 // The options that the container knows.
 void collect_format_options(Creation& creation);
+
+// Once container and encoders have been asked: tells the host which options none of them took.
+void remark_unused_options(const Creation& creation);
 
 // create_video.cpp, create_audio.cpp: the streams with their encoders, opened. False ends the creation; a stream that
 // was not asked for, or that the container does not take, is no failure.
@@ -49,6 +55,7 @@ void declare_tracks(Tracks& tracks, const AskedFile& asked);
 bool open_output(Creation& creation);
 bool open_file(MediaHandle& handle, uint32_t flags, const wchar_t* tag);
 bool write_header(Creation& creation);
+void tell_failed_header(const MediaHandle& handle);
 
 // Takes the output away: the streams, the container and the open file, without completing anything.
 void close_output(MediaHandle& handle);
@@ -58,8 +65,7 @@ AVCodecContext* add_codec(Container& container, const AVCodec& encoder);
 
 // What the encoder knows among the options, added by `add` and listed under `heading`.
 using AddOptions = void (*)(AVCodecContext& codec, ffmpeg::Dictionary& dictionary, const Options& options);
-ffmpeg::Dictionary encoder_options(const Creation& creation, AVCodecContext& codec, AddOptions add,
-                                   const wchar_t* heading);
+ffmpeg::Dictionary encoder_options(Creation& creation, AVCodecContext& codec, AddOptions add, const wchar_t* heading);
 
 // The rest of what both kinds of encoder are asked before they are opened.
 void ask_for_global_header(const Container& container, AVCodecContext& codec, const wchar_t* text);

@@ -2,6 +2,7 @@
 #include "audio/sample_formats.h"
 #include "core/handle/codec_open.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "core/text/option_passes.h"
 #include "ffmpeg/catalogue.h"
 #include "ffmpeg/encoder_values.h"
@@ -55,14 +56,16 @@ void describe(const Creation& creation, AVCodecContext& codec, const ffmpeg::Sou
         ffmpeg::set_channels(codec, *codec.codec, form.channels);
 }
 
-bool open_encoder(const Creation& creation, const Track& track, int number) {
+bool open_encoder(Creation& creation, const Track& track, int number) {
     AVCodecContext& codec = *track.codec;
     ffmpeg::Dictionary options = encoder_options(creation, codec, add_audio_encoder_options, L"audio opts:\n");
     set_compliance(creation, codec, CreationKey::audio_compliance, L"audio experimental\n");
     ask_for_global_header(creation.handle.container, codec, L"audio global header\n");
     ffmpeg::take_named_layout(codec, options);
-    if (open_codec(codec, *track.coder, &options) >= 0)
+    const int result = open_codec(codec, *track.coder, &options);
+    if (result >= 0)
         return true;
+    why::failed(result, "encoder %s of track %d cannot be opened", track.coder->name, number);
     report(creation.tag, L"error open codec %d [%S], track %d\n", static_cast<int>(track.coder->id), track.coder->name,
            number);
     return false;
@@ -79,12 +82,16 @@ bool make_ring(Track& track) {
         track.ring = qmlib::AudioRing::create(ring_samples(frame), bytes, channels,
                                               av_sample_fmt_is_planar(track.file.format) != 0);
     track.frame_buffer.reset(static_cast<uint8_t*>(av_malloc(kTrackBufferSize)));
+    if (track.frame_buffer == nullptr)
+        why::failed(AVERROR(ENOMEM));
     return track.frame_buffer != nullptr;
 }
 
 bool adopt_encoder(Track& track) {
-    if (avcodec_parameters_from_context(track.stream->codecpar, track.codec) < 0)
+    if (const int result = avcodec_parameters_from_context(track.stream->codecpar, track.codec); result < 0) {
+        why::failed(result);
         return false;
+    }
     // An option of FFmpeg's ("ch_layout") names channels, too, in place of "ac": what the encoder opened with is what it
     // takes.
     if (track.codec->ch_layout.nb_channels > 0)
@@ -95,7 +102,7 @@ bool adopt_encoder(Track& track) {
     return make_ring(track);
 }
 
-bool open_track(const Creation& creation, Track& track, int number) {
+bool open_track(Creation& creation, Track& track, int number) {
     Container& container = creation.handle.container;
     track.stream = avformat_new_stream(container.format_ctx.get(), nullptr);
     if (track.stream == nullptr) {
@@ -116,7 +123,7 @@ bool open_track(const Creation& creation, Track& track, int number) {
     return true;
 }
 
-bool add_track(const Creation& creation, Track& track, int number) {
+bool add_track(Creation& creation, Track& track, int number) {
     if (track.coder == nullptr) {
         trace(TraceSwitch::create, creation.tag, L"no codec for audio stream %d\n", number);
         return true;
@@ -150,6 +157,8 @@ bool add_audio(Creation& creation) {
     // What the host hands over: at first the form of the first track.
     handle.sound.user = handle.tracks.first().delivered;
     handle.writing.audio_frame.reset(av_frame_alloc());
+    if (handle.writing.audio_frame == nullptr)
+        why::failed(AVERROR(ENOMEM));
     return handle.writing.audio_frame != nullptr;
 }
 

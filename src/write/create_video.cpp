@@ -5,6 +5,7 @@
 #include "core/handle/codec_open.h"
 #include "core/handle/frame_numbers.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "core/text/option_passes.h"
 #include "write/create.h"
 
@@ -66,14 +67,16 @@ void describe(const Creation& creation, AVCodecContext& codec, AVStream& stream)
     codec.pix_fmt = asked.pix_fmt;
 }
 
-bool open_encoder(const Creation& creation, AVCodecContext& codec) {
+bool open_encoder(Creation& creation, AVCodecContext& codec) {
     ffmpeg::Dictionary options = encoder_options(creation, codec, add_video_encoder_options, L"video opts:\n");
     set_compliance(creation, codec, CreationKey::video_compliance, L"video experimental\n");
     const int result = open_codec(codec, *creation.asked.video_encoder, &options);
     report(kCreateTag, L"unused opts:\n");
     dump_dictionary(options, kCreateTag);
-    if (result < 0)
+    if (result < 0) {
         report(kCreateTag, L"fail to avcodec_open2 %d\n", result);
+        why::failed(result, "encoder %s cannot be opened", creation.asked.video_encoder->name);
+    }
     return result >= 0;
 }
 
@@ -84,8 +87,10 @@ AVRational told_rate(const Container& container, AVStream& stream) {
 
 bool adopt_encoder(MediaHandle& handle, const AskedFile& asked) {
     Video& video = handle.video;
-    if (avcodec_parameters_from_context(video.stream->codecpar, video.codec) < 0)
+    if (const int result = avcodec_parameters_from_context(video.stream->codecpar, video.codec); result < 0) {
+        why::failed(result);
         return false;
+    }
     // Options tell the encoder; muxers take it from the stream.
     video.stream->sample_aspect_ratio = video.codec->sample_aspect_ratio;
     handle.writing.encoder.attach(video.codec);
@@ -94,6 +99,8 @@ bool adopt_encoder(MediaHandle& handle, const AskedFile& asked) {
     video.width = asked.width;
     video.height = asked.height;
     video.pix_fmt = asked.pix_fmt;
+    if (handle.writing.video_frame == nullptr)
+        why::failed(AVERROR(ENOMEM));
     return handle.writing.video_frame != nullptr;
 }
 

@@ -7,6 +7,7 @@
 #include "audio/sample_formats.h"
 #include "core/handle/track.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "ffmpeg/pixel_format.h"
 #include "platform/text.h"
 #include "write/creation_keys.h"
@@ -54,6 +55,12 @@ uint32_t pack_tag(std::string_view text) {
     return tag;
 }
 
+// What is unknown is left out, which may be what the creation then fails over.
+void remark_unknown(bool is_unknown, const char* kind, const Option& option) {
+    if (is_unknown)
+        why::remark("option %s: no %s is called %s", option.key.c_str(), kind, option.value.c_str());
+}
+
 void set_container(AskedFile& file, const Option& option) {
     file.output_format = av_guess_format(lowercase(option.value).c_str(), nullptr, nullptr);
     trace_option(L"\t%S=%S (%p)\n", option, static_cast<const void*>(file.output_format));
@@ -62,6 +69,7 @@ void set_container(AskedFile& file, const Option& option) {
 void set_video_encoder(AskedFile& file, const Option& option) {
     const AVCodec* encoder = avcodec_find_encoder_by_name(option.value.c_str());
     file.video_encoder = encoder;
+    remark_unknown(encoder == nullptr, "encoder", option);
     if (!tracing(TraceSwitch::options))
         return;
     const std::wstring name = wide(encoder != nullptr ? encoder->name : nullptr);
@@ -71,6 +79,7 @@ void set_video_encoder(AskedFile& file, const Option& option) {
 
 void set_pixel_format(AskedFile& file, const Option& option) {
     file.pix_fmt = av_get_pix_fmt(option.value.c_str());
+    remark_unknown(file.pix_fmt == AV_PIX_FMT_NONE, "pixel format", option);
     trace_option(L"\t%S=%S (%d)\n", option, ffmpeg::pixel_format_to_interface(file.pix_fmt));
 }
 
@@ -93,6 +102,7 @@ void next_track(Pass& pass, const Option& option) {
         return;
     const AVCodec* encoder = avcodec_find_encoder_by_name(option.value.c_str());
     pass.file.tracks.push_back({.encoder = encoder});
+    remark_unknown(encoder == nullptr, "encoder", option);
     trace_option(L"\t%S=%S audio codec, track %d\n", option, pass.track);
     trace(TraceSwitch::options, kTag, L"\t%p, id %d\n", static_cast<const void*>(encoder),
           encoder != nullptr ? static_cast<int>(encoder->id) : -1);
@@ -118,6 +128,7 @@ void set_sample_format(Pass& pass, const Option& option) {
     const AVSampleFormat format =
         is_number ? audio::sample_format_from_code(code) : av_get_sample_fmt(option.value.c_str());
     pass.form().format = format;
+    remark_unknown(format == AV_SAMPLE_FMT_NONE, "sample format", option);
     trace_option(L"\t%S=%S audio sample src %d, dst %d\n", option, code, static_cast<int>(format));
 }
 

@@ -1,5 +1,6 @@
 // Where a new file's bytes go: FFmpeg's own I/O or a block of the host's memory. Then the header, the first of them.
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "core/text/memory_block.h"
 #include "core/text/names.h"
 #include "write/create.h"
@@ -16,7 +17,8 @@ bool open_memory(Creation& creation) {
     int64_t size = 0;
     // Without a size nothing of the block is known to be the host's.
     if (!memory_block::parse_size(block, size)) {
-        report(kCreateTag, L"open [%s] ERR\n", wide_name(handle.file_name));
+        report(kCreateTag, L"open [%s] ERR\n", wide_name(handle));
+        why::failed(AVERROR(EINVAL), "its header tells no size");
         return false;
     }
     handle.writing.mem_block = block;
@@ -24,6 +26,8 @@ bool open_memory(Creation& creation) {
     handle.container.custom_io = qmlib::make_custom_io(*handle.writing.memory);
     handle.container.format_ctx->flags |= AVFMT_FLAG_CUSTOM_IO;
     handle.container.format_ctx->pb = handle.container.custom_io.get();
+    if (handle.container.custom_io == nullptr)
+        why::failed(AVERROR(ENOMEM));
     return handle.container.custom_io != nullptr;
 }
 
@@ -69,9 +73,11 @@ void trace_after(const MediaHandle& handle) {
 bool open_file(MediaHandle& handle, uint32_t flags, const wchar_t* tag) {
     const int known = static_cast<int>((flags & kKnownFlags) | AVIO_FLAG_WRITE);
     const AVIOInterruptCB interrupt = interrupt_callback(handle.container);
-    if (avio_open2(&handle.container.format_ctx->pb, url_of(handle.file_name).c_str(), known, &interrupt, nullptr) >= 0)
+    const int result = avio_open2(&handle.container.format_ctx->pb, url_of(handle).c_str(), known, &interrupt, nullptr);
+    if (result >= 0)
         return true;
-    report(tag, L"open [%s] ERR\n", wide_name(handle.file_name));
+    report(tag, L"open [%s] ERR\n", wide_name(handle));
+    why::failed(result);
     return false;
 }
 
@@ -92,11 +98,29 @@ bool write_header(Creation& creation) {
     handle.writing.header_result =
         avformat_write_header(handle.container.format_ctx.get(), creation.format_options.address());
     if (handle.writing.header_result < 0) {
-        report(kCreateTag, L"avformat_write_header [%s] ERR\n", wide_name(handle.file_name));
+        report(kCreateTag, L"avformat_write_header [%s] ERR\n", wide_name(handle));
+        tell_failed_header(handle);
         return false;
     }
     trace_after(handle);
     return true;
+}
+
+// A container without a stream fails over that; what is missing is an encoder that FFmpeg has.
+// FFmpeg's closing does not tell what became of the last bytes.
+void close_file(Writing& writing, AVIOContext*& file) {
+    avio_flush(file);
+    const int flushed = file->error;
+    const int closed = avio_closep(&file);
+    if (const int result = note_error(writing, flushed < 0 ? flushed : closed); result < 0)
+        why::failed(result, "the last bytes cannot be written");
+}
+
+void tell_failed_header(const MediaHandle& handle) {
+    if (handle.container.format_ctx->nb_streams == 0)
+        why::failed(AVERROR_ENCODER_NOT_FOUND, "there is no stream to write");
+    else
+        why::failed(handle.writing.header_result, "the header cannot be written");
 }
 
 void close_output(MediaHandle& handle) {
@@ -105,8 +129,8 @@ void close_output(MediaHandle& handle) {
         return;
     if (handle.container.custom_io != nullptr)
         container->pb = nullptr;
-    else if ((container->oformat->flags & AVFMT_NOFILE) == 0)
-        avio_closep(&container->pb);
+    else if ((container->oformat->flags & AVFMT_NOFILE) == 0 && container->pb != nullptr)
+        close_file(handle.writing, container->pb);
     handle.container.custom_io.reset();
     release_container(handle);
 }

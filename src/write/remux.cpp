@@ -5,6 +5,7 @@
 #include "core/handle/entry.h"
 #include "core/handle/half_built.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "core/text/names.h"
 #include "core/text/option_passes.h"
 #include "platform/text.h"
@@ -75,49 +76,69 @@ bool write_copy_header(write::Creation& creation) {
     handle.writing.header_result = result;
     trace_times(handle.video, L"after");
     trace(TraceSwitch::create, write::kMuxTag, L"after avformat_write_header, res %d\n", result);
-    if (result < 0)
+    if (result < 0) {
         trace_step(L"after avformat_write_header ERROR\n");
+        write::tell_failed_header(handle);
+    }
     return result >= 0;
 }
 
 bool mux_steps(MediaHandle& handle, const Request& request, MediaHandle& video_src, MediaHandle* audio_src) {
-    if (!set_file_name(handle, write::file_name_of(request)))
+    if (!set_file_name(handle, write::file_name_of(request), request.code_page))
         return false;
-    trace(TraceSwitch::create, write::kMuxTag, L"start [%s]\n", wide_name(handle.file_name));
+    trace(TraceSwitch::create, write::kMuxTag, L"start [%s]\n", wide_name(handle));
     handle.writing.mode = mode::writer | mode::remux | mode::interleaved;
     write::Creation creation = read_options(handle, request);
-    if (!write::make_container(handle, creation.asked.output_format, write::kMuxTag) ||
-        !write::make_work_records(handle.writing))
+    if (!write::make_container(creation))
         return false;
     write::collect_format_options(creation);
     set_metadata(creation);
-    return write::add_copied_video(handle, video_src) && add_sound(creation, audio_src) && open_output(handle) &&
-           write_copy_header(creation);
+    if (!write::add_copied_video(handle, video_src) || !add_sound(creation, audio_src))
+        return false;
+    write::remark_unused_options(creation);
+    return open_output(handle) && write_copy_header(creation);
+}
+
+MediaHandle* mux_request(const Request& request, MediaHandle* video_src, MediaHandle* audio_src) {
+    if (video_src == nullptr || request.block != nullptr) {
+        why::failed(AVERROR(EINVAL),
+                    request.block != nullptr ? "files in memory are not made so" : "there is no source");
+        return nullptr;
+    }
+    HalfBuiltHandle handle(create_handle());
+    if (handle == nullptr || !mux_steps(*handle, request, *video_src, audio_src))
+        return nullptr;
+    return handle.release();
 }
 
 MediaHandle* mux(const std::optional<Request>& request, MediaHandle* video_src, MediaHandle* audio_src) {
-    if (!request || video_src == nullptr)
-        return nullptr;
-    HalfBuiltHandle handle(create_handle());
-    if (handle == nullptr || !mux_steps(*handle, *request, *video_src, audio_src))
-        return nullptr;
-    return handle.release();
+    MediaHandle* const handle = request ? mux_request(*request, video_src, audio_src) : nullptr;
+    if (handle == nullptr)
+        write::tell_failed_making(request);
+    return handle;
 }
 
 }  // namespace
 
 MediaHandle* qmio_mux_a(const char* file, const char* options, MediaHandle* video_src, MediaHandle* audio_src) {
-    return guarded<MediaHandle*>(nullptr,
-                                 [=] { return mux(request_in_code_page(file, options), video_src, audio_src); });
+    return told_handle([=] { return mux(request_in_code_page(file, options), video_src, audio_src); });
+}
+
+MediaHandle* qmio_mux_u8(const char* file, const char* options, MediaHandle* video_src, MediaHandle* audio_src) {
+    return told_handle([=] { return mux(request_in_utf8(file, options), video_src, audio_src); });
 }
 
 MediaHandle* qmio_mux_w(const wchar_t* file, const wchar_t* options, MediaHandle* video_src, MediaHandle* audio_src) {
-    return guarded<MediaHandle*>(nullptr, [=] { return mux(request(file, options), video_src, audio_src); });
+    return told_handle([=] { return mux(request(file, options), video_src, audio_src); });
 }
 
 int qmio_copy_frame(MediaHandle* mux, MediaHandle* src) {
-    if (src == nullptr)
-        return -1;
-    return with_handle(mux, -1, AVERROR(ENOMEM),
-                       [src](MediaHandle& handle) { return write::copy_frame(handle, *src); });
+    return told_with_handle(mux, -1, AVERROR(ENOMEM), [src](MediaHandle& handle) {
+        if (src == nullptr)
+            why::failed(AVERROR(EINVAL), "there is no source");
+        const int result = src != nullptr ? write::copy_frame(handle, *src) : -1;
+        if (why::has_failed())
+            why::within("cannot write to %s", shown_name(handle).c_str());
+        return result;
+    });
 }

@@ -4,6 +4,7 @@
 #include "core/handle/codec_open.h"
 #include "core/handle/frame_numbers.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "ffmpeg/stream_copy.h"
 #include "write/remux.h"
 
@@ -21,6 +22,8 @@ AVCodecContext* describe_codec(Container& container, const AVStream& stream, AVR
     AVCodecContext* const codec = container.stream_codec.back().get();
     if (codec != nullptr)
         codec->time_base = time_base;
+    else
+        why::failed(AVERROR(ENOMEM));
     return codec;
 }
 
@@ -28,6 +31,8 @@ AVStream* add_stream(const Container& container, const AVStream& source) {
     AVStream* const stream = avformat_new_stream(container.format_ctx.get(), nullptr);
     const bool described =
         stream != nullptr && ffmpeg::copy_description(*stream, source, *container.format_ctx->oformat);
+    if (!described)
+        why::failed(AVERROR(ENOMEM), "a stream cannot be described as that of the source is");
     return described ? stream : nullptr;
 }
 
@@ -97,8 +102,10 @@ void enter_track(Track& track, AVStream& stream, const Track& source) {
 
 bool add_copied_video(MediaHandle& handle, MediaHandle& source) {
     const std::lock_guard lock(source.call_lock);
-    if (!has_video(source))
+    if (!has_video(source)) {
+        why::failed(AVERROR(EINVAL), "the source has no video");
         return false;
+    }
     trace_step(L"video\n");
     AVStream* const stream = add_stream(handle.container, *source.video.stream);
     if (stream == nullptr) {

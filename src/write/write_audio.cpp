@@ -1,10 +1,12 @@
 #include "write/write_audio.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "audio/sample_formats.h"
 #include "core/handle/entry.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
 #include "qmio.h"
 #include "write/packet_out.h"
 
@@ -17,7 +19,7 @@ constexpr const wchar_t* kTag = L"qmio_write_track";
 // One call for one track.
 struct TrackWrite {
     Container& container;
-    const Writing& writing;
+    Writing& writing;
     Track& track;
     int number;
     const uint8_t* data;
@@ -30,6 +32,22 @@ struct TrackWrite {
 };
 
 constexpr int32_t kDone = 0;  // otherwise one of QMIO_TRACK_*
+
+// What was refused before anything of FFmpeg's could fail.
+struct Refusal {
+    int32_t result;
+    const char* reason;
+};
+constexpr Refusal kRefusals[] = {
+    {QMIO_TRACK_NO_TRACK, "there is no such track"},
+    {QMIO_TRACK_NO_STREAM_INDEX, "its encoder is not known"},
+    {QMIO_TRACK_NO_CODEC, "it has no encoder"},
+    {QMIO_TRACK_NO_ENCODER, "its packets are copied"},
+    {QMIO_TRACK_NO_FORM, "its channels or sample format are not known"},
+    {QMIO_TRACK_NO_RING, "its frames are above 192,000 bytes"},
+    {QMIO_TRACK_NO_BUFFER, "its frames have no room"},
+    {QMIO_TRACK_NO_DATA, "there is no sound"},
+};
 
 int32_t check_track(const Track* track) {
     if (track == nullptr)
@@ -93,11 +111,13 @@ void put(TrackWrite& write, AVPacket& packet) {
 
 // Encodes the work frame and writes every packet that comes out.
 int32_t encode_and_put(TrackWrite& write) {
-    const Writing& writing = write.writing;
+    Writing& writing = write.writing;
     ffmpeg::Encoder& encoder = write.track.encoder;
     bool got = false;
     const int result = encoder.encode(writing.packet.get(), got, writing.audio_frame.get());
     av_frame_unref(writing.audio_frame.get());
+    if (note_error(writing, result) < 0)
+        why::failed(result, "the sound cannot be encoded");
     for (bool more = got; more; more = encoder.take_kept(writing.packet.get()))
         put(write, *writing.packet);
     return result < 0 ? QMIO_TRACK_ENCODE_FAILED : kDone;
@@ -106,6 +126,7 @@ int32_t encode_and_put(TrackWrite& write) {
 int32_t write_frame(TrackWrite& write, const uint8_t* data, int32_t bytes, int32_t samples) {
     const int filled = fill_frame(write, data, bytes, samples);
     if (filled < 0) {
+        why::failed(filled, "less than one sample");
         av_frame_unref(write.writing.audio_frame.get());
         return QMIO_TRACK_FILL_FAILED;
     }
@@ -175,6 +196,16 @@ int32_t write_track(MediaHandle& handle, int32_t number, const uint8_t* data, in
     return write.is_variable() ? write_directly(write) : write_through_ring(write);
 }
 
+void tell_refused_track(const MediaHandle& handle, int32_t number, int32_t result) {
+    if (result == QMIO_TRACK_NO_STREAM)
+        refuse_to_write();
+    const auto* const refusal = std::find_if(std::begin(kRefusals), std::end(kRefusals),
+                                             [result](const Refusal& entry) { return entry.result == result; });
+    if (refusal != std::end(kRefusals))
+        why::failed(AVERROR(EINVAL), "%s", refusal->reason);
+    why::within("cannot write track %d of %s", number, shown_name(handle).c_str());
+}
+
 void finish_tracks(MediaHandle& handle) {
     for (int32_t number = 0; number < handle.tracks.count(); ++number) {
         const Track& track = *handle.tracks.find(number);
@@ -189,8 +220,12 @@ void finish_tracks(MediaHandle& handle) {
 using namespace qmio;
 
 int qmio_write_track(MediaHandle* h, int track, const uint8_t* data, int bytes) {
-    return with_handle<int>(h, QMIO_TRACK_NO_HANDLE, QMIO_TRACK_ENCODE_FAILED,
-                            [&](MediaHandle& handle) { return write::write_track(handle, track, data, bytes); });
+    return told_with_handle<int>(h, QMIO_TRACK_NO_HANDLE, QMIO_TRACK_ENCODE_FAILED, [&](MediaHandle& handle) {
+        const int32_t result = write::write_track(handle, track, data, bytes);
+        if (result < 0)
+            write::tell_refused_track(handle, track, result);
+        return result;
+    });
 }
 
 int qmio_write_audio(MediaHandle* h, const uint8_t* data, int bytes) {

@@ -7,6 +7,8 @@
 #include "core/handle/frame_index.h"
 #include "core/handle/frame_numbers.h"
 #include "core/process/trace.h"
+#include "core/process/why.h"
+#include "core/text/names.h"
 #include "ffmpeg/frame_flags.h"
 #include "write/packet_out.h"
 
@@ -27,6 +29,15 @@ std::wstring timestamp_text(int64_t timestamp) {
 bool can_encode(const MediaHandle& handle, const imio_picture* picture) {
     return picture != nullptr && picture->data != nullptr && handle.video.stream_index != -1 &&
            handle.video.codec != nullptr && handle.writing.video_frame != nullptr;
+}
+
+// 0 where the picture can be encoded, else what the calls answer.
+int check_picture(const MediaHandle& handle, const imio_picture* picture) {
+    if (handle.writing.is_finished)
+        return refuse_to_write();
+    if (!can_encode(handle, picture))
+        why::failed(AVERROR(EINVAL), "there is no picture, or no video to write it to");
+    return 0;
 }
 
 bool is_alignment(int32_t alignment) {
@@ -109,7 +120,7 @@ imio_picture whole_picture(const uint8_t* data) {
 }
 
 AVPacket* encode(MediaHandle& handle, const imio_picture* picture) {
-    if (!can_encode(handle, picture))
+    if (check_picture(handle, picture) < 0 || !can_encode(handle, picture))
         return nullptr;
     ffmpeg::PacketPtr packet(qmio_pkt_alloc());
     const bool done = packet != nullptr && encode_picture(handle.writing, handle.video, *picture, *packet);
@@ -117,6 +128,8 @@ AVPacket* encode(MediaHandle& handle, const imio_picture* picture) {
 }
 
 int write(MediaHandle& handle, const imio_picture* picture) {
+    if (const int checked = check_picture(handle, picture); checked < 0)
+        return checked;
     if (!can_encode(handle, picture))
         return 0;
     AVPacket& packet = *handle.writing.packet;
@@ -134,6 +147,8 @@ bool encode_picture(Writing& writing, Video& video, const imio_picture& picture,
     bool got = false;
     const int result = encode_frame(writing, video, picture, got, packet);
     trace_encoded(video, result, got, packet);
+    if (note_error(writing, result) < 0)
+        why::failed(result, "picture %d cannot be encoded", video.want_frame);
     // A picture that failed uses up its number all the same.
     ++video.want_frame;
     return got;
@@ -141,12 +156,14 @@ bool encode_picture(Writing& writing, Video& video, const imio_picture& picture,
 
 int put_packet(MediaHandle& handle, AVPacket* packet, bool closing) {
     const Video& video = handle.video;
+    if (handle.writing.is_finished && packet != nullptr)
+        return refuse_to_write();
     // A source has nothing that could be written to.
     if (!is_writer(handle) || (handle.writing.mode & mode::suppressed) != 0 || packet == nullptr ||
         video.codec == nullptr)
         return 0;
     if (video.stream == nullptr)
-        return AVERROR_EXIT;  // cancelled
+        return refuse_to_write();
     av_packet_rescale_ts(packet, video.codec->time_base, video.stream->time_base);
     packet->stream_index = video.stream->index;
     const PacketTimes times{packet->pts, packet->dts};
@@ -169,6 +186,8 @@ void drain_video(MediaHandle& handle) {
             trace(TraceSwitch::close, kCloseTag, L"*** flush encode: res %d, got %d, frm %d, pts %s, dts %s, size %d\n",
                   result, got ? 1 : 0, handle.video.want_frame, timestamp_text(packet.pts), timestamp_text(packet.dts),
                   packet.size);
+        if (note_error(handle.writing, result) < 0)
+            why::failed(result, "the last pictures cannot be encoded");
         if (got)
             put_packet(handle, &packet, true);
         av_packet_unref(&packet);
@@ -181,12 +200,26 @@ void drain_video(MediaHandle& handle) {
 
 using namespace qmio;
 
+namespace {
+
+template <class Result, class Routine>
+Result writing_video(MediaHandle* h, Result failure, Routine&& routine) {
+    return told_with_handle<Result>(h, failure, failure, [&](MediaHandle& handle) {
+        const Result result = routine(handle);
+        if (why::has_failed())
+            why::within("cannot write to %s", shown_name(handle).c_str());
+        return result;
+    });
+}
+
+}  // namespace
+
 AVPacket* imio_encode_frame(MediaHandle* h, const imio_picture* pic) {
-    return with_handle<AVPacket*>(h, nullptr, nullptr, [&](MediaHandle& handle) { return write::encode(handle, pic); });
+    return writing_video<AVPacket*>(h, nullptr, [&](MediaHandle& handle) { return write::encode(handle, pic); });
 }
 
 int imio_write_frame(MediaHandle* h, const imio_picture* pic) {
-    return with_handle(h, 0, 0, [&](MediaHandle& handle) { return write::write(handle, pic); });
+    return writing_video(h, 0, [&](MediaHandle& handle) { return write::write(handle, pic); });
 }
 
 AVPacket* qmio_encode_frame(MediaHandle* h, const uint8_t* data) {
@@ -200,5 +233,5 @@ int qmio_write_frame(MediaHandle* h, const uint8_t* data) {
 }
 
 int qmio_put_frame(MediaHandle* h, AVPacket* pkt) {
-    return with_handle(h, 0, 0, [&](MediaHandle& handle) { return write::put_packet(handle, pkt, false); });
+    return writing_video(h, 0, [&](MediaHandle& handle) { return write::put_packet(handle, pkt, false); });
 }

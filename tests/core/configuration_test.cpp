@@ -192,6 +192,20 @@ TEST_F(Configuration, LogFileIsNamedInTheEnvironmentNext) {
     EXPECT_EQ(log(), "");
 }
 
+TEST_F(Configuration, LogFileCanBeSwitchedOff) {
+    const auto named = folder_ / "named.log";
+    configure("<trace><open>1</open></trace><log_to_file>0</log_to_file><log_file>" + utf8(named) + "</log_file>");
+    start({{"QMIO_LOG", utf8(named)}});
+    EXPECT_EQ(ask("open " + write("a.ppm", kPicture)), "opened");
+    EXPECT_TRUE(holds(console(), "qmio_open_u8"));
+    EXPECT_FALSE(std::filesystem::exists(named));
+    EXPECT_EQ(log(), "");
+    configure("<trace><open>1</open></trace><log_to_file>1</log_to_file>");
+    start({{"QMIO_LOG", ""}});
+    ask("open missing");
+    EXPECT_EQ(log(), console());
+}
+
 TEST_F(Configuration, LogThatCannotBeOpenedIsNoFailure) {
     configure("<trace><open>1</open></trace><log_file>" + utf8(folder_ / "no folder" / "x.log") + "</log_file>");
     start();

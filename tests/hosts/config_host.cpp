@@ -1,5 +1,6 @@
 // A host that loads the library by hand and does what its input says, one command a line, one line of answer each:
-//   load PATH   unload   open NAME   open_wide UTF8_NAME   create NAME   error   demuxers   message TEXT
+//   load PATH   unload   open NAME   open_wide UTF8_NAME   open_u8 UTF8_NAME   create NAME
+//   create_u8 UTF8_NAME   why   error   demuxers   message TEXT
 // It uses libavformat itself, as a host may, and so sees what the library leaves behind there.
 #include <iostream>
 #include <optional>
@@ -17,9 +18,14 @@ namespace {
 struct MediaHandle;
 using Open = MediaHandle*(const char*);
 using OpenWide = MediaHandle*(const wchar_t*);
+using OpenUtf8 = MediaHandle*(const char*, const char*);
 using Create = MediaHandle*(const char*, const char*);
+using CreateUtf8 = MediaHandle*(const char*, const char*, uint32_t);
 using Close = int(MediaHandle*);
 using GetError = int(char*);
+using Why = int(char*, int);
+
+constexpr const char* kNewFile = "fmt=wav,acodec=pcm_s16le,afmt=s16,ar=48000,ac=1";
 
 // Without the locale, which path::wstring asks for its letters.
 std::wstring wide(const std::string& utf8) {
@@ -44,8 +50,14 @@ class Host {
             return open(argument);
         if (command == "open_wide")
             return open_wide(argument);
+        if (command == "open_u8")
+            return open_u8(argument);
         if (command == "create")
             return create(argument);
+        if (command == "create_u8")
+            return create_u8(argument);
+        if (command == "why")
+            return why();
         if (command == "error")
             return error();
         if (command == "demuxers")
@@ -73,8 +85,21 @@ class Host {
     }
 
     std::string create(const std::string& name) {
-        return opened(library_->function<Create>("qmio_create_a")(name.c_str(),
-                                                                  "fmt=wav,acodec=pcm_s16le,afmt=s16,ar=48000,ac=1"));
+        return opened(library_->function<Create>("qmio_create_a")(name.c_str(), kNewFile));
+    }
+
+    std::string open_u8(const std::string& name) {
+        return opened(library_->function<OpenUtf8>("qmio_open_u8")(name.c_str(), nullptr));
+    }
+
+    std::string create_u8(const std::string& name) {
+        return opened(library_->function<CreateUtf8>("qmio_create_u8")(name.c_str(), kNewFile, 0));
+    }
+
+    std::string why() {
+        char text[2048] = "";
+        library_->function<Why>("qmio_why")(text, sizeof text);
+        return text;
     }
 
     std::string opened(MediaHandle* media) {

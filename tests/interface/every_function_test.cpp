@@ -5,6 +5,7 @@
 #include <qmio.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <string>
@@ -314,6 +315,18 @@ const std::vector<Call> kCalls = {
      }),
     QMIO_ANSWERS(0, qmio_set_time_param, nullptr, nullptr, nullptr),
     QMIO_ANSWERS(-1, qmio_get_smpte, nullptr, 5),
+    // Additions.
+    QMIO_CALL(qmio_why, {
+         QMIO_FUNCTION(qmio_why)(nullptr, 0);
+         EXPECT_EQ(QMIO_FUNCTION(qmio_why)(given.text, sizeof given.text), 0);
+         EXPECT_STREQ(given.text, "");
+     }),
+    QMIO_ANSWERS(nullptr, qmio_open_u8, nullptr, "threads=1"),
+    QMIO_ANSWERS(nullptr, qmio_create_u8, nullptr, "fmt=mov", 0),
+    QMIO_ANSWERS(nullptr, qmio_mux_u8, "copy.mkv", "fmt=matroska", nullptr, nullptr),
+    QMIO_ANSWERS(-EINVAL, qmio_finish, nullptr),
+    QMIO_ANSWERS(0, qmio_cancel_open, 5),
+    QMIO_ANSWERS(1, qmio_set_log, nullptr, nullptr, 0),
 };
 // clang-format on
 

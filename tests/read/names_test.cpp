@@ -89,6 +89,25 @@ TEST_P(Names, OpenNarrow) {
     EXPECT_TRUE(Media(qmio_open_ex_a(narrow->c_str(), "threads=1")));
 }
 
+TEST_P(Names, OpenInUtf8) {
+    EXPECT_TRUE(Media(qmio_open_u8(utf8(path_).c_str(), nullptr)));
+    EXPECT_TRUE(Media(qmio_open_u8(utf8(path_).c_str(), "threads=1")));
+}
+
+// The letters are in the file as they were given, whatever code page the system has.
+TEST_P(Names, InUtf8AreThoseOfNewFilesAndTheirTags) {
+    const std::string film = utf8(path_of(GetParam().name)), tag = "metadata=\"title=映像-🎬\"";
+    const auto made = folder_ / path_of("new " + film), copy = folder_ / path_of("copy of " + film);
+    ASSERT_TRUE(Media(
+        qmio_create_u8(utf8(made).c_str(), ("fmt=wav,acodec=pcm_s16le,afmt=s16,ar=8000,ac=1," + tag).c_str(), 0)));
+    const Media source = open_media(path_);
+    ASSERT_TRUE(Media(qmio_mux_u8(utf8(copy).c_str(), ("fmt=matroska," + tag).c_str(), source.get(), nullptr)));
+    for (const auto& path : {made, copy}) {
+        const Bytes bytes = read_bytes(path);
+        EXPECT_NE(std::string(bytes.begin(), bytes.end()).find("映像-🎬"), std::string::npos) << utf8(path);
+    }
+}
+
 TEST_P(Names, OpenTheRightFileAmongOthers) {
     std::filesystem::copy_file(media_path("tone.wav"), folder_ / "other.wav");
     EXPECT_EQ(file_param(open_media(path_), "width"), 160);
@@ -150,6 +169,20 @@ TEST_P(EncodedNames, OpenWhereTheCodePageHasTheirLetters) {
         }
         std::filesystem::remove(path);
         EXPECT_EQ(ask("open_wide", utf8(name)), "null") << written.name;
+    }
+}
+
+TEST_P(EncodedNames, InUtf8OpenWhateverTheCodePage) {
+    for (const Written& written : kWritten) {
+        const auto path = folder_ / path_of(written.name);
+        EXPECT_EQ(ask("create_u8", utf8(path)), "opened") << written.name;
+        EXPECT_TRUE(std::filesystem::exists(path)) << written.name;
+        EXPECT_EQ(ask("open_u8", utf8(path)), "opened") << written.name;
+        std::filesystem::copy_file(media_path("still.png"), path, std::filesystem::copy_options::overwrite_existing);
+        EXPECT_EQ(ask("open_u8", "avio:" + utf8(path)), "opened") << written.name;
+        std::filesystem::remove(path);
+        EXPECT_EQ(ask("open_u8", utf8(path)), "null") << written.name;
+        EXPECT_TRUE(ask("why", "").starts_with("cannot open " + utf8(path) + ": No such file")) << written.name;
     }
 }
 

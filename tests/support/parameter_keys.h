@@ -13,10 +13,10 @@ inline const std::vector<std::string> kTextKeys = {"fmt",    "fdescr", "ofmt",  
 
 // Of qmio_get_file_param alone.
 inline const std::vector<std::string> kFileKeys = {
-    "check",          "error",        "dts_frame",  "sample_rate", "audio_rate",
-    "sample_fmt_id",  "audio_fmt_id", "sample_fmt", "audio_fmt",   "channels",
-    "audio_channels", "xfmt",         "xvcodec",    "xacodec",     "xvstream",
-    "audio_map",      "vb",           "ab"};
+    "check",      "error",          "write_error",  "dts_frame",  "sample_rate",
+    "audio_rate", "sample_fmt_id",  "audio_fmt_id", "sample_fmt", "audio_fmt",
+    "channels",   "audio_channels", "xfmt",         "xvcodec",    "xacodec",
+    "xvstream",   "audio_map",      "vb",           "ab"};
 
 // Of qmio_get_file_param and of qmio_get_stream_param.
 inline const std::vector<std::string> kSharedKeys = {"width", "height", "frames",    "nvideo",   "naudio", "video",

@@ -59,9 +59,9 @@ TEST_F(RemuxVerb, SaysWhyNothingCanBeCopied) {
     EXPECT_THAT(complaint({"remux", made("plain.mp4"), out("film.what")}), HasSubstr("name no container"));
     EXPECT_THAT(complaint({"remux", made("plain.mp4"), out("film.mkv"), "--options", "fmt=what"}),
                 HasSubstr("is no container"));
-    EXPECT_THAT(complaint({"remux", out("missing.mp4"), out("film.mkv")}), HasSubstr("no such file"));
+    EXPECT_THAT(complaint({"remux", out("missing.mp4"), out("film.mkv")}), HasSubstr("No such file"));
     EXPECT_THAT(complaint({"remux", made("tone.wav"), out("film.mkv")}), HasSubstr("tone.wav"));
-    EXPECT_THAT(complaint({"remux", made("plain.mp4"), out("missing/film.mkv")}), HasSubstr("there is no such folder"));
+    EXPECT_THAT(complaint({"remux", made("plain.mp4"), out("missing/film.mkv")}), HasSubstr("No such file"));
     EXPECT_THAT(complaint({"remux", made("live_vp8.mkv"), out("film.mov")}), HasSubstr("film.mov"));
     EXPECT_TRUE(std::filesystem::is_empty(folder_.path())) << "and leaves no half of a file";
 }

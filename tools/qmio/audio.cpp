@@ -45,7 +45,6 @@ void audio(const AudioOptions& options) {
     Progress progress("audio, ms", total);
     for (Sound::Piece piece = sound.next(); piece.bytes > 0; piece = sound.next()) {
         file.write(0, piece.samples, piece.bytes);
-        file.expect(piece.bytes);
         progress.reach(static_cast<int>(std::min<int64_t>(sound.delivered_ms(), total)));
     }
     file.close();

@@ -1,7 +1,6 @@
 #include "output.h"
 
 #include <filesystem>
-#include <fstream>
 #include <system_error>
 
 #include "failure.h"
@@ -11,16 +10,15 @@ namespace host {
 
 namespace {
 
-MediaHandle* create(const wchar_t* name, const wchar_t* options) {
-    return qmio_create_ex_w(name, options, QMIO_CREATE_INTERLEAVED);
+MediaHandle* create(const char* name, const char* options) {
+    return qmio_create_u8(name, options, QMIO_CREATE_INTERLEAVED);
 }
 
 MediaHandle* make_by(const Output::Make& make, const std::string& name, const std::string& options) {
-    try {
-        return (make ? make : create)(wide_of(name).c_str(), wide_of(options).c_str());
-    } catch (const std::system_error&) {
-        throw Failure(name, "the name or the options are not valid UTF-8");
-    }
+    // Such a name is not a text but a block of the caller's memory, which a command line has not got.
+    if (has_prefix(name, "mem:"))
+        throw Failure(name, "memory cannot be named on a command line");
+    return (make ? make : create)(name.c_str(), options.c_str());
 }
 
 // What stands behind a '|' is no part of the file's name.
@@ -39,11 +37,10 @@ Output::Output(const std::string& name, const std::string& options, const Make& 
     : name_(name), existed_(is_there(file_of(name))), handle_(make_by(make, name, options)) {
     if (handle_ != nullptr)
         return;
-    const std::string reason = reason_of_failure();
     std::error_code ignored;
     if (!existed_)
         std::filesystem::remove(path(), ignored);
-    throw Failure(name, reason);
+    throw failure_of_library(name, "cannot be made with these options");
 }
 
 Output::~Output() {
@@ -57,42 +54,20 @@ std::filesystem::path Output::path() const {
     return file_of(name_);
 }
 
-// The library says on standard error why it failed; what is wrong with the place itself can be seen from here.
-std::string Output::reason_of_failure() const {
-    std::error_code error;
-    if (std::filesystem::is_directory(path(), error))
-        return "cannot be written: it is a folder";
-    if (path().has_parent_path() && !std::filesystem::is_directory(path().parent_path(), error))
-        return "cannot be written: there is no such folder";
-    if (!std::ofstream(path(), std::ios::binary | std::ios::app))
-        return "cannot be written: no permission, or no room";
-    return "cannot be made with these options";
-}
-
 void Output::write(imio_picture& picture) {
-    AVPacket* packet = imio_encode_frame(handle(), &picture);
-    if (packet == nullptr)
-        return;
-    const int bytes = qmio_pkt_time(nullptr, packet, nullptr);
-    const int result = qmio_put_frame(handle(), packet);
-    qmio_pkt_free(packet);
-    if (result < 0)
-        throw Failure(name_, "cannot be written: error " + std::to_string(result));
-    written_ += static_cast<std::uintmax_t>(bytes);
+    if (imio_write_frame(handle(), &picture) < 0)
+        throw failure_of_library(name_, "cannot be written");
 }
 
 void Output::write(int track, const uint8_t* samples, int bytes) {
-    const int result = qmio_write_track(handle(), track, samples, bytes);
-    if (result < 0)
-        throw Failure(name_, "track " + std::to_string(track) + " does not take its sound: " + std::to_string(result));
+    if (qmio_write_track(handle(), track, samples, bytes) < 0)
+        throw failure_of_library(name_, "does not take the sound of track " + std::to_string(track));
 }
 
 void Output::close() {
+    if (qmio_finish(handle()) < 0)
+        throw failure_of_library(name_, "cannot be written whole");
     handle_.reset();
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(path(), error);
-    if (!error && size < written_)
-        throw Failure(name_, "cannot be written whole");
     whole_ = true;
 }
 
@@ -100,10 +75,10 @@ void Output::require_readable() {
     std::error_code ignored;
     if (!std::filesystem::is_regular_file(path(), ignored))
         return;
-    const std::unique_ptr<MediaHandle, Closer> reader(qmio_open_w(wide_of(name_.substr(0, name_.find('|'))).c_str()));
+    const std::unique_ptr<MediaHandle, Closer> reader(qmio_open_u8(name_.substr(0, name_.find('|')).c_str(), nullptr));
     whole_ = reader != nullptr;
     if (!whole_)
-        throw Failure(name_, "cannot be written whole");
+        throw failure_of_library(name_, "cannot be written whole");
 }
 
 void require_other_file(const std::string& in, const std::string& out) {

@@ -13,7 +13,7 @@ namespace host {
 
 class Output {
   public:
-    using Make = std::function<MediaHandle*(const wchar_t* name, const wchar_t* options)>;
+    using Make = std::function<MediaHandle*(const char* name, const char* options)>;
 
     // Makes the file `name` (UTF-8) from an option string of the library, by `make` or, without it, for pictures and
     // sound to be encoded. Throws a Failure that names the file.
@@ -36,10 +36,7 @@ class Output {
     void write(imio_picture& picture);
     void write(int track, const uint8_t* samples, int bytes);
 
-    // What was written takes at least this room in the file.
-    void expect(int bytes) { written_ += static_cast<std::uintmax_t>(bytes); }
-
-    // Completes the file. Throws a Failure when it is shorter than what was written into it.
+    // Completes the file. Throws a Failure when not all of it was written.
     void close();
 
     // Throws a Failure when what was closed cannot be opened: so shows a container that could not be completed.
@@ -51,13 +48,11 @@ class Output {
     };
 
     std::filesystem::path path() const;
-    std::string reason_of_failure() const;
 
     std::string name_;
     bool existed_;
     bool whole_ = false;
     std::unique_ptr<MediaHandle, Closer> handle_;
-    std::uintmax_t written_ = 0;  // bytes that the file has to have at least, as far as is known
 };
 
 // Throws a Failure when both names are one file, which writing would destroy before it is read.

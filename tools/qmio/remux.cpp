@@ -17,10 +17,7 @@ namespace host {
 namespace {
 
 // Pictures that a container stores out of order without telling when they are shown get it told.
-constexpr const wchar_t* kReading = L"fflags=+genpts";
-
-// What a packet may lose when it is laid out otherwise: headers of its own, start codes.
-constexpr int kMostLost = 16;
+constexpr const char* kReading = "fflags=+genpts";
 
 struct RemuxOptions {
     std::string in;
@@ -60,8 +57,8 @@ OptionList fill_in(const RemuxOptions& options) {
     return filled;
 }
 
-MediaHandle* copy_of(const Source& source, const wchar_t* name, const wchar_t* options) {
-    return qmio_mux_w(name, options, source.handle(), source.handle());
+MediaHandle* copy_of(const Source& source, const char* name, const char* options) {
+    return qmio_mux_u8(name, options, source.handle(), source.handle());
 }
 
 // How far a file has been read, in units of which any file has few enough.
@@ -85,11 +82,8 @@ class Bytes {
 void copy_packets(const Source& source, Output& output) {
     Bytes bytes(source);
     while (qmio_get_frame(source.handle()) >= 0) {
-        const int result = qmio_copy_frame(output.handle(), source.handle());
-        if (result < 0)
-            throw Failure(output.name(), "cannot be written: error " + std::to_string(result));
-        if (result != QMIO_PACKET_OTHER)
-            output.expect(std::max(static_cast<int>(source.track_param("pkt_size", 0)) - kMostLost, 0));
+        if (qmio_copy_frame(output.handle(), source.handle()) < 0)
+            throw failure_of_library(output.name(), "cannot be written");
         qmio_release_frame(source.handle());
         bytes.show();
     }
@@ -101,7 +95,7 @@ void remux(const RemuxOptions& options) {
     const Source source(options.in, kReading);
     source.require_pictures();
     Output output(options.out, filled.text(),
-                  [&](const wchar_t* name, const wchar_t* text) { return copy_of(source, name, text); });
+                  [&](const char* name, const char* text) { return copy_of(source, name, text); });
     copy_packets(source, output);
     output.close();
     output.require_readable();

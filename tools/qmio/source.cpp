@@ -1,9 +1,5 @@
 #include "source.h"
 
-#include <filesystem>
-#include <fstream>
-#include <system_error>
-
 #include "failure.h"
 #include "text.h"
 
@@ -11,44 +7,18 @@ namespace host {
 
 namespace {
 
-bool is_address(const std::string& name) {
-    return name.find("://") != std::string::npos || has_prefix(name, "ftp:") || has_prefix(name, "dshow:") ||
-           has_prefix(name, "avio:");
-}
-
-// The library tells of missing decoders; the rest can be seen on the file itself.
-std::string reason_of_failed_open(const std::string& name) {
-    char message[512] = {};
-    if (qmio_get_error(message) != 0 && message[0] != '\0')
-        return message;
-    if (is_address(name))
-        return "cannot be opened";
-    std::error_code ignored;
-    if (!std::filesystem::exists(path_of(name), ignored))
-        return "no such file";
-    if (std::filesystem::is_directory(path_of(name), ignored))
-        return "is a folder, not a media file";
-    if (!std::ifstream(path_of(name), std::ios::binary))
-        return "cannot be read";
-    return "is not a media file, or is damaged beyond reading";
-}
-
-MediaHandle* open(const std::string& name, const wchar_t* options) {
+MediaHandle* open(const std::string& name, const char* options) {
     // Such a name is not a text but a block of the caller's memory, which a command line has not got.
     if (has_prefix(name, "mem:"))
         throw Failure(name, "memory cannot be named on a command line");
-    try {
-        return qmio_open_ex_w(wide_of(name).c_str(), options);
-    } catch (const std::system_error&) {
-        throw Failure(name, "the name is not valid UTF-8");
-    }
+    return qmio_open_u8(name.c_str(), options);
 }
 
 }  // namespace
 
-Source::Source(const std::string& name, const wchar_t* options) : name_(name), handle_(open(name, options)) {
+Source::Source(const std::string& name, const char* options) : name_(name), handle_(open(name, options)) {
     if (handle_ == nullptr)
-        throw Failure(name, reason_of_failed_open(name));
+        throw failure_of_library(name, "cannot be opened");
     if (has_video())
         qmio_set_dst_fmt(handle(), AV_PIX_FMT_RGBA);
 }
@@ -98,7 +68,7 @@ bool Source::read_frame(int number, Picture& picture) {
 bool Source::seek(int number) {
     const int answer = qmio_seek_frame(handle(), number);
     if (answer < 0)
-        throw Failure(name_, "cannot be positioned at frame " + std::to_string(number));
+        throw failure_of_library(name_, "cannot be positioned at frame " + std::to_string(number));
     return answer == number;
 }
 

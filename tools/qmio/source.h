@@ -15,7 +15,7 @@ class Source {
   public:
     // Opens the file or address `name` (UTF-8) with options of the library, null for none. Throws a Failure that says
     // why it cannot be opened.
-    explicit Source(const std::string& name, const wchar_t* options = nullptr);
+    explicit Source(const std::string& name, const char* options = nullptr);
 
     const std::string& name() const { return name_; }
     MediaHandle* handle() const { return handle_.get(); }

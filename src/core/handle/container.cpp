@@ -3,6 +3,8 @@
 #include <span>
 #include <string_view>
 
+#include "core/process/why.h"
+
 namespace qmio {
 
 namespace {
@@ -11,7 +13,8 @@ namespace {
 int is_cancelled(void* container) {
     auto& asking = *static_cast<Container*>(container);
     const bool is_over = asking.cancelled.load(std::memory_order_relaxed) ||
-                         asking.reader_stopped.load(std::memory_order_relaxed) || asking.stall_watch.asked();
+                         asking.reader_stopped.load(std::memory_order_relaxed) || asking.stall_watch.asked() ||
+                         asking.open_deadline.asked();
     return is_over ? 1 : 0;
 }
 
@@ -51,6 +54,24 @@ const char* timecode_tag(const AVDictionary* tags) {
 
 AVIOInterruptCB interrupt_callback(Container& container) {
     return {is_cancelled, &container};
+}
+
+bool was_stopped(const Container& container) {
+    return container.cancelled.load(std::memory_order_relaxed) || container.stall_watch.has_stalled() ||
+           container.open_deadline.has_passed();
+}
+
+void tell_source_failure(const Container& container, int result, const char* step) {
+    if (container.cancelled.load(std::memory_order_relaxed))
+        why::failed(AVERROR_EXIT, "cancelled");
+    else if (container.open_deadline.has_passed())
+        why::failed(AVERROR(ETIMEDOUT), "the open lasted longer than it may");
+    else if (container.stall_watch.has_stalled())
+        why::failed(AVERROR(ETIMEDOUT), "the source stood still for longer than it may");
+    else
+        why::failed(result);
+    if (*step != '\0')
+        why::within("%s", step);
 }
 
 bool is_demuxing(const Container& container) {

@@ -28,6 +28,7 @@ struct Container {
     std::atomic<bool> cancelled{false};         // makes FFmpeg's blocking I/O return
     std::atomic<bool> reader_stopped{false};    // does so, too, until the background reader has ended
     StallWatch stall_watch;                     // does so, too
+    Deadline open_deadline;                     // does so, too
     std::unique_ptr<qmlib::InputSource> input;  // bytes that FFmpeg does not fetch itself; null: it does
     ffmpeg::CustomIoPtr custom_io;
     ffmpeg::FormatContextPtr format_ctx;
@@ -38,8 +39,16 @@ struct Container {
     std::unique_ptr<platform::SharedMapping> index_mapping;  // the frame-position index; null: none
 };
 
-// Makes FFmpeg's blocking I/O return once the container is cancelled or its source stands still for too long.
+// Makes FFmpeg's blocking I/O return once the container is cancelled, its source stands still for too long, or its open
+// lasts too long.
 AVIOInterruptCB interrupt_callback(Container& container);
+
+// True where opening the source was made to stop by one of these: what it came to cannot be relied on.
+bool was_stopped(const Container& container);
+
+// Says why reading or opening the source came to `result` (core/process/why.h): that it was made to stop, where it was.
+// `step` may be empty.
+void tell_source_failure(const Container& container, int result, const char* step);
 
 // True while there is a container to read from: not before the open, after a cancel or in a writer.
 bool is_demuxing(const Container& container);

@@ -2,11 +2,27 @@
 #pragma once
 
 #include <mutex>
+#include <new>
+#include <system_error>
 #include <utility>
 
 #include "core/handle/media_handle.h"
+#include "core/process/why.h"
 
 namespace qmio {
+
+// What an exception was about: memory is the one thing that C++ itself runs out of here.
+inline void tell_exception() noexcept {
+    try {
+        throw;
+    } catch (const std::bad_alloc&) {
+        why::failed(AVERROR(ENOMEM));
+    } catch (const std::system_error& error) {
+        why::failed(AVERROR(error.code().value()), "%s", error.what());
+    } catch (...) {
+        why::failed(AVERROR_UNKNOWN);
+    }
+}
 
 // Runs `routine`; an exception becomes the entry point's failure value. Nothing ever throws across the C interface.
 template <class Result, class Routine>
@@ -14,8 +30,29 @@ Result guarded(Result failure, Routine&& routine) noexcept {
     try {
         return std::forward<Routine>(routine)();
     } catch (...) {
+        tell_exception();
         return failure;
     }
+}
+
+// The same for a call whose failures qmio_why tells.
+template <class Result, class Routine>
+Result told(Result failure, Routine&& routine) noexcept {
+    why::Call call;
+    const Result result = guarded(failure, std::forward<Routine>(routine));
+    call.end(why::is_failure_value(result));
+    return result;
+}
+
+// The same for one that makes a handle. A null that nothing explains is a mistake of ours, and never a silent one.
+template <class Routine>
+MediaHandle* told_handle(Routine&& routine) noexcept {
+    return told<MediaHandle*>(nullptr, [&] {
+        MediaHandle* const handle = guarded<MediaHandle*>(nullptr, std::forward<Routine>(routine));
+        if (handle == nullptr)
+            why::failed(AVERROR_BUG);
+        return handle;
+    });
 }
 
 // The same for a routine that works on a handle. It runs inside the handle's call lock, which qmio_cancel waits for
@@ -27,6 +64,16 @@ Result with_handle(MediaHandle* handle, Result null_handle, Result failure, Rout
     return guarded(failure, [&]() -> Result {
         const std::lock_guard call(handle->call_lock);
         return std::forward<Routine>(routine)(*handle);
+    });
+}
+
+// The same for a call whose failures qmio_why tells, a null handle among them.
+template <class Result, class Routine>
+Result told_with_handle(MediaHandle* handle, Result null_handle, Result failure, Routine&& routine) noexcept {
+    return told(failure, [&] {
+        if (handle == nullptr)
+            why::failed(AVERROR(EINVAL), "no handle");
+        return with_handle(handle, null_handle, failure, std::forward<Routine>(routine));
     });
 }
 

@@ -6,6 +6,8 @@
 #include <new>
 #include <numeric>
 
+#include "core/process/why.h"
+#include "core/text/names.h"
 #include "ffmpeg/packet_copy.h"
 
 namespace qmio {
@@ -35,13 +37,16 @@ uint64_t next_number() {
 
 MediaHandle* create_handle() {
     std::unique_ptr<void, ffmpeg::BlockDeleter> memory(av_mallocz(sizeof(MediaHandle)));
-    if (memory == nullptr)
+    if (memory == nullptr) {
+        why::failed(AVERROR(ENOMEM));
         return nullptr;
+    }
     auto* handle = new (memory.get()) MediaHandle;
     static_cast<void>(memory.release());
     handle->number = next_number();
     std::iota(handle->sound.chan_map.begin(), handle->sound.chan_map.end(), 0);
     if (!make_packets(handle->reading)) {
+        why::failed(AVERROR(ENOMEM));
         destroy_handle(handle);
         return nullptr;
     }
@@ -53,11 +58,26 @@ void destroy_handle(MediaHandle* handle) {
     av_free(handle);
 }
 
-bool set_file_name(MediaHandle& handle, const std::string& name) {
-    if (name.size() >= sizeof handle.file_name)
+bool set_file_name(MediaHandle& handle, const std::string& name, uint32_t code_page) {
+    if (name.size() >= sizeof handle.file_name) {
+        why::failed(AVERROR(ENAMETOOLONG));
         return false;
+    }
     std::memcpy(handle.file_name, name.c_str(), name.size() + 1);
+    handle.code_page = code_page;
     return true;
+}
+
+std::wstring wide_name(const MediaHandle& handle) {
+    return wide_name(handle.file_name, handle.code_page);
+}
+
+std::string shown_name(const MediaHandle& handle) {
+    return shown_name(handle.file_name, handle.code_page);
+}
+
+std::string url_of(const MediaHandle& handle) {
+    return url_of(handle.file_name, handle.code_page);
 }
 
 int32_t Tracks::number_of_stream(int32_t stream) const {

@@ -30,6 +30,7 @@ enum StreamKind { kVideoKind = 1, kAudioKind = 2 };
 // Opaque to hosts. It lives in zeroed memory of FFmpeg's allocator and is destroyed by qmio_close alone.
 struct MediaHandle {
     char file_name[qmio::kMaxName] = {};
+    uint32_t code_page = 0;          // that file_name is in
     uint64_t number = 0;             // no other handle of the process has it, even after this one is closed
     std::recursive_mutex call_lock;  // held during every call on the handle; qmio_cancel waits for it
     std::mutex cancel_lock;          // held by qmio_cancel from beginning to end; qmio_close waits for it
@@ -50,7 +51,12 @@ MediaHandle* create_handle();
 void destroy_handle(MediaHandle* handle);
 
 // False when the name does not fit: it is refused, never cut.
-bool set_file_name(MediaHandle& handle, const std::string& name);
+bool set_file_name(MediaHandle& handle, const std::string& name, uint32_t code_page);
+
+// The handle's name as core/text/names.h gives names.
+std::wstring wide_name(const MediaHandle& handle);
+std::string shown_name(const MediaHandle& handle);
+std::string url_of(const MediaHandle& handle);
 
 inline bool is_writer(const MediaHandle& handle) {
     return (handle.writing.mode & mode::writer) != 0;

@@ -10,14 +10,18 @@ namespace {
 // one before has come to something. Bytes are no measure, since RTSP, RTMP and playlists fetch theirs out of sight.
 constexpr std::chrono::milliseconds kNotAWholeWait(50);
 
+// What is counted in nanoseconds has to fit.
+StallWatch::Clock::duration held_in_bounds(StallWatch::Limit limit) {
+    return std::clamp<StallWatch::Limit>(limit, StallWatch::Limit(0), std::chrono::hours(24 * 365));
+}
+
 }  // namespace
 
 void StallWatch::begin(Limit limit, Clock::time_point now) {
-    const Limit longest = std::chrono::hours(24 * 365);  // what is counted in nanoseconds has to fit
     stalled_ = false;
     last_asked_ = now.time_since_epoch().count();
     last_progress_ = now.time_since_epoch().count();
-    limit_ = Clock::duration(std::clamp(limit, Limit(0), longest)).count();
+    limit_ = held_in_bounds(limit).count();
 }
 
 void StallWatch::end() {
@@ -35,6 +39,18 @@ bool StallWatch::asked(Clock::time_point now) {
     if (ticks - last_progress_ > limit)
         stalled_ = true;
     return has_stalled();
+}
+
+void Deadline::begin(StallWatch::Limit limit, Clock::time_point now) {
+    passed_ = false;
+    moment_ = limit.count() > 0 ? (now.time_since_epoch() + held_in_bounds(limit)).count() : 0;
+}
+
+bool Deadline::asked(Clock::time_point now) {
+    const Clock::duration::rep moment = moment_.load(std::memory_order_relaxed);
+    if (moment != 0 && now.time_since_epoch().count() > moment)
+        passed_ = true;
+    return has_passed();
 }
 
 }  // namespace qmio

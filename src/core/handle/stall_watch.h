@@ -1,4 +1,4 @@
-// How long a source may stand still.
+// How long a source may stand still, and how long its open may last.
 #pragma once
 
 #include <atomic>
@@ -28,6 +28,24 @@ class StallWatch {
     std::atomic<Ticks> last_asked_{0};
     std::atomic<Ticks> last_progress_{0};
     std::atomic<bool> stalled_{false};
+};
+
+// A moment behind which nothing is waited for any more. Any thread may ask.
+class Deadline {
+  public:
+    using Clock = StallWatch::Clock;
+
+    // After `limit`; 0: never.
+    void begin(StallWatch::Limit limit, Clock::time_point now = Clock::now());
+    void end() { begin(StallWatch::Limit(0)); }
+
+    // True from the first time that it was asked too late.
+    bool asked(Clock::time_point now = Clock::now());
+    bool has_passed() const { return passed_.load(std::memory_order_relaxed); }
+
+  private:
+    std::atomic<Clock::duration::rep> moment_{0};
+    std::atomic<bool> passed_{false};
 };
 
 }  // namespace qmio

@@ -29,6 +29,15 @@ struct Writing {
     ffmpeg::PacketPtr packet;                     // for packets that the host does not see
     char* mem_block = nullptr;                    // the host's block that the file goes to; null: it goes elsewhere
     std::unique_ptr<qmlib::MemoryOutput> memory;  // over the data of mem_block
+    int32_t first_error = 0;   // of encoding, writing and flushing: FFmpeg's negative number; 0: none
+    bool is_finished = false;  // the file is complete and closed, as far as that went
 };
+
+// Keeps the first error. Returns `result`.
+inline int note_error(Writing& writing, int result) {
+    if (result < 0 && writing.first_error == 0)
+        writing.first_error = result;
+    return result;
+}
 
 }  // namespace qmio

@@ -5,7 +5,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/process/settings.h"
+#include "core/process/host_log.h"
+#include "core/process/why.h"
 #include "core/text/names.h"
 #include "ffmpeg/concealment.h"
 #include "qmlib/sinks.h"
@@ -36,7 +37,7 @@ const char* object_name(const void* context, const char* kind) {
     return url != nullptr ? url : "-";
 }
 
-void write_message(const char* kind, const char* object, const char* message) {
+void write_message(int level, const char* kind, const char* object, const char* message) {
     std::array<char, kMessageSize + 2 * std::size_t{kNameLength} + 32> line;
     const int length = std::snprintf(line.data(), line.size(), "av_log: [%.*s] [%.*s] %s", kNameLength, kind,
                                      kNameLength, object, message);
@@ -44,6 +45,8 @@ void write_message(const char* kind, const char* object, const char* message) {
         return;
     const std::size_t fitting = std::min(static_cast<std::size_t>(length), line.size() - 1);
     const std::string_view text(line.data(), qmlib::hide_credentials(line.data(), fitting));
+    if (tell_host(level, text))
+        return;
     const std::string stamp = log_time_stamp(platform::local_time());
     const qmlib::SinkLock lock;
     qmlib::write_log(lock, stamp);
@@ -55,14 +58,21 @@ void write_message(const char* kind, const char* object, const char* message) {
 
 void log_ffmpeg_message(void* context, int level, const char* format, va_list arguments) noexcept {
     ffmpeg::note_message(context, format);
-    if (without_tint(level) > settings().log_level)
+    const bool is_error = without_tint(level) <= AV_LOG_ERROR;
+    const bool is_shown = without_tint(level) <= log_level();
+    if (!is_error && !is_shown)
         return;
     try {
         std::array<char, kMessageSize> message;
         if (std::vsnprintf(message.data(), message.size(), format, arguments) < 0)
             return;
+        if (is_error)
+            why::heard(message_text(message.data()).c_str());
+        if (!is_shown)
+            return;
         const char* kind = class_name(context);
-        write_message(kind, message_text(object_name(context, kind)).c_str(), message_text(message.data()).c_str());
+        write_message(without_tint(level), kind, message_text(object_name(context, kind)).c_str(),
+                      message_text(message.data()).c_str());
     } catch (...) {
         // Nothing may throw into FFmpeg.
     }

@@ -1,5 +1,6 @@
 // What loading and unloading the library does. It runs under the loader's lock: no waiting, no threads, no libraries.
 #include "core/process/ffmpeg_log.h"
+#include "core/process/host_log.h"
 #include "core/process/pixel_constants.h"
 #include "core/process/settings.h"
 #include "ffmpeg/catalogue.h"
@@ -10,6 +11,7 @@
 #include "platform/loaded_library.h"
 #include "platform/never_destroyed.h"
 #include "platform/system.h"
+#include "platform/thread_block.h"
 #include "qmlib/sinks.h"
 
 namespace qmio {
@@ -44,7 +46,8 @@ void configure(Settings& settings) {
         apply_vetoes(*settings.database);
         apply_configuration(*settings.database, settings);
     }
-    qmlib::set_log_path(log_path(settings.database.get(), library_path));
+    if (settings.log_to_file != 0)
+        qmlib::set_log_path(log_path(settings.database.get(), library_path));
 }
 
 void configure_ffmpeg(const Settings& settings) {
@@ -66,6 +69,7 @@ LogCallback ffmpegs_own_log_callback() {
 }
 
 void attach_library() {
+    platform::reserve_thread_blocks();
     try {
         configure(current.value);
     } catch (...) {
@@ -77,6 +81,7 @@ void attach_library() {
 }
 
 void detach_library() {
+    set_host_log(nullptr, nullptr, 0);
     // FFmpeg may outlive this library in the process: the callback's code is about to go, and the level was ours.
     av_log_set_callback(ffmpegs_own_log_callback());
     if (av_log_get_level() == current.value.log_level)
@@ -85,6 +90,7 @@ void detach_library() {
     ffmpeg::clear_vetoes();
     ffmpeg::forget_pixel_formats();
     qmlib::close_log();
+    platform::give_up_thread_blocks();
 }
 
 const platform::LoadNotification notification(attach_library, detach_library, "qmio_close");

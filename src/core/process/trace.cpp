@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "core/process/host_log.h"
 #include "platform/text.h"
 #include "qmlib/sinks.h"
 
@@ -20,6 +21,8 @@ void write_line(const wchar_t* tag, std::wstring_view format, Arguments argument
     try {
         const std::string prefix = platform::narrow(tag, platform::kCodePageUtf8) + ": ";
         const std::string message = message_text(format, arguments);
+        if (tell_host(kTraceLevel, prefix + message))
+            return;
         const qmlib::SinkLock lock;
         for (const std::string& piece : {std::cref(prefix), std::cref(message)}) {
             qmlib::write_console(lock, piece);
@@ -33,6 +36,8 @@ void write_line(const wchar_t* tag, std::wstring_view format, Arguments argument
 void write_console(std::wstring_view format, Arguments arguments) noexcept {
     try {
         const std::string message = message_text(format, arguments);
+        if (tell_host(kTraceLevel, message))
+            return;
         const qmlib::SinkLock lock;
         qmlib::write_console(lock, message);
     } catch (...) {

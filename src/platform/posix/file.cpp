@@ -61,11 +61,13 @@ bool is_directory(int descriptor) {
 }  // namespace
 
 // Names of files are bytes here, in whatever code page.
-std::unique_ptr<ReadFile> ReadFile::open(const std::string& path, uint32_t /*code_page*/) {
+std::unique_ptr<ReadFile> ReadFile::open(const std::string& path, uint32_t /*code_page*/, int* error) {
     Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file || is_directory(file.get()))
-        return nullptr;
-    return std::make_unique<PosixReadFile>(std::move(file));
+    if (file && !is_directory(file.get()))
+        return std::make_unique<PosixReadFile>(std::move(file));
+    if (error != nullptr)
+        *error = file ? EISDIR : errno;
+    return nullptr;
 }
 
 std::unique_ptr<AppendFile> AppendFile::open(const std::string& path) {

@@ -4,6 +4,7 @@
 #include <link.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
 
@@ -59,6 +60,10 @@ uint32_t tick_count() {
     timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<uint32_t>(static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1'000'000);
+}
+
+const char* error_text(int number) {
+    return ::strerrordesc_np(number);
 }
 
 std::string environment(const char* name) {

@@ -1,5 +1,7 @@
 #include "platform/file.h"
 
+#include <cerrno>
+
 #include "platform/text.h"
 #include "platform/win32/windows.h"
 
@@ -41,6 +43,22 @@ class KernelReadFile final : public ReadFile {
     KernelHandle file_;
 };
 
+// Why a file cannot be opened, in the C library's numbers.
+int number_of(DWORD error) {
+    switch (error) {
+        case ERROR_FILE_NOT_FOUND:
+        case ERROR_PATH_NOT_FOUND:
+        case ERROR_INVALID_NAME:
+        case ERROR_BAD_NETPATH:
+            return ENOENT;
+        case ERROR_ACCESS_DENIED:
+        case ERROR_SHARING_VIOLATION:
+            return EACCES;
+        default:
+            return EIO;
+    }
+}
+
 void write_once(HANDLE file, std::string_view text) {
     DWORD written = 0;
     ::WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
@@ -57,9 +75,11 @@ class KernelAppendFile final : public AppendFile {
 
 }  // namespace
 
-std::unique_ptr<ReadFile> ReadFile::open(const std::string& path, uint32_t code_page) {
+std::unique_ptr<ReadFile> ReadFile::open(const std::string& path, uint32_t code_page, int* error) {
     KernelHandle file = owned(::CreateFileW(widen(path, code_page).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file && error != nullptr)
+        *error = number_of(::GetLastError());
     return file ? std::make_unique<KernelReadFile>(std::move(file)) : nullptr;
 }
 

@@ -36,6 +36,11 @@ uint32_t tick_count() {
     return ::GetTickCount();
 }
 
+// The C library has none for the newer half of the numbers, which FFmpeg knows.
+const char* error_text(int /*number*/) {
+    return nullptr;
+}
+
 std::string environment(const char* name) {
     const std::wstring wide_name = widen(name, kCodePageUtf8);
     std::wstring value;
