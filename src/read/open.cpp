@@ -9,6 +9,7 @@
 #include "core/text/names.h"
 #include "platform/system.h"
 #include "qmio.h"
+#include "read/own_options.h"
 
 using namespace qmio;
 
@@ -78,8 +79,12 @@ MediaHandle* open(const std::optional<Request>& request) {
     if (tracing(TraceSwitch::open))
         trace(TraceSwitch::open, kOpenTag, L"enc %d [%s] param [%S]\n", settings().code_page,
               wide_name(request->name.c_str()), request->options.text());
+    const std::optional<OwnOptions> own = own_options(request->options);
+    if (!own)
+        return nullptr;
+    const Request for_ffmpeg{request->name, request->block, without_own(request->options)};
     HalfBuiltHandle handle(create_handle());
-    if (handle == nullptr || !open_steps(*handle, *request, started))
+    if (handle == nullptr || !open_steps(*handle, for_ffmpeg, started))
         return nullptr;
     return handle.release();
 }
