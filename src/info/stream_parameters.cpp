@@ -112,7 +112,7 @@ int64_t picture_number(MediaHandle& handle, int) {
     const AVFrame* picture = decoded_picture(handle);
     const int64_t timestamp =
         picture != nullptr ? picture_timestamp(*picture, handle.reading.packet.get()) : AV_NOPTS_VALUE;
-    if (timestamp == AV_NOPTS_VALUE || handle.video.stream == nullptr)
+    if (timestamp == AV_NOPTS_VALUE || handle.video.stream == nullptr || handle.video.counted != nullptr)
         return handle.video.have_frame;
     return frame_number_at(handle.video, timestamp);
 }

@@ -9,6 +9,7 @@
 #include "core/text/names.h"
 #include "platform/system.h"
 #include "qmio.h"
+#include "read/count_pictures.h"
 #include "read/own_options.h"
 
 using namespace qmio;
@@ -70,6 +71,14 @@ bool open_steps(MediaHandle& handle, const Request& request, uint32_t started) {
     return true;
 }
 
+// Null on any failure.
+HalfBuiltHandle open_once(const Request& request, uint32_t started) {
+    HalfBuiltHandle handle(create_handle());
+    if (handle == nullptr || !open_steps(*handle, request, started))
+        return nullptr;
+    return handle;
+}
+
 }  // namespace
 
 MediaHandle* open(const std::optional<Request>& request) {
@@ -83,9 +92,10 @@ MediaHandle* open(const std::optional<Request>& request) {
     if (!own)
         return nullptr;
     const Request for_ffmpeg{request->name, request->block, without_own(request->options)};
-    HalfBuiltHandle handle(create_handle());
-    if (handle == nullptr || !open_steps(*handle, for_ffmpeg, started))
-        return nullptr;
+    HalfBuiltHandle handle = open_once(for_ffmpeg, started);
+    // A source that stays where counting left it is opened anew and not counted.
+    if (handle != nullptr && own->count && !count_pictures(*handle))
+        handle = open_once(for_ffmpeg, started);
     return handle.release();
 }
 

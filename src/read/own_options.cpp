@@ -41,8 +41,19 @@ bool take_open_timeout(OwnOptions& own, const std::string& value) {
     return true;
 }
 
+bool take_switch(bool& target, const std::string& value) {
+    const std::optional<int> number = whole_number<int>(value);
+    target = number == 1;
+    return number == 0 || number == 1;
+}
+
+bool take_count(OwnOptions& own, const std::string& value) {
+    return take_switch(own.count, value);
+}
+
 constexpr OwnOption kOwnOptions[] = {
     {"cancel", take_cancel},
+    {"count", take_count},
     {"open_timeout", take_open_timeout},
 };
 

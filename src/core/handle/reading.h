@@ -26,8 +26,9 @@ struct Reading {
     AVDiscard skip_frame = AVDISCARD_DEFAULT;  // what the host's options leave out, whatever a seek does
     std::shared_ptr<read::PendingSeek> pending;  // a sought picture that has not been delivered yet; null: none
     std::optional<int32_t> landing;              // number of the packet that comes next, where its time does not tell
-    bool no_seek = false;                        // the container refused a seek: there are no more
-    int64_t seek_position = 0;                   // last seek target in microseconds; 0 after a failed seek
+    bool numbered = false;      // the number of pFrame was told, and does not just go on from the one before
+    bool no_seek = false;       // the container refused a seek: there are no more
+    int64_t seek_position = 0;  // last seek target in microseconds; 0 after a failed seek
 };
 
 }  // namespace qmio

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
+#include "core/handle/counted_pictures.h"
 #include "ffmpeg/ffmpeg.h"
 
 namespace qmio {
@@ -25,7 +27,8 @@ struct Video {
     int32_t want_frame = 0;         // number of the next frame to deliver or to encode
     int32_t have_frame = kNoFrame;  // number of the picture held
     int32_t number_shift = 0;       // numbers of frames less what their times say: a demuxer may have lost the time
-    int32_t gop = 12;               // a number of the host's, kept for it
+    std::shared_ptr<const CountedPictures> counted;  // null: frames are numbered by their times
+    int32_t gop = 12;                                // a number of the host's, kept for it
 };
 
 }  // namespace qmio
