@@ -236,7 +236,8 @@ void PacketPictures::number_by_order_count(const AVPacket& packet, int unit, Pac
         picture.kind = PacketPicture::Kind::second_field;
     else if (begins)
         ++sequence_;
-    picture.refers_before_key = is_hevc && unit >= kHevcRaslFirst && unit <= kHevcRaslLast;
+    // The decoder of H.264 takes everything that is shown before the first key picture for damaged.
+    picture.refers_before_key = !is_hevc || (unit >= kHevcRaslFirst && unit <= kHevcRaslLast);
     picture.order = sequence_ * (int64_t{1} << 32) + parser_->output_picture_number;
 }
 

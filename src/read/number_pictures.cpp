@@ -89,10 +89,12 @@ std::vector<Shown> in_order(const std::vector<CountedPacket>& packets) {
 }
 
 // What is shown before the first key picture, though decoded after it, cannot be decoded where it refers to what would
-// lie before that.
+// lie before that. An edit list that hides the key picture hides those, too.
 bool hide_leading(std::vector<CountedPacket>& packets, const std::vector<Shown>& shown) {
     const std::size_t key = first_key(packets);
     bool changed = false;
+    if (key == packets.size() || !is_shown(packets[key]))
+        return false;
     for (const Shown& picture : shown) {
         if (picture.place == key)
             break;

@@ -10,6 +10,7 @@
 #include "platform/system.h"
 #include "qmio.h"
 #include "read/count_pictures.h"
+#include "read/deliver.h"
 #include "read/own_options.h"
 
 using namespace qmio;
@@ -96,6 +97,8 @@ MediaHandle* open(const std::optional<Request>& request) {
     // A source that stays where counting left it is opened anew and not counted.
     if (handle != nullptr && own->count && !count_pictures(*handle))
         handle = open_once(for_ffmpeg, started);
+    if (handle != nullptr)
+        choose_delivery(handle->video, own->told_colours, own->upright);
     return handle.release();
 }
 

@@ -7,6 +7,7 @@
 
 #include "ffmpeg/decoder.h"
 #include "ffmpeg/owners.h"
+#include "ffmpeg/turn.h"
 
 namespace qmio {
 
@@ -23,6 +24,7 @@ struct Reading {
     ffmpeg::FramePtr pFrame;                   // the picture decoded last
     ffmpeg::FramePtr pFrameRGB;                // layout of the conversion's target
     ffmpeg::FramePtr scratch;                  // aligned target for pictures whose rows libswscale cannot write exactly
+    ffmpeg::Turner turner;                     // makes pictures upright
     AVDiscard skip_frame = AVDISCARD_DEFAULT;  // what the host's options leave out, whatever a seek does
     std::shared_ptr<read::PendingSeek> pending;  // a sought picture that has not been delivered yet; null: none
     std::optional<int32_t> landing;              // number of the packet that comes next, where its time does not tell

@@ -6,6 +6,7 @@
 
 #include "core/handle/counted_pictures.h"
 #include "ffmpeg/ffmpeg.h"
+#include "ffmpeg/turn.h"
 
 namespace qmio {
 
@@ -17,10 +18,12 @@ struct Video {
     int32_t stream_count = 0;                     // video streams of a source; only the first is read
     AVCodecContext* codec = nullptr;              // opened as decoder or encoder; owned by the container
     const AVCodec* coder = nullptr;               // the decoder or encoder that it was opened with
-    int32_t width = 0;                            // picture width in pixels
-    int32_t height = 0;                           // picture height in pixels
+    int32_t width = 0;                            // of pictures as they are delivered, in pixels
+    int32_t height = 0;                           // the same
     AVPixelFormat pix_fmt = AV_PIX_FMT_NONE;      // of the decoded pictures, or of those to encode
     AVPixelFormat dst_pix_fmt = AV_PIX_FMT_NONE;  // what pictures are delivered in
+    bool told_colours = false;                    // YUV becomes RGB by the matrix and range that the file tells
+    ffmpeg::Turn turn;                            // what is done to decoded pictures before they are delivered
     AVRational frame_rate{0, 1};
     int64_t start_time_us = 0;
     int32_t frame_count = 0;
