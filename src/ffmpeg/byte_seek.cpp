@@ -61,6 +61,11 @@ bool lands_inside_frames(const AVFormatContext& container) {
     return std::string_view(container.iformat->name) == "mpeg";
 }
 
+bool seeks_by_pts(const AVFormatContext& container) {
+    return (container.iformat->flags & AVFMT_SEEK_TO_PTS) != 0 ||
+           std::string_view(container.iformat->name) == "matroska,webm";
+}
+
 std::optional<int64_t> early_timestamp_at(const AVStream& stream, int64_t position) {
     for (int number = 0; number < kEarlyPackets; ++number) {
         const AVIndexEntry* const entry = index_entry(stream, number);

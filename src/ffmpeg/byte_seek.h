@@ -25,6 +25,9 @@ void prepare_byte_seek(AVFormatContext& container, const AVStream& stream, int64
 // takes the time that belongs to the next.
 bool lands_inside_frames(const AVFormatContext& container);
 
+// True where times that are sought are compared with the times of showing, elsewhere with those of decoding.
+bool seeks_by_pts(const AVFormatContext& container);
+
 // The timestamp of the packet that begins at `position`, where the demuxer met it among the first packets of the stream.
 std::optional<int64_t> early_timestamp_at(const AVStream& stream, int64_t position);
 

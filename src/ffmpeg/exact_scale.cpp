@@ -36,7 +36,9 @@ Picture readable_source(const Picture& source, const Picture& target, int flags,
     copy = extended_copy(source, size.width, size.height);
     if (copy == nullptr)
         return {};
-    const Picture picture = picture_in_frame(*copy);
+    Picture picture = picture_in_frame(*copy);
+    picture.matrix = source.matrix;
+    picture.range = source.range;
     const bool needs_alpha = with_alpha(source.format) != AV_PIX_FMT_NONE && has_alpha(target.format);
     return needs_alpha ? made_opaque(picture) : picture;
 }

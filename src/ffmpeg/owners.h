@@ -12,6 +12,7 @@ struct Deleter {
     void operator()(AVFrame* frame) const { av_frame_free(&frame); }
     void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
     void operator()(SwsContext* context) const { sws_freeContext(context); }
+    void operator()(AVCodecParserContext* parser) const { av_parser_close(parser); }
     void operator()(AVAudioFifo* fifo) const { av_audio_fifo_free(fifo); }
     void operator()(SwrContext* context) const { swr_free(&context); }
     // A demuxer is closed, a muxer only freed: its output is closed before, by who opened it.
@@ -39,6 +40,7 @@ using CodecContextPtr = std::unique_ptr<AVCodecContext, Deleter>;
 using FormatContextPtr = std::unique_ptr<AVFormatContext, Deleter>;
 using CustomIoPtr = std::unique_ptr<AVIOContext, Deleter>;
 using ScalerPtr = std::unique_ptr<SwsContext, Deleter>;
+using ParserPtr = std::unique_ptr<AVCodecParserContext, Deleter>;
 using AudioFifoPtr = std::unique_ptr<AVAudioFifo, Deleter>;
 using ResamplerPtr = std::unique_ptr<SwrContext, Deleter>;
 using BlockPtr = std::unique_ptr<uint8_t, BlockDeleter>;

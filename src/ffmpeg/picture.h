@@ -18,6 +18,9 @@ struct Picture {
     AVPixelFormat format = AV_PIX_FMT_NONE;
     // Bytes behind the last pixel of every plane that may be read though they mean nothing; asked of sources alone.
     int64_t readable_behind = 0;
+    // What YUV means as RGB, asked of sources alone; what is unspecified stays as libswscale has it.
+    AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED;
+    AVColorRange range = AVCOL_RANGE_UNSPECIFIED;
 
     bool valid() const { return data[0] != nullptr; }
     int planes() const;

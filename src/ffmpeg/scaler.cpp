@@ -129,15 +129,58 @@ bool reads_past_lines(const Picture& source, const Picture& target, int flags) {
     return (flags & SWS_FAST_BILINEAR) != 0 && !is_rgb(source.format) && !uses_tables(source, target, flags);
 }
 
+// What is gray has its range by its format.
+bool becomes_rgb(const Picture& source, const Picture& target) {
+    return !is_rgb(source.format) && av_pix_fmt_desc_get(source.format)->nb_components > 2 && is_rgb(target.format);
+}
+
+bool has_coefficients(AVColorSpace matrix) {
+    switch (matrix) {
+        case AVCOL_SPC_BT709:
+        case AVCOL_SPC_FCC:
+        case AVCOL_SPC_BT470BG:
+        case AVCOL_SPC_SMPTE170M:
+        case AVCOL_SPC_SMPTE240M:
+        case AVCOL_SPC_BT2020_NCL:
+        case AVCOL_SPC_BT2020_CL:
+            return true;
+        default:
+            return false;
+    }
+}
+
+// libswscale numbers its matrices as libavutil does.
+void set_colours(SwsContext& scaler, const Picture& source) {
+    int* from = nullptr;
+    int* to = nullptr;
+    int from_full = 0;
+    int to_full = 0;
+    int brightness = 0;
+    int contrast = 0;
+    int saturation = 0;
+    if (sws_getColorspaceDetails(&scaler, &from, &from_full, &to, &to_full, &brightness, &contrast, &saturation) < 0)
+        return;
+    const int* const matrix = has_coefficients(source.matrix) ? sws_getCoefficients(source.matrix) : from;
+    const bool full = from_full != 0 || source.range == AVCOL_RANGE_JPEG;
+    sws_setColorspaceDetails(&scaler, matrix, full ? 1 : 0, to, to_full, brightness, contrast, saturation);
+}
+
+bool tells_colours(const Picture& source) {
+    return has_coefficients(source.matrix) || source.range == AVCOL_RANGE_JPEG;
+}
+
 }  // namespace
 
 ScalerPtr make_scaler(const Picture& source, const Picture& target, int flags, SwsFilter* source_filter,
                       SwsFilter* target_filter, const double* parameters) {
     if (sws_isSupportedInput(source.format) == 0 || sws_isSupportedOutput(target.format) == 0)
         return nullptr;
-    return ScalerPtr(sws_getContext(source.width, source.height, source.format, target.width, target.height,
+    ScalerPtr scaler(sws_getContext(source.width, source.height, source.format, target.width, target.height,
                                     target.format, survivable_flags(target, flags), source_filter, target_filter,
                                     parameters));
+    if (scaler != nullptr && tells_colours(source) && becomes_rgb(source, target))
+        set_colours(*scaler, source);
+    return scaler;
 }
 
 bool can_read_in_place(const Picture& source, const Picture& target, int flags) {

@@ -6,7 +6,7 @@
 namespace qmio::ffmpeg {
 
 // sws_getContext for the sizes and formats of two pictures, whose pixels are not looked at; null where there is no such
-// conversion. Fast bilinear becomes bilinear where libswscale would divide by zero: target planes two samples wide.
+// conversion. YUV becomes RGB by the source's matrix and range where it has them. Fast bilinear becomes bilinear where libswscale would divide by zero: target planes two samples wide.
 ScalerPtr make_scaler(const Picture& source, const Picture& target, int flags, SwsFilter* source_filter = nullptr,
                       SwsFilter* target_filter = nullptr, const double* parameters = nullptr);
 

@@ -112,7 +112,7 @@ int64_t picture_number(MediaHandle& handle, int) {
     const AVFrame* picture = decoded_picture(handle);
     const int64_t timestamp =
         picture != nullptr ? picture_timestamp(*picture, handle.reading.packet.get()) : AV_NOPTS_VALUE;
-    if (timestamp == AV_NOPTS_VALUE || handle.video.stream == nullptr)
+    if (timestamp == AV_NOPTS_VALUE || handle.video.stream == nullptr || handle.video.counted != nullptr)
         return handle.video.have_frame;
     return frame_number_at(handle.video, timestamp);
 }
@@ -132,13 +132,19 @@ int64_t per_mille(AVRational ratio) {
     return ratio.den != 0 ? int64_t{1000} * ratio.num / ratio.den : 0;
 }
 
+// Of pictures that are delivered with columns and rows exchanged.
+AVRational turned(const MediaHandle& handle, AVRational ratio) {
+    return handle.video.turn.transposes ? AVRational{ratio.den, ratio.num} : ratio;
+}
+
 int64_t pixel_aspect(MediaHandle& handle, int) {
     const AVCodecContext* const codec = decoding_context(handle);
-    return codec != nullptr ? per_mille(codec->sample_aspect_ratio) : 0;
+    return codec != nullptr ? per_mille(turned(handle, codec->sample_aspect_ratio)) : 0;
 }
 
 int64_t stream_pixel_aspect(MediaHandle& handle, int) {
-    return handle.video.stream != nullptr ? per_mille(handle.video.stream->sample_aspect_ratio) : 0;
+    const AVStream* const stream = handle.video.stream;
+    return stream != nullptr ? per_mille(turned(handle, stream->sample_aspect_ratio)) : 0;
 }
 
 // The shape of the whole picture, where that of its pixels is known.
@@ -146,9 +152,10 @@ int64_t display_aspect(MediaHandle& handle, int) {
     const AVStream* stream = handle.video.stream;
     if (stream == nullptr || stream->sample_aspect_ratio.num < 1 || handle.video.height < 1)
         return 0;
+    const AVRational pixel = turned(handle, stream->sample_aspect_ratio);
     AVRational shape = {0, 0};
-    av_reduce(&shape.num, &shape.den, int64_t{handle.video.width} * stream->sample_aspect_ratio.num,
-              int64_t{handle.video.height} * stream->sample_aspect_ratio.den, std::numeric_limits<int>::max());
+    av_reduce(&shape.num, &shape.den, int64_t{handle.video.width} * pixel.num, int64_t{handle.video.height} * pixel.den,
+              std::numeric_limits<int>::max());
     return per_mille(shape);
 }
 

@@ -56,6 +56,8 @@ bool begin(qmio_time_param* record, const MediaHandle& handle, const AVStream* s
 }
 
 int64_t frames_in(const MediaHandle& handle, const AVStream& stream) {
+    if (handle.video.counted != nullptr)
+        return handle.video.counted->count();
     if (!is_valid(stream.avg_frame_rate))
         return 1;
     return stream.nb_frames >= 1 ? stream.nb_frames : handle.video.frame_count;

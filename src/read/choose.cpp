@@ -1,6 +1,7 @@
 #include "read/choose.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "core/handle/frame_numbers.h"
 #include "ffmpeg/frame_flags.h"
@@ -44,8 +45,15 @@ class TowardsTarget : public Way {
     Verdict judge_before_key(const AVPacket& packet) {
         const bool key = times_are_right(packet) && (!keys_are_told_ || (packet.flags & AV_PKT_FLAG_KEY) != 0);
         const int64_t timestamp = key && packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
-        const int32_t number = timestamp != AV_NOPTS_VALUE ? frame_number_at(source_.video, timestamp) : kNoFrame;
-        return pending_.judge_packet(number, key);
+        if (key && is_strange(packet))
+            return Verdict::step_back;
+        return pending_.judge_packet(frame_number_of(source_.video, packet, timestamp).value_or(kNoFrame), key);
+    }
+
+    // Pictures behind such a packet have no numbers, unless they are counted from the start.
+    bool is_strange(const AVPacket& packet) const {
+        const CountedPictures* const counted = source_.video.counted.get();
+        return counted != nullptr && counted->find(packet) == CountedPictures::kNone;
     }
 
     bool times_are_right(const AVPacket& packet) {
@@ -56,8 +64,8 @@ class TowardsTarget : public Way {
     }
 
     void choose_skipping(const AVPacket& packet) {
-        const bool passing =
-            packet.pts != AV_NOPTS_VALUE && pending_.may_leave_out(frame_number_at(source_.video, packet.pts));
+        const std::optional<int32_t> number = frame_number_of(source_.video, packet, packet.pts);
+        const bool passing = number && pending_.may_leave_out(*number);
         const AVDiscard configured = source_.reading.skip_frame;
         source_.video.codec->skip_frame = passing ? std::max(configured, AVDISCARD_NONREF) : configured;
     }

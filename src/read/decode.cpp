@@ -45,10 +45,53 @@ int field_result(const AVFrame& frame) {
     return ffmpeg::is_interlaced(frame) ? QMIO_PICTURE_BOTTOM_FIELD_FIRST : QMIO_PICTURE_PROGRESSIVE;
 }
 
+// A decoder hands the time of a packet on to its picture, whatever the order in which pictures come out. Where pictures
+// were counted, the packet's place among all of them goes that way.
+class PlaceForTime {
+  public:
+    PlaceForTime(const Video& video, AVPacket* packet)
+        : packet_(video.counted != nullptr ? packet : nullptr), pts_(packet != nullptr ? packet->pts : AV_NOPTS_VALUE) {
+        if (packet_ == nullptr)
+            return;
+        const int32_t place = video.counted->find(*packet_);
+        packet_->pts = place != CountedPictures::kNone ? place : AV_NOPTS_VALUE;
+    }
+    PlaceForTime(const PlaceForTime&) = delete;
+    PlaceForTime& operator=(const PlaceForTime&) = delete;
+    ~PlaceForTime() {
+        if (packet_ != nullptr)
+            packet_->pts = pts_;
+    }
+
+  private:
+    AVPacket* const packet_;
+    const int64_t pts_;
+};
+
+// The number that the place of the picture's packet tells; the picture has its time again.
+int32_t take_counted_number(const CountedPictures& counted, Reading& reading, int32_t next) {
+    AVFrame& frame = *reading.pFrame;
+    reading.numbered = frame.pts != AV_NOPTS_VALUE;
+    if (!reading.numbered)
+        return next;
+    const CountedPictures::Packet& packet = counted.packet(static_cast<int32_t>(frame.pts));
+    frame.pts = packet.pts;
+    frame.best_effort_timestamp = packet.pts != AV_NOPTS_VALUE ? packet.pts : frame.pkt_dts;
+    reading.numbered = packet.number != CountedPictures::kNone;
+    return reading.numbered ? packet.number : next;
+}
+
+int32_t number_held_picture(const Video& video, Reading& reading, const AVPacket* packet) {
+    if (video.counted != nullptr)
+        return take_counted_number(*video.counted, reading, video.want_frame);
+    reading.numbered = picture_timestamp(*reading.pFrame, packet) != AV_NOPTS_VALUE;
+    return frame_number_of(video, *reading.pFrame, packet);
+}
+
 int finish_picture(Source& source, imio_picture* picture, const AVPacket* packet) {
     Video& video = source.video;
     convert_held_picture(source, picture);
-    video.have_frame = frame_number_of(video, *source.reading.pFrame, packet);
+    video.have_frame = number_held_picture(video, source.reading, packet);
     if (video.have_frame >= kNoFrame)
         video.want_frame = video.have_frame + 1;
     return field_result(*source.reading.pFrame);
@@ -64,12 +107,17 @@ int trace_done() {
     return QMIO_NO_PICTURE;
 }
 
+int decode(Source& source, bool& got, AVPacket* packet) {
+    const PlaceForTime place(source.video, packet);
+    return source.reading.decoder.decode(source.reading.pFrame.get(), got, packet);
+}
+
 // The first step: the packet into the decoder, or the drain. Nothing where all of the packet was used without a picture
 // and the second step may find one.
 std::optional<int> feed(Source& source, imio_picture* picture, AVPacket* packet) {
     const Video& video = source.video;
     bool got = false;
-    const int used = source.reading.decoder.decode(source.reading.pFrame.get(), got, packet);
+    const int used = decode(source, got, packet);
     if (used < 0) {
         trace(TraceSwitch::read, kTag, L"\t[%S] decode video error %d\n", source.name, used);
         why::failed(used, "a packet of the video cannot be decoded");

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
+#include <utility>
 
 #include "core/handle/entry.h"
 #include "core/process/settings.h"
@@ -56,12 +57,22 @@ bool lacks_alpha(const Source& source, const imio_picture& picture, int64_t prom
     return promised >= kBytesPerPixel && (load_word(picture.data) & kOpaque) != kOpaque;
 }
 
+ffmpeg::Picture picture_to_deliver(Source& source, int algorithm) {
+    const AVFrame& frame = *source.reading.pFrame;
+    ffmpeg::Picture picture = ffmpeg::picture_in_frame(frame);
+    if (source.video.told_colours) {
+        picture.matrix = frame.colorspace;
+        picture.range = frame.color_range;
+    }
+    return source.video.turn.is_none() ? picture : source.reading.turner.turn(picture, source.video.turn, algorithm);
+}
+
 // The scaler is made for every picture and freed at once; nothing is kept but the room for pictures that it cannot
 // write in place.
 int convert(Source& source, const ffmpeg::Picture& target) {
     const int algorithm = std::max(settings().scale_algorithm, 1);
-    const std::optional<int> rows = ffmpeg::scale_exactly(ffmpeg::picture_in_frame(*source.reading.pFrame), target,
-                                                          algorithm, source.reading.scratch);
+    const ffmpeg::Picture decoded = picture_to_deliver(source, algorithm);
+    const std::optional<int> rows = ffmpeg::scale_exactly(decoded, target, algorithm, source.reading.scratch);
     if (rows)
         trace(TraceSwitch::read, kTag, L"\tframe %d: cvt to user pixfmt res %d\n", source.video.want_frame, *rows);
     else
@@ -72,6 +83,15 @@ int convert(Source& source, const ffmpeg::Picture& target) {
 }
 
 }  // namespace
+
+void choose_delivery(Video& video, bool told_colours, bool upright) {
+    video.told_colours = told_colours;
+    if (!upright || video.stream == nullptr)
+        return;
+    video.turn = ffmpeg::turn_of(*video.stream);
+    if (video.turn.transposes)
+        std::swap(video.width, video.height);
+}
 
 imio_picture plain_buffer(const Video& video, uint8_t* buffer) {
     imio_picture picture{};

@@ -6,6 +6,9 @@
 
 namespace qmio::read {
 
+// How pictures are delivered from now on: with the colours that the stream tells, and turned upright as it tells.
+void choose_delivery(Video& video, bool told_colours, bool upright);
+
 // Converts the picture held in pFrame; rows written, 0 on failure, -1 without record, codec or frame, 1 for a picture without
 // data, which is left alone.
 int convert_held_picture(Source& source, imio_picture* picture);

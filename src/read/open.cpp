@@ -10,6 +10,8 @@
 #include "platform/system.h"
 #include "qmio.h"
 #include "read/cancel_open.h"
+#include "read/count_pictures.h"
+#include "read/deliver.h"
 #include "read/own_options.h"
 
 using namespace qmio;
@@ -77,28 +79,42 @@ bool open_steps(MediaHandle& handle, const Request& request, uint32_t started) {
     return true;
 }
 
-MediaHandle* open_request(const Request& request) {
-    const uint32_t started = platform::tick_count();
-    if (tracing(TraceSwitch::open))
-        trace(TraceSwitch::open, kOpenTag, L"enc %d [%s] param [%S]\n", settings().code_page,
-              wide_name(request.name.c_str(), request.code_page), request.options.text());
-    const std::optional<OwnOptions> own = own_options(request.options);
-    if (!own)
-        return nullptr;
-    const Request for_ffmpeg{request.name, request.block, without_own(request.options), request.code_page};
+// Null on any failure. `uncounted` becomes true where the source stays where counting left it.
+HalfBuiltHandle open_once(const Request& request, const OwnOptions& own, uint32_t started, bool& uncounted) {
     HalfBuiltHandle handle(create_handle());
     if (handle == nullptr)
         return nullptr;
     Container& container = handle->container;
-    NamedOpen under_way(own->cancel, container.cancelled);
-    container.open_deadline.begin(own->open_timeout);
-    if (!open_steps(*handle, for_ffmpeg, started))
+    NamedOpen under_way(own.cancel, container.cancelled);
+    container.open_deadline.begin(own.open_timeout);
+    if (!open_steps(*handle, request, started))
         return nullptr;
+    uncounted = own.count && !count_pictures(*handle);
     if (!under_way.complete() || was_stopped(container)) {
         tell_source_failure(container, AVERROR_EXIT, "");
         return nullptr;
     }
     container.open_deadline.end();
+    return handle;
+}
+
+MediaHandle* open_request(const Request& request) {
+    const uint32_t started = platform::tick_count();
+    if (tracing(TraceSwitch::open))
+        trace(TraceSwitch::open, kOpenTag, L"enc %d [%s] param [%S]\n", settings().code_page,
+              wide_name(request.name.c_str(), request.code_page), request.options.text());
+    std::optional<OwnOptions> own = own_options(request.options);
+    if (!own)
+        return nullptr;
+    const Request for_ffmpeg{request.name, request.block, without_own(request.options), request.code_page};
+    bool uncounted = false;
+    HalfBuiltHandle handle = open_once(for_ffmpeg, *own, started, uncounted);
+    if (handle != nullptr && uncounted) {
+        own->count = false;
+        handle = open_once(for_ffmpeg, *own, started, uncounted);
+    }
+    if (handle != nullptr)
+        choose_delivery(handle->video, own->told_colours, own->upright);
     return handle.release();
 }
 

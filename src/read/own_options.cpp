@@ -44,8 +44,30 @@ bool take_open_timeout(OwnOptions& own, const std::string& value) {
     return true;
 }
 
+bool take_switch(bool& target, const std::string& value) {
+    const std::optional<int> number = whole_number<int>(value);
+    target = number == 1;
+    return number == 0 || number == 1;
+}
+
+bool take_count(OwnOptions& own, const std::string& value) {
+    return take_switch(own.count, value);
+}
+
+bool take_matrix(OwnOptions& own, const std::string& value) {
+    own.told_colours = value == "file";
+    return own.told_colours || value == "default";
+}
+
+bool take_rotate(OwnOptions& own, const std::string& value) {
+    return take_switch(own.upright, value);
+}
+
 constexpr OwnOption kOwnOptions[] = {
     {"cancel", take_cancel},
+    {"count", take_count},
+    {"matrix", take_matrix},
+    {"rotate", take_rotate},
     {"open_timeout", take_open_timeout},
 };
 

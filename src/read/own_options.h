@@ -13,6 +13,9 @@ namespace qmio::read {
 struct OwnOptions {
     int64_t cancel = 0;                 // what the host calls this open by; 0: it has no name
     StallWatch::Limit open_timeout{0};  // how long the whole open may last; 0: as long as it takes
+    bool count = false;                 // the pictures are counted
+    bool told_colours = false;          // colours by the matrix and range that the file tells
+    bool upright = false;               // pictures turned as the file tells
 };
 
 // What the options say of them; of a key that stands there twice the last one counts. Nothing where a value is none that

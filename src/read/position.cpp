@@ -51,6 +51,27 @@ int32_t first_indexed_number(const Source& source) {
     return timestamp ? frame_number_at(source.video, *timestamp) : 0;
 }
 
+using Counted = CountedPictures::Packet;
+
+const Counted& counted_packet(const CountedPictures& counted, int32_t frame, int flags) {
+    return (flags & AVSEEK_FLAG_ANY) != 0 ? counted.picture(frame) : counted.key_before(frame);
+}
+
+bool has_time(const Counted& packet) {
+    return packet.pts != AV_NOPTS_VALUE || packet.dts != AV_NOPTS_VALUE;
+}
+
+bool lacks_times(const Video& video) {
+    return video.counted != nullptr && !has_time(video.counted->picture(0));
+}
+
+bool reach_beginning(Source& source) {
+    if (source.video.stream == nullptr)
+        return false;
+    // Where nothing tells a time, a demuxer that looks for one reads to the end.
+    return (lacks_times(source.video) && reach_first_byte(source)) || reach_start(source, *source.video.stream);
+}
+
 }  // namespace
 
 void flush_decoders(Source& source) {
@@ -104,13 +125,33 @@ int position_by_time(Source& source, int64_t timestamp, int flags) {
     return seek_container(source.container, source.video.stream_index, timestamp, flags);
 }
 
+int64_t time_to_seek(const Source& source, AVStream& stream, int32_t frame, int flags) {
+    const CountedPictures* const counted = source.video.counted.get();
+    if (counted == nullptr)
+        return frame_to_timestamp(source.container, stream, frame);
+    const Counted& packet = counted_packet(*counted, frame, flags);
+    const bool by_pts = packet.dts == AV_NOPTS_VALUE ||
+                        (packet.pts != AV_NOPTS_VALUE && ffmpeg::seeks_by_pts(*source.container.format_ctx));
+    return by_pts ? packet.pts : packet.dts;
+}
+
+int position_at_frame(Source& source, AVStream& stream, int32_t frame, int flags) {
+    const CountedPictures* const counted = source.video.counted.get();
+    if (counted == nullptr)
+        return position_by_time(source, time_to_seek(source, stream, frame, flags), flags);
+    const Counted& packet = counted_packet(*counted, frame, flags);
+    const int result = has_time(packet) ? position_by_time(source, time_to_seek(source, stream, frame, flags), flags)
+                                        : position_by_time(source, packet.position, kAnyByte);
+    // Counted sources are those that go back to their start, from where every picture can be reached.
+    return result >= 0 || !reach_beginning(source) ? result : 0;
+}
+
 bool position_before(Source& source, int32_t frame, bool by_time) {
     if (source.video.stream == nullptr)
         return false;
     const bool indexed = !by_time && frame < indexed_frames(source.container) && can_land_by_index(source.container);
-    const int64_t timestamp = frame_to_timestamp(source.container, *source.video.stream, frame);
-    const int result =
-        indexed ? position_by_index(source, frame) : position_by_time(source, timestamp, AVSEEK_FLAG_BACKWARD);
+    const int result = indexed ? position_by_index(source, frame)
+                               : position_at_frame(source, *source.video.stream, frame, AVSEEK_FLAG_BACKWARD);
     if (result < 0)
         return false;
     flush_decoders(source);
@@ -120,7 +161,7 @@ bool position_before(Source& source, int32_t frame, bool by_time) {
 }
 
 bool position_at_start(Source& source) {
-    if (source.video.stream == nullptr || !reach_start(source, *source.video.stream))
+    if (!reach_beginning(source))
         return false;
     flush_decoders(source);
     source.video.want_frame = 0;

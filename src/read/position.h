@@ -24,6 +24,14 @@ bool lands_inside_frames(const Container& container);
 int position_by_index(Source& source, int32_t frame);
 int position_by_time(Source& source, int64_t timestamp, int flags);
 
+// What the container is asked for where it is put by time: the time of `frame`, or of the packet where its decoding
+// begins.
+int64_t time_to_seek(const Source& source, AVStream& stream, int32_t frame, int flags);
+
+// Puts the container where frame `frame` is or, unless `flags` say any packet, where its decoding begins: by time, or where
+// packets have none by the positions that were counted. As above.
+int position_at_frame(Source& source, AVStream& stream, int32_t frame, int flags);
+
 // False when the container takes no byte positions, or nothing tells the numbers of the packets behind one.
 bool can_land_by_index(const Container& container);
 

@@ -112,6 +112,12 @@ void trace_byte_seek(const Source& source, const wchar_t* tag, int32_t frame, in
 
 // ---- ways to seek ----
 
+int64_t time_of_frame(const Source& source, AVStream& stream, int32_t frame) {
+    const CountedPictures* const counted = source.video.counted.get();
+    const int64_t pts = counted != nullptr ? counted->picture(frame).pts : AV_NOPTS_VALUE;
+    return pts != AV_NOPTS_VALUE ? pts : frame_to_timestamp(source.container, stream, frame);
+}
+
 // A byte seek that fails is no error: the host is told the frame and nothing has moved. Only when it reads on is the
 // container put there by time.
 int seek_by_index(Source& source, const wchar_t* tag, int32_t frame, int64_t frames) {
@@ -130,8 +136,8 @@ int seek_by_index(Source& source, const wchar_t* tag, int32_t frame, int64_t fra
 // Positions the container by the frame's timestamp and makes it the wanted one.
 int seek_by_timestamp(Source& source, const wchar_t* tag, AVStream& stream, int32_t frame, int flags) {
     trace_rate(source, tag, stream);
-    const int64_t timestamp = frame_to_timestamp(source.container, stream, frame);
-    const int result = position_by_time(source, timestamp, flags);
+    const int64_t timestamp = time_of_frame(source, stream, frame);
+    const int result = position_at_frame(source, stream, frame, flags);
     trace_seek(source, tag, stream, result, frame, timestamp);
     if (result < 0)
         return refuse_seeking(source, result);
@@ -143,14 +149,13 @@ int seek_by_timestamp(Source& source, const wchar_t* tag, AVStream& stream, int3
 // Reads one packet where the seek landed and goes back. The wanted frame stays as it was: a host that
 // asks for the same frame again is not told that it is there already.
 int seek_twice(Source& source, AVStream& stream, int32_t frame) {
-    const int64_t timestamp = frame_to_timestamp(source.container, stream, frame);
-    if (const int result = position_by_time(source, timestamp, AVSEEK_FLAG_ANY); result < 0)
+    if (const int result = position_at_frame(source, stream, frame, AVSEEK_FLAG_ANY); result < 0)
         return refuse_seeking(source, result);
     flush_decoders(source);
     forget_target(source);
     if (!read_packet(source.container, source.reading))
         return kSeekFailed;
-    position_by_time(source, timestamp, AVSEEK_FLAG_ANY);
+    position_at_frame(source, stream, frame, AVSEEK_FLAG_ANY);
     return frame;
 }
 

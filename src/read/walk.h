@@ -30,7 +30,7 @@ struct Step {
     };
     Kind kind;
     int result = 0;
-    bool has_time = false;  // of a picture: it, or the packet that it came with, has a timestamp
+    bool has_time = false;  // of a picture: its number is told, by a time of it or of the packet that it came with
 };
 
 // Goes on to the next picture, which is converted into `picture`, or only decoded where that has no data.

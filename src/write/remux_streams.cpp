@@ -78,8 +78,9 @@ void enter_stream(Video& video, AVStream& stream, const Video& source) {
     video.stream_index = stream.index;
     video.stream_count = 1;
     video.frame_rate = source.frame_rate;
-    video.width = source.width;
-    video.height = source.height;
+    // A source that delivers its pictures turned has packets that are not.
+    video.width = source.turn.transposes ? source.height : source.width;
+    video.height = source.turn.transposes ? source.width : source.height;
     video.pix_fmt = source.pix_fmt;
 }
 

@@ -2,7 +2,7 @@
 # make_media.sh OUT PROGRAMS [REAL]
 #   Makes the tests' media in OUT, each file named for its trait and followed by FILE.frames, the hashes of the pictures
 #   that the ffmpeg program decodes from it, and FILE.sound, those of its sound; OUT/real gets the same for every file of
-#   the folder REAL. What is made for its sound alone lies in OUT/sound.
+#   the folder REAL. What is made for its sound alone lies in OUT/sound, for the counting of pictures in OUT/counted.
 #   PROGRAMS is the folder of the built numbered_frames, reference_frames, reference_sound and merge_packets.
 #   What OUT was made from is stamped into it: while that has not changed, a second run does nothing.
 set -eu
@@ -143,6 +143,44 @@ make_live() {
     encode 320x192 60 25:1 pipe:1 $live -c:v mpeg2video -g 15 -bf 2 -b:v 2M >live_mpeg2.mkv
     encode 320x192 60 25:1 pipe:1 $live -c:v mpeg4 -g 20 -bf 2 -b:v 1M >live_mpeg4.mkv
     encode 320x192 60 25:1 pipe:1 $live -c:v libvpx -deadline realtime -cpu-used 8 -b:v 1M >live_vp8.mkv
+}
+
+# What tells nothing of its length or a wrong one, or whose pictures are not evenly spaced.
+make_uncounted() {
+    small='160x96 60 25:1'
+    x265='-c:v libx265 -preset ultrafast -x265-params log-level=error:scenecut=0:keyint=16:min-keyint=16:bframes=3'
+    uneven='-vf setpts=(N+floor(N/3)+mod(N\,2)*0.4)/25/TB -fps_mode passthrough'
+    encode $small counted/raw_open_gop.h264 $(x264 keyint=16:min-keyint=16:bframes=3:b-pyramid=normal:open-gop=1)
+    encode $small counted/raw_interlaced.h264 $(x264 keyint=16:min-keyint=16:bframes=2:interlaced=1)
+    tail -c +6000 counted/raw_open_gop.h264 >counted/raw_starts_inside_gop.h264
+    encode $small counted/raw_open_gop.hevc $x265:open-gop=1:b-pyramid=1
+    encode $small counted/raw.hevc $x265:open-gop=0
+    encode $small counted/raw.m1v -c:v mpeg1video -g 12 -bf 2
+    encode $small counted/raw.m4v -c:v mpeg4 -g 12 -bf 2
+    encode $small counted/raw_intra.m2v -c:v mpeg2video -g 1
+    encode $small counted/raw.mjpeg -c:v mjpeg
+    encode $small counted/raw.h263 -c:v h263 -s 176x144
+    encode $small counted/raw.drc -c:v vc2
+    encode $small counted/raw_alt_ref_vp8.ivf -c:v libvpx -deadline good -cpu-used 5 -auto-alt-ref 1 -lag-in-frames 16 -g 20
+    encode $small counted/raw_alt_ref_vp9.ivf -c:v libvpx-vp9 -deadline good -cpu-used 5 -auto-alt-ref 1 -lag-in-frames 16 -g 20
+    encode $small counted/raw.apng -c:v apng
+    encode $small counted/no_length.swf -c:v flv
+    encode $small counted/no_length.roq -c:v roqvideo -s 256x128 -r 30
+    encode $small counted/no_length.asf -c:v msmpeg4
+    encode $small counted/no_length_bframes.asf -c:v mpeg4 -g 16 -bf 2
+    encode $small counted/no_length_bframes.ts -c:v mpeg4 -g 16 -bf 2
+    encode $small counted/no_length_vp8.ogg -c:v libvpx -deadline realtime -cpu-used 8
+    encode $small counted/h264_bframes.avi $(x264 keyint=16:min-keyint=16:bframes=3)
+    encode $small counted/mpeg1.mpg -c:v mpeg1video -g 12 -bf 2
+    encode $small counted/mpeg2.mxf -c:v mpeg2video -g 12 -bf 2
+    encode $small counted/uneven.mp4 $uneven $(x264 keyint=16:bframes=3)
+    encode $small counted/uneven.mkv $uneven $(x264 keyint=16:bframes=3)
+    encode $small counted/uneven.ts $uneven $(x264 keyint=16:bframes=3)
+    encode $small counted/uneven.flv $uneven $(x264 keyint=16:bframes=3)
+    encode $small counted/uneven.nut $uneven $(x264 keyint=16:bframes=3)
+    encode $small counted/uneven.webm $uneven -c:v libvpx -deadline realtime -cpu-used 8
+    encode $small counted/uneven.ogv $uneven -c:v libtheora
+    ff -ss 0.5 -i counted/uneven.mp4 -c copy counted/uneven_edit_list.mp4
 }
 
 # Small files for the tests of opening, of damage and of sources that are no files.
@@ -327,14 +365,14 @@ make_references() {
         [ ! -f "$path" ] || reference "$path" "real/$(basename "$path").frames"
     done &
     # A change of size in mid-stream has no reference: its pictures are told by their numbers alone.
-    for file in *.*; do
+    for file in *.* counted/*.*; do
         case $file in size_*) ;; *) reference "$file" "$file.frames" ;; esac
     done
     wait $!
 }
 
 make_all() {
-    mkdir real sound
+    mkdir real sound counted
     make_gops
     make_codecs &
     make_rates
@@ -345,6 +383,7 @@ make_all() {
     wait $!
     make_sound
     make_live
+    make_uncounted
     make_opening
     make_sound_codecs
     make_sound_oddities

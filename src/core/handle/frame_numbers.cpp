@@ -67,6 +67,14 @@ int32_t frame_number_at(const Video& video, int64_t timestamp) {
     return to_int32(number + video.number_shift);
 }
 
+std::optional<int32_t> frame_number_of(const Video& video, const AVPacket& packet, int64_t timestamp) {
+    if (video.counted != nullptr) {
+        const int32_t number = video.counted->number_of(packet);
+        return number != CountedPictures::kNone ? std::optional(number) : std::nullopt;
+    }
+    return timestamp != AV_NOPTS_VALUE ? std::optional(frame_number_at(video, timestamp)) : std::nullopt;
+}
+
 int32_t frame_number_of(const Video& video, const AVFrame& picture, const AVPacket* packet) {
     if (video.stream == nullptr)
         return kNoFrame;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "core/handle/container.h"
 #include "core/handle/video.h"
@@ -25,6 +26,10 @@ int64_t picture_timestamp(const AVFrame& frame, const AVPacket* packet);
 
 // Number of the frame shown at `timestamp`, rounded to nearest with halves away from zero.
 int32_t frame_number_at(const Video& video, int64_t timestamp);
+
+// Number of the picture that the packet brings: the counted one, else by `timestamp`, which is one of the packet's.
+// Nothing where that does not tell.
+std::optional<int32_t> frame_number_of(const Video& video, const AVPacket& packet, int64_t timestamp);
 
 // Number of a picture decoded from `packet`, which may be null. Without any timestamp it is the wanted frame; -1 without
 // a video stream.

@@ -9,6 +9,7 @@
 #include "ffmpeg/concealment.h"
 #include "ffmpeg/decoder.h"
 #include "ffmpeg/owners.h"
+#include "ffmpeg/turn.h"
 
 namespace qmio {
 
@@ -32,12 +33,14 @@ struct Reading {
     ffmpeg::FramePtr pFrame;                   // the picture decoded last
     ffmpeg::FramePtr pFrameRGB;                // layout of the conversion's target
     ffmpeg::FramePtr scratch;                  // aligned target for pictures whose rows libswscale cannot write exactly
+    ffmpeg::Turner turner;                     // makes pictures upright
     ffmpeg::Dictionary decoder_options;        // what the decoder was opened with
     AVDiscard skip_frame = AVDISCARD_DEFAULT;  // what the host's options leave out, whatever a seek does
     std::shared_ptr<read::PendingSeek> pending;  // a sought picture that has not been delivered yet; null: none
     ffmpeg::ConcealmentWatch concealment;        // of the decoder
     KnownDamage damage;
     std::optional<int32_t> landing;  // number of the packet that comes next, where its time does not tell
+    bool numbered = false;           // the number of pFrame was told, and does not just go on from the one before
     bool no_seek = false;            // the container refused a seek: there are no more
     int64_t seek_position = 0;       // last seek target in microseconds; 0 after a failed seek
 };

@@ -2,8 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
+#include "core/handle/counted_pictures.h"
 #include "ffmpeg/ffmpeg.h"
+#include "ffmpeg/turn.h"
 
 namespace qmio {
 
@@ -15,17 +18,20 @@ struct Video {
     int32_t stream_count = 0;                     // video streams of a source; only the first is read
     AVCodecContext* codec = nullptr;              // opened as decoder or encoder; owned by the container
     const AVCodec* coder = nullptr;               // the decoder or encoder that it was opened with
-    int32_t width = 0;                            // picture width in pixels
-    int32_t height = 0;                           // picture height in pixels
+    int32_t width = 0;                            // of pictures as they are delivered, in pixels
+    int32_t height = 0;                           // the same
     AVPixelFormat pix_fmt = AV_PIX_FMT_NONE;      // of the decoded pictures, or of those to encode
     AVPixelFormat dst_pix_fmt = AV_PIX_FMT_NONE;  // what pictures are delivered in
+    bool told_colours = false;                    // YUV becomes RGB by the matrix and range that the file tells
+    ffmpeg::Turn turn;                            // what is done to decoded pictures before they are delivered
     AVRational frame_rate{0, 1};
     int64_t start_time_us = 0;
     int32_t frame_count = 0;
     int32_t want_frame = 0;         // number of the next frame to deliver or to encode
     int32_t have_frame = kNoFrame;  // number of the picture held
     int32_t number_shift = 0;       // numbers of frames less what their times say: a demuxer may have lost the time
-    int32_t gop = 12;               // a number of the host's, kept for it
+    std::shared_ptr<const CountedPictures> counted;  // null: frames are numbered by their times
+    int32_t gop = 12;                                // a number of the host's, kept for it
 };
 
 }  // namespace qmio
