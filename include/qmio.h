@@ -1025,6 +1025,46 @@ QMIO_API extern int32_t AV_PIX_FMT_NONE, AV_PIX_FMT_RGB32, AV_PIX_FMT_GRAY8, AV_
     AV_PIX_FMT_BGR0;
 #endif
 
+/* ---- Containers in the host's own bytes --------------------------------------------------------------------------- */
+
+/*
+ * A host's reading. qmio_read_bytes copies up to `size` bytes (above 0) from where the source stands into `buf` and returns
+ * how many: fewer than asked are no end. 0 is the end of the source, QMIO_BYTES_AGAIN nothing yet: it is asked again, a
+ * millisecond later and for 30 seconds at most. Any other negative result is an error, which ends reading there.
+ *
+ * qmio_seek_bytes moves to `offset` bytes from the start (whence 0) or from the end (2) and returns the new position
+ * counted from the start, or a negative result where it cannot. With QMIO_BYTES_SIZE it returns the size and stays where
+ * it is; a negative result there means that the size is not known.
+ *
+ * opaque   what qmio_open_io was given
+ * Both are called by the thread that is inside a call on the handle, and by the library's own while packets are read ahead
+ * (qmio_fifo_ts, qmio_fifo_frame); never by two at once. They must not throw and not call anything on the handle.
+ */
+typedef int(qmio_read_bytes)(void* opaque, void* buf, int size);
+typedef int64_t(qmio_seek_bytes)(void* opaque, int64_t offset, int whence);
+
+enum { QMIO_BYTES_AGAIN = -11, QMIO_BYTES_INTERRUPTED = -4, /* the same */ QMIO_BYTES_SIZE = 0x10000 };
+
+/*
+ * Opens a container of any kind for reading that the host has in memory, or reads by calls of its own. From there on it is
+ * like a file: it is sought, by frames and by times, exactly as one.
+ *
+ * data, size   the block. It stays the host's, unchanged until the close. Negative sizes are refused.
+ * read         must not be null
+ * seek         null where the source cannot go back: what is read from front to back can be opened then (MPEG-TS, Matroska,
+ *              WAV, fragmented MP4, an MP4 whose index comes first), and seeking fails
+ * opaque       handed to both as it is; what it points to has to live until qmio_close has returned
+ * options      as for qmio_open_ex_a. Such a source has no name by which FFmpeg could tell what it does not see from the
+ *              bytes: "fmt" names the demuxer (raw pictures and sound: "fmt=s16le,sample_rate=48000"; FFmpeg's names, as
+ *              "mpegts"). A demuxer that opens files itself is refused.
+ *
+ * What such a source names (the parts of a playlist, other files) is not opened; the trace of opening tells what was
+ * refused, as FFmpeg's messages do.
+ * Returns the handle or null, as qmio_open_a. Nothing of the host's is kept where it is null.
+ */
+QMIO_API MediaHandle* qmio_open_mem(const void* data, int64_t size, const char* options);
+QMIO_API MediaHandle* qmio_open_io(qmio_read_bytes* read, qmio_seek_bytes* seek, void* opaque, const char* options);
+
 #ifdef __cplusplus
 }
 #endif

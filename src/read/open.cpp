@@ -64,7 +64,8 @@ bool open_steps(MediaHandle& handle, const Request& request, uint32_t started) {
     // A handle whose audio failed is good for video, but its opening ends here.
     if (!audio::open_tracks(handle.container, handle.sound, handle.tracks))
         return true;
-    attach_frame_index(handle);
+    if (!request.bytes)
+        attach_frame_index(handle);
     trace_exit(handle, started);
     return true;
 }

@@ -27,8 +27,13 @@ std::string capture_device(const std::string& name);
 // A name as an address for FFmpeg.
 std::string plain_url(const std::string& name);
 
+// Opens a source whose bytes come from us. `whitelist` keeps what its contents may refer to within bounds.
+bool open_custom(Container& container, std::unique_ptr<qmlib::InputSource> source, const std::string& url,
+                 const AVInputFormat* format, const char* whitelist, ffmpeg::Dictionary& options);
+
 // The steps of opening, in the order in which they run. False ends the open.
 bool open_container(Container& container, const Request& request, ffmpeg::Dictionary& options);
+bool open_bytes(Container& container, const Request& request, ffmpeg::Dictionary& options);
 bool probe_streams(MediaHandle& handle);
 bool open_video(MediaHandle& handle, const Options& options);
 void find_first_video(const Container& container, Video& video);

@@ -84,6 +84,8 @@ const std::vector<Call> kCalls = {
     QMIO_ANSWERS(nullptr, qmio_open_a, nullptr),
     QMIO_ANSWERS(nullptr, qmio_open_ex_a, nullptr, "threads=1"),
     QMIO_ANSWERS(nullptr, qmio_open_ex_a, nullptr, nullptr),
+    QMIO_ANSWERS(nullptr, qmio_open_mem, nullptr, 100, nullptr),
+    QMIO_ANSWERS(nullptr, qmio_open_io, nullptr, nullptr, nullptr, nullptr),
     QMIO_ANSWERS(nullptr, qmio_open_w, nullptr),
     QMIO_ANSWERS(nullptr, qmio_open_ex_w, nullptr, L"threads=1"),
     QMIO_ANSWERS(nullptr, qmio_open_ex_w, nullptr, nullptr),

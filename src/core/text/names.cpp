@@ -49,12 +49,12 @@ std::optional<Request> request(const char* name, const char* options) {
         return std::nullopt;
     if (memory_block::is_block(name))
         // That the host's block is written to is what a memory target means.
-        return Request{memory_block::header_text(name), const_cast<char*>(name), options_of(options)};
+        return Request{memory_block::header_text(name), const_cast<char*>(name), options_of(options), {}};
     const std::wstring wide = platform::widen(name, platform::kCodePageAnsi);
     std::optional<std::string> converted = utf16_units(wide) <= kMaxAnsiUnits ? core_name(wide) : std::nullopt;
     if (!converted)
         return std::nullopt;
-    return Request{std::move(*converted), nullptr, options_of(options)};
+    return Request{std::move(*converted), nullptr, options_of(options), {}};
 }
 
 std::optional<Request> request(const wchar_t* name, const wchar_t* options) {
@@ -68,13 +68,17 @@ std::optional<Request> request(const wchar_t* name, const wchar_t* options) {
     const std::string ansi = options != nullptr ? platform::narrow(options, platform::kCodePageAnsi) : std::string();
     if (ansi.size() > kMaxWideOptions)
         return std::nullopt;
-    return Request{std::move(*converted), nullptr, options_of(options != nullptr ? ansi.c_str() : nullptr)};
+    return Request{std::move(*converted), nullptr, options_of(options != nullptr ? ansi.c_str() : nullptr), {}};
 }
 
 std::optional<Request> request_in_code_page(const char* name, const char* options) {
     if (name == nullptr || std::strlen(name) > kMaxNameBytes || memory_block::is_block(name))
         return std::nullopt;
-    return Request{name, nullptr, options_of(options)};
+    return Request{name, nullptr, options_of(options), {}};
+}
+
+Request request_of_bytes(const char* name, SourceMaker bytes, const char* options) {
+    return Request{name, nullptr, options_of(options), std::move(bytes)};
 }
 
 std::wstring wide_name(const char* name) {
