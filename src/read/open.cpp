@@ -32,13 +32,13 @@ namespace qmio::read {
 
 namespace {
 
-bool allocate_container(MediaHandle& handle) {
-    handle.container.format_ctx.reset(avformat_alloc_context());
-    if (handle.container.format_ctx == nullptr) {
-        trace(TraceSwitch::open, kOpenTag, L"error alloc format context [%s]\n", wide_name(handle.file_name));
+bool allocate_container(Container& container, const Request& request) {
+    container.format_ctx.reset(avformat_alloc_context());
+    if (container.format_ctx == nullptr) {
+        trace(TraceSwitch::open, kOpenTag, L"error alloc format context [%s]\n", wide_name(request.name.c_str()));
         return false;
     }
-    handle.container.format_ctx->interrupt_callback = interrupt_callback(handle.container);
+    container.format_ctx->interrupt_callback = interrupt_callback(container);
     return true;
 }
 
@@ -52,12 +52,10 @@ void trace_exit(const MediaHandle& handle, uint32_t started) {
 }
 
 bool open_steps(MediaHandle& handle, const Request& request, uint32_t started) {
-    if (!set_file_name(handle, request.name) || !allocate_container(handle))
-        return false;
-    ffmpeg::Dictionary dictionary = container_options(*handle.container.format_ctx, request);
-    if (!open_container(handle.container, request, dictionary) || !probe_streams(handle) ||
+    if (!set_file_name(handle, request.name) || !open_source(handle.container, request) || !probe_streams(handle) ||
         handle.container.stall_watch.has_stalled())
         return false;
+    handle.reading.request = std::make_shared<const Request>(request);
     handle.container.stall_watch.end();
     if (handle.video.stream_index >= 0 && !open_video(handle, request.options))
         return false;
@@ -85,8 +83,14 @@ MediaHandle* open(const std::optional<Request>& request) {
     return handle.release();
 }
 
-bool probe_streams(MediaHandle& handle) {
-    AVFormatContext& container = *handle.container.format_ctx;
+bool open_source(Container& container, const Request& request) {
+    if (!allocate_container(container, request))
+        return false;
+    ffmpeg::Dictionary dictionary = container_options(*container.format_ctx, request);
+    return open_container(container, request, dictionary);
+}
+
+bool find_stream_info(AVFormatContext& container) {
     std::vector<ffmpeg::Dictionary> options;
     for (unsigned stream = 0; stream < container.nb_streams; ++stream)
         options.push_back(configured_options("codec"));
@@ -99,7 +103,12 @@ bool probe_streams(MediaHandle& handle) {
         av_dict_free(&dictionary);
     trace(TraceSwitch::open, kOpenTag, L"\tavformat_find_stream_info %s, %d streams\n", result < 0 ? L"***FAIL" : L"OK",
           container.nb_streams);
-    if (result < 0)
+    return result >= 0;
+}
+
+bool probe_streams(MediaHandle& handle) {
+    AVFormatContext& container = *handle.container.format_ctx;
+    if (!find_stream_info(container))
         return false;
     for (unsigned stream = 0; stream < container.nb_streams; ++stream)
         handle.container.stream_codec.push_back(make_stream_codec(*container.streams[stream]));

@@ -35,6 +35,11 @@ bool open_custom(Container& container, std::unique_ptr<qmlib::InputSource> sourc
 bool open_container(Container& container, const Request& request, ffmpeg::Dictionary& options);
 bool open_bytes(Container& container, const Request& request, ffmpeg::Dictionary& options);
 bool probe_streams(MediaHandle& handle);
+
+// The first steps, for any container: opening it, and what FFmpeg finds out about its streams.
+bool open_source(Container& container, const Request& request);
+bool find_stream_info(AVFormatContext& context);
+
 bool open_video(MediaHandle& handle, const Options& options);
 void find_first_video(const Container& container, Video& video);
 void attach_frame_index(MediaHandle& handle);

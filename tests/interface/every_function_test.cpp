@@ -138,6 +138,7 @@ const std::vector<Call> kCalls = {
     QMIO_ANSWERS(0, qmio_set_dst_audio, nullptr, 2, 48000, 16),
     QMIO_ANSWERS(0, qmio_audio_frame, nullptr, given.pixels),
     QMIO_ANSWERS(0, qmio_audio_frame, nullptr, nullptr),
+    QMIO_ANSWERS(-1, qmio_read_sound, nullptr, 0, 0, 4, given.pixels, 64),
     QMIO_ANSWERS(0, qmio_audio_pkt, nullptr, given.pixels, given.packet),
     QMIO_ANSWERS(0, qmio_audio_pkt, nullptr, nullptr, nullptr),
     QMIO_ANSWERS(0, qmio_resample_track, nullptr, 0, given.target, given.pixels, 16),

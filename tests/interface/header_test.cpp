@@ -138,6 +138,16 @@ TEST(Header, FunctionsOfTheHostsOwnBytesKeepTheirPrototypes) {
     EXPECT_EQ(int{QMIO_BYTES_SIZE}, 0x10000);
 }
 
+TEST(Header, SoundByPositionKeepsItsPrototypeAndCodes) {
+    EXPECT_PROTOTYPE(qmio_read_sound, int(Handle, int, int64_t, int, void*, int));
+    EXPECT_EQ(int{QMIO_SOUND_NO_TRACK}, -1);
+    EXPECT_EQ(int{QMIO_SOUND_BAD_RANGE}, -2);
+    EXPECT_EQ(int{QMIO_SOUND_NO_ROOM}, -3);
+    EXPECT_EQ(int{QMIO_SOUND_NO_FORM}, -4);
+    EXPECT_EQ(int{QMIO_SOUND_NO_SOURCE}, -5);
+    EXPECT_EQ(int{QMIO_SOUND_FAILED}, -6);
+}
+
 TEST(Header, CreationFlagsKeepTheirBits) {
     EXPECT_EQ(int{QMIO_CREATE_INTERLEAVED}, 0x40000);
     EXPECT_EQ(int{QMIO_CREATE_FRAME_INDEX}, 0x80000);

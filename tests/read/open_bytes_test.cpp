@@ -180,12 +180,15 @@ TEST(HostCalls, ThatWaitAreLeftByACancel) {
     const Media media(qmio_open_io(Waiting::read, nullptr, &host, "threads=1,probesize=32"));
     ASSERT_TRUE(media);
     host.waits = true;
+    std::atomic<bool> ended{false};
     std::thread reader([&] {
         while (qmio_get_frame(media.get()) >= 0) {
         }
+        ended = true;
     });
-    while (host.asked < 3)
+    while (host.asked < 3 && !ended)
         std::this_thread::yield();
+    EXPECT_FALSE(ended);
     qmio_cancel(media.get());
     reader.join();
 }

@@ -10,9 +10,12 @@
 
 namespace qmio {
 
+struct Request;
+
 namespace read {
 class PendingSeek;
-}
+class PositionedSound;
+}  // namespace read
 
 struct Reading {
     int32_t read_result = 0;
@@ -27,7 +30,9 @@ struct Reading {
     std::shared_ptr<read::PendingSeek> pending;  // a sought picture that has not been delivered yet; null: none
     std::optional<int32_t> landing;              // number of the packet that comes next, where its time does not tell
     bool no_seek = false;                        // the container refused a seek: there are no more
-    int64_t seek_position = 0;                   // last seek target in microseconds; 0 after a failed seek
+    std::shared_ptr<const Request> request;      // what the source was opened by
+    std::shared_ptr<read::PositionedSound> positioned;  // sound that was asked for by position; null: none yet
+    int64_t seek_position = 0;                          // last seek target in microseconds; 0 after a failed seek
 };
 
 }  // namespace qmio
