@@ -160,11 +160,6 @@ bool SoundCursor::read() {
     return true;
 }
 
-bool SoundCursor::changes_decoder() const {
-    return av_packet_get_side_data(packet_.get(), AV_PKT_DATA_NEW_EXTRADATA, nullptr) != nullptr ||
-           av_packet_get_side_data(packet_.get(), AV_PKT_DATA_PARAM_CHANGE, nullptr) != nullptr;
-}
-
 void SoundCursor::decode(Frames& frames) {
     if (packet_->data == nullptr || packet_->size <= 0)
         return;

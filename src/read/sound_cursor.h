@@ -40,8 +40,6 @@ class SoundCursor {
     // Reads the next packet of the track; false at the end and on errors.
     bool next();
     const PacketMark& mark() const { return mark_; }
-    // True when the packet tells the decoder something that later ones rely on.
-    bool changes_decoder() const;
 
     // Decodes the packet read last, or takes out what the decoder holds at the end; adds to `frames`.
     void decode(Frames& frames);

@@ -4,11 +4,14 @@
 #include <utility>
 
 #include "audio/planes.h"
+#include "core/process/trace.h"
 #include "read/sound_hash.h"
 
 namespace qmio::read {
 
 namespace {
+
+constexpr const wchar_t* kTag = L"qmio_read_sound";
 
 // A group is closed by whichever comes first. What lies in one is more than any decoder needs to come right that does:
 // the bit reservoir of MP3 reaches 9 frames back, Opus converges within 80 ms.
@@ -17,6 +20,10 @@ constexpr int64_t kEnoughSamples = 16384;
 
 // Of longer packets one is not enough: the first may give nothing.
 constexpr std::size_t kGroupsBefore = 2;
+
+// A decoder that came out wrong so often behind a jump is not tried again: sounds that are made up of noise come now and
+// then in some files, and all the time in others.
+constexpr int kMostFailedJumps = 8;
 
 // So few groups ahead are decoded on the way rather than jumped to.
 constexpr std::size_t kNear = 3;
@@ -90,13 +97,23 @@ bool SoundTrack::learn() {
 
 // ---- once more ----
 
+bool SoundTrack::jumps() const {
+    return failed_jumps_ < kMostFailedJumps;
+}
+
 bool SoundTrack::recall(std::size_t group) {
     const bool is_near = again_.next <= group && group - again_.next <= kNear;
-    if (is_near || (again_.next <= group && !jumps_)) {
+    if (is_near || (again_.next <= group && !jumps())) {
         if (recall_from(group))
             return true;
-    } else if (jumps_ && group > kGroupsBefore && recall_by_jump(group)) {
-        return true;
+    } else if (jumps() && group > kGroupsBefore) {
+        if (recall_by_jump(group)) {
+            failed_jumps_ = 0;
+            return true;
+        }
+        ++failed_jumps_;
+        trace(TraceSwitch::audio, kTag, L"group %I64d is another behind a jump, decoding from the start\n",
+              static_cast<int64_t>(group));
     }
     // From the start the same comes out every time.
     if (begin_anew(again_) && recall_from(group))
@@ -128,7 +145,6 @@ bool SoundTrack::recall_from(std::size_t group) {
         if (heard.packets != known.packets || heard.samples != known.samples || heard.sound != known.sound) {
             again_.next = kNowhere;
             samples_ = 0;
-            jumps_ = false;
             return false;
         }
         ++again_.next;
@@ -156,7 +172,6 @@ void SoundTrack::take_packets(Reader& reader, Group& group, int most, bool is_kn
         }
         if (group.packets == 0 && !is_known)
             group.mark = reader.at.mark();
-        jumps_ = jumps_ && (reader.at.number() == 1 || !reader.at.changes_decoder());
         reader.at.decode(frames_);
         for (; counted < frames_.size(); ++counted)
             samples += frames_[counted]->nb_samples;

@@ -59,6 +59,7 @@ class SoundTrack {
     bool holds(int64_t position) const;
     std::size_t group_of(int64_t position) const;
 
+    bool jumps() const;
     bool learn();
     bool recall(std::size_t group);
     bool recall_by_jump(std::size_t group);
@@ -75,7 +76,7 @@ class SoundTrack {
     Frames frames_;  // of the group decoded last
     int64_t first_sample_ = 0;
     int64_t samples_ = 0;
-    bool jumps_ = true;  // nothing was heard yet that differs behind a jump
+    int failed_jumps_ = 0;  // one behind the other
     bool failed_ = false;
 };
 
