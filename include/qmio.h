@@ -1053,7 +1053,8 @@ enum { QMIO_BYTES_AGAIN = -11, QMIO_BYTES_INTERRUPTED = -4, /* the same */ QMIO_
  * read         must not be null
  * seek         null where the source cannot go back: what is read from front to back can be opened then (MPEG-TS, Matroska,
  *              WAV, fragmented MP4, an MP4 whose index comes first), and seeking fails
- * opaque       handed to both as it is; what it points to has to live until qmio_close has returned
+ * opaque       handed to both as it is; what it points to has to live until qmio_close has returned, and until a reading
+ *              that waits then has returned, too
  * options      as for qmio_open_ex_a. Such a source has no name by which FFmpeg could tell what it does not see from the
  *              bytes: "fmt" names the demuxer (raw pictures and sound: "fmt=s16le,sample_rate=48000"; FFmpeg's names, as
  *              "mpegts"). A demuxer that opens files itself is refused.

@@ -12,8 +12,8 @@
 namespace qmio::read {
 
 struct PositionedTrack {
-    PositionedTrack(std::shared_ptr<const Request> request, const Container& owner, const Track& track)
-        : sound(std::move(request), owner, track) {}
+    PositionedTrack(const std::shared_ptr<const Request>& request, const Container& owner, const Track& track)
+        : sound(request, owner, track) {}
 
     SoundTrack sound;
     std::unique_ptr<SoundInForm> in_form;  // as the host asked for it last

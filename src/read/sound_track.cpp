@@ -39,14 +39,13 @@ void add_to(SoundHash& hash, const AVFrame& frame) {
 
 }  // namespace
 
-SoundTrack::SoundTrack(std::shared_ptr<const Request> request, const Container& owner, const Track& track)
+SoundTrack::SoundTrack(const std::shared_ptr<const Request>& request, const Container& owner, const Track& track)
     : first_(SoundCursor(request, owner, track.stream_index, track.coder)),
       again_(SoundCursor(request, owner, track.stream_index, track.coder)) {}
 
 bool SoundTrack::can_be_read() {
-    if (first_.next == kNowhere && !failed_)
-        failed_ = !begin_anew(first_);
-    return !failed_;
+    failed_ = false;
+    return first_.next != kNowhere || begin_anew(first_);
 }
 
 SoundTrack::Place SoundTrack::find(int64_t position) {
@@ -83,7 +82,7 @@ std::size_t SoundTrack::group_of(int64_t position) const {
 // ---- for the first time ----
 
 bool SoundTrack::learn() {
-    if (!can_be_read())
+    if (first_.next == kNowhere)
         return false;
     Group group;
     group.first_packet = first_.at.number();

@@ -17,9 +17,9 @@ namespace qmio::read {
 
 class SoundTrack {
   public:
-    SoundTrack(std::shared_ptr<const Request> request, const Container& owner, const Track& track);
+    SoundTrack(const std::shared_ptr<const Request>& request, const Container& owner, const Track& track);
 
-    // False when the source cannot be opened a second time.
+    // Asked before each reading. False when the source cannot be opened a second time.
     bool can_be_read();
 
     // The form that all of it has, that of its first frame; what differs on the way is converted to it, but for its rate.
@@ -33,7 +33,7 @@ class SoundTrack {
     // Valid until the next call.
     Place find(int64_t position);
 
-    // True when the source went away or is another now.
+    // True when the source went away on the way, or is another now.
     bool has_failed() const { return failed_; }
 
   private:

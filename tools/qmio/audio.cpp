@@ -1,6 +1,7 @@
 // qmio audio FILE --track 0 --rate 48000 --channels 2 --format s16 --out out.wav: a track's sound as a WAV file.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <map>
 #include <memory>
@@ -45,7 +46,7 @@ constexpr int kPiece = 16384;         // samples
 constexpr double kMostSeconds = 1e6;  // eleven days
 
 int64_t at_rate(double seconds, int rate) {
-    return static_cast<int64_t>(seconds * rate + 0.5);
+    return std::llround(seconds * rate);
 }
 
 // The samples from `start` on and before `end`, as decoding the whole gives them.
