@@ -1122,6 +1122,90 @@ typedef void (*qmio_log_callback)(void* opaque, int level, const char* text);
  */
 QMIO_API int qmio_set_log(qmio_log_callback callback, void* opaque, int level);
 
+/* ---- Containers in the host's own bytes --------------------------------------------------------------------------- */
+
+/*
+ * A host's reading. qmio_read_bytes copies up to `size` bytes (above 0) from where the source stands into `buf` and returns
+ * how many: fewer than asked are no end. 0 is the end of the source, QMIO_BYTES_AGAIN nothing yet: it is asked again, a
+ * millisecond later and for 30 seconds at most. Any other negative result is an error, which ends reading there.
+ *
+ * qmio_seek_bytes moves to `offset` bytes from the start (whence 0) or from the end (2) and returns the new position
+ * counted from the start, or a negative result where it cannot. With QMIO_BYTES_SIZE it returns the size and stays where
+ * it is; a negative result there means that the size is not known.
+ *
+ * opaque   what qmio_open_io was given
+ * Both are called by the thread that is inside a call on the handle, and by the library's own while packets are read ahead
+ * (qmio_fifo_ts, qmio_fifo_frame); never by two at once. They must not throw and not call anything on the handle.
+ */
+typedef int(qmio_read_bytes)(void* opaque, void* buf, int size);
+typedef int64_t(qmio_seek_bytes)(void* opaque, int64_t offset, int whence);
+
+enum { QMIO_BYTES_AGAIN = -11, QMIO_BYTES_INTERRUPTED = -4, /* the same */ QMIO_BYTES_SIZE = 0x10000 };
+
+/*
+ * Opens a container of any kind for reading that the host has in memory, or reads by calls of its own. From there on it is
+ * like a file: it is sought, by frames and by times, exactly as one.
+ *
+ * data, size   the block. It stays the host's, unchanged until the close. Negative sizes are refused.
+ * read         must not be null
+ * seek         null where the source cannot go back: what is read from front to back can be opened then (MPEG-TS, Matroska,
+ *              WAV, fragmented MP4, an MP4 whose index comes first), and seeking fails
+ * opaque       handed to both as it is; what it points to has to live until qmio_close has returned, and until a reading
+ *              that waits then has returned, too
+ * options      as for qmio_open_ex_a. Such a source has no name by which FFmpeg could tell what it does not see from the
+ *              bytes: "fmt" names the demuxer (raw pictures and sound: "fmt=s16le,sample_rate=48000"; FFmpeg's names, as
+ *              "mpegts"). A demuxer that opens files itself is refused.
+ *
+ * What such a source names (the parts of a playlist, other files) is not opened; the trace of opening tells what was
+ * refused, as FFmpeg's messages do.
+ * Returns the handle or null, as qmio_open_a. Nothing of the host's is kept where it is null.
+ */
+QMIO_API MediaHandle* qmio_open_mem(const void* data, int64_t size, const char* options);
+QMIO_API MediaHandle* qmio_open_io(qmio_read_bytes* read, qmio_seek_bytes* seek, void* opaque, const char* options);
+
+/* ---- Sound by position ------------------------------------------------------------------------------------------ */
+
+/* What qmio_read_sound came to when it is below 0. */
+enum {
+    QMIO_SOUND_NO_TRACK = -1,  /* a null handle, one that writes, or no such track that can be decoded */
+    QMIO_SOUND_BAD_RANGE = -2, /* a negative number, or more than a buffer can hold */
+    QMIO_SOUND_NO_ROOM = -3,   /* `size` is too small */
+    QMIO_SOUND_NO_FORM = -4,   /* what was chosen with qmio_set_dst_audio cannot be made of this track */
+    QMIO_SOUND_NO_SOURCE =
+        -5,                /* the source cannot be opened a second time: a pipe, a device, qmio_open_io without seeking;
+                                  or the handle was cancelled */
+    QMIO_SOUND_FAILED = -6 /* memory is short, or the source is no longer what it was */
+};
+
+/*
+ * Reads samples of a track by their position: exactly those that decoding the whole track from its start gives there,
+ * whatever was read before, whatever container and codec it is.
+ *
+ * track     0 to 15; it need not be the chosen one
+ * start     the first sample, counted from 0 at the start of the track, in the rate in which it is delivered. What the
+ *           container says of samples that an encoder put in front, of edit lists and of the end is heeded; a track that
+ *           begins later than the pictures still begins with 0.
+ * samples   how many, each of all channels
+ * buf       receives them in the form that qmio_set_dst_audio chose for this track, without that in the track's own
+ *           (qmio_get_stream_param "user_..."). Packed: frame after frame. Planar: plane after plane without gaps, each as
+ *           long as the result says. The channel map is not asked. Null: nothing is read.
+ * size      bytes that `buf` has
+ *
+ * Returns the samples delivered: fewer than asked at the end of the track, 0 behind it. With a null `buf` the bytes that
+ * `samples` take. Below 0 a QMIO_SOUND_ code.
+ *
+ * For this the source is opened once more, for each track that is asked for, and the handle's own reading and seeking stay
+ * where they are: both can be mixed as wanted, also while packets are read in the background. Each track goes on from where
+ * it stands; reading on in order never begins anew. Positions are counted by decoding: to hear for the first time what lies
+ * far ahead, all that lies before it is decoded (hundreds of times faster than it plays); after that a position costs a
+ * seek and less than a second of decoding. Where the decoder's sound depends on all that it decoded before (AAC with noise,
+ * AC-3, some kinds of ADPCM), going back decodes from the start. About 5 bytes are kept for each 1,000 samples.
+ *
+ * At another rate than the track's the samples are those of resampling the whole; 16-bit ones may differ by 1. Of a track
+ * whose rate changes on its way the first counts for all. Of a source that grows what is there when its end is met counts.
+ */
+QMIO_API int qmio_read_sound(MediaHandle* h, int track, int64_t start, int samples, void* buf, int size);
+
 #ifdef __cplusplus
 }
 #endif

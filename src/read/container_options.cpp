@@ -11,7 +11,7 @@ namespace {
 
 // True where FFmpeg's protocols fetch the bytes.
 bool has_protocol(const Request& request) {
-    return request.block == nullptr && !has_prefix(request.name.c_str(), "avio:") &&
+    return request.block == nullptr && !request.bytes && !has_prefix(request.name.c_str(), "avio:") &&
            !has_prefix(request.name.c_str(), "dshow:");
 }
 

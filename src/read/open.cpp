@@ -40,14 +40,15 @@ namespace qmio::read {
 
 namespace {
 
-bool allocate_container(MediaHandle& handle) {
-    handle.container.format_ctx.reset(avformat_alloc_context());
-    if (handle.container.format_ctx == nullptr) {
-        trace(TraceSwitch::open, kOpenTag, L"error alloc format context [%s]\n", wide_name(handle));
+bool allocate_container(Container& container, const Request& request) {
+    container.format_ctx.reset(avformat_alloc_context());
+    if (container.format_ctx == nullptr) {
+        trace(TraceSwitch::open, kOpenTag, L"error alloc format context [%s]\n",
+              wide_name(request.name.c_str(), request.code_page));
         why::failed(AVERROR(ENOMEM));
         return false;
     }
-    handle.container.format_ctx->interrupt_callback = interrupt_callback(handle.container);
+    container.format_ctx->interrupt_callback = interrupt_callback(container);
     return true;
 }
 
@@ -61,11 +62,10 @@ void trace_exit(const MediaHandle& handle, uint32_t started) {
 }
 
 bool open_steps(MediaHandle& handle, const Request& request, uint32_t started) {
-    if (!set_file_name(handle, request.name, request.code_page) || !allocate_container(handle))
+    if (!set_file_name(handle, request.name, request.code_page) || !open_source(handle.container, request) ||
+        !probe_streams(handle))
         return false;
-    ffmpeg::Dictionary dictionary = container_options(*handle.container.format_ctx, request);
-    if (!open_container(handle.container, request, dictionary) || !probe_streams(handle))
-        return false;
+    handle.reading.request = std::make_shared<const Request>(request);
     handle.container.stall_watch.end();
     if (handle.video.stream_index >= 0 && !open_video(handle, request.options))
         return false;
@@ -74,7 +74,8 @@ bool open_steps(MediaHandle& handle, const Request& request, uint32_t started) {
         why::forgive();
         return true;
     }
-    attach_frame_index(handle);
+    if (!request.bytes)
+        attach_frame_index(handle);
     trace_exit(handle, started);
     return true;
 }
@@ -106,7 +107,7 @@ MediaHandle* open_request(const Request& request) {
     std::optional<OwnOptions> own = own_options(request.options);
     if (!own)
         return nullptr;
-    const Request for_ffmpeg{request.name, request.block, without_own(request.options), request.code_page};
+    const Request for_ffmpeg{request.name, request.block, without_own(request.options), request.code_page, request.bytes};
     bool uncounted = false;
     HalfBuiltHandle handle = open_once(for_ffmpeg, *own, started, uncounted);
     if (handle != nullptr && uncounted) {
@@ -131,8 +132,14 @@ MediaHandle* open(const std::optional<Request>& request) {
     return handle;
 }
 
-bool probe_streams(MediaHandle& handle) {
-    AVFormatContext& container = *handle.container.format_ctx;
+bool open_source(Container& container, const Request& request) {
+    if (!allocate_container(container, request))
+        return false;
+    ffmpeg::Dictionary dictionary = container_options(*container.format_ctx, request);
+    return open_container(container, request, dictionary);
+}
+
+int find_stream_info(AVFormatContext& container) {
     std::vector<ffmpeg::Dictionary> options;
     for (unsigned stream = 0; stream < container.nb_streams; ++stream)
         options.push_back(configured_options("codec"));
@@ -145,6 +152,12 @@ bool probe_streams(MediaHandle& handle) {
         av_dict_free(&dictionary);
     trace(TraceSwitch::open, kOpenTag, L"\tavformat_find_stream_info %s, %d streams\n", result < 0 ? L"***FAIL" : L"OK",
           container.nb_streams);
+    return result;
+}
+
+bool probe_streams(MediaHandle& handle) {
+    AVFormatContext& container = *handle.container.format_ctx;
+    const int result = find_stream_info(container);
     // What was made to stop may have gone well as far as it went.
     if (result < 0 || was_stopped(handle.container)) {
         tell_source_failure(handle.container, result, "cannot find out what it holds");

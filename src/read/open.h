@@ -28,9 +28,19 @@ std::string capture_device(const std::string& name, uint32_t code_page = setting
 // A name as an address for FFmpeg.
 std::string plain_url(const Request& request);
 
+// Opens a source whose bytes come from us. `whitelist` keeps what its contents may refer to within bounds.
+bool open_custom(Container& container, std::unique_ptr<qmlib::InputSource> source, const std::string& url,
+                 const AVInputFormat* format, const char* whitelist, ffmpeg::Dictionary& options);
+
 // The steps of opening, in the order in which they run. False ends the open.
 bool open_container(Container& container, const Request& request, ffmpeg::Dictionary& options);
+bool open_bytes(Container& container, const Request& request, ffmpeg::Dictionary& options);
 bool probe_streams(MediaHandle& handle);
+
+// The first steps, for any container: opening it, and what FFmpeg finds out about its streams, with its result.
+bool open_source(Container& container, const Request& request);
+int find_stream_info(AVFormatContext& context);
+
 bool open_video(MediaHandle& handle, const Options& options);
 void find_first_video(const Container& container, Video& video);
 void attach_frame_index(MediaHandle& handle);

@@ -41,21 +41,6 @@ bool open_input(Container& container, const std::string& url, const AVInputForma
     return result >= 0;
 }
 
-// Opens a source whose bytes come from us. `whitelist` keeps what its contents may refer to within bounds.
-bool open_custom(Container& container, std::unique_ptr<qmlib::InputSource> source, const std::string& url,
-                 const AVInputFormat* format, const char* whitelist, ffmpeg::Dictionary& options) {
-    container.input = std::move(source);
-    container.custom_io = qmlib::make_custom_io(*container.input);
-    if (container.custom_io == nullptr) {
-        why::failed(AVERROR(ENOMEM));
-        return false;
-    }
-    container.format_ctx->flags |= AVFMT_FLAG_CUSTOM_IO;
-    container.format_ctx->pb = container.custom_io.get();
-    set_default(options, "protocol_whitelist", whitelist);
-    return open_input(container, url, format, options);
-}
-
 bool open_memory(Container& container, const Request& request, ffmpeg::Dictionary& options) {
     int64_t size = 0;
     const char* const block = request.block;
@@ -147,6 +132,8 @@ bool open_capture_device(Container& container, const Request& request, ffmpeg::D
 
 bool open_by_kind(Container& container, const Request& request, ffmpeg::Dictionary& options) {
     const char* const name = request.name.c_str();
+    if (request.bytes)
+        return open_bytes(container, request, options);
     if (request.block != nullptr)
         return open_memory(container, request, options);
     if (has_prefix(name, "avio:"))
@@ -159,6 +146,22 @@ bool open_by_kind(Container& container, const Request& request, ffmpeg::Dictiona
 }
 
 }  // namespace
+
+bool open_custom(Container& container, std::unique_ptr<qmlib::InputSource> source, const std::string& url,
+                 const AVInputFormat* format, const char* whitelist, ffmpeg::Dictionary& options) {
+    if (source == nullptr)
+        return false;
+    container.input = std::move(source);
+    container.custom_io = qmlib::make_custom_io(*container.input);
+    if (container.custom_io == nullptr) {
+        why::failed(AVERROR(ENOMEM));
+        return false;
+    }
+    container.format_ctx->flags |= AVFMT_FLAG_CUSTOM_IO;
+    container.format_ctx->pb = container.custom_io.get();
+    set_default(options, "protocol_whitelist", whitelist);
+    return open_input(container, url, format, options);
+}
 
 StallWatch::Limit time_limit(const ffmpeg::Dictionary& options) {
     const std::string_view text = options.get("timeout") != nullptr ? options.get("timeout") : "";

@@ -1,4 +1,4 @@
-// Taking down what reading holds beside the container: the pending seek and the picture. The rest goes with the handle.
+// Taking down what reading holds beside the container: sound by position, the pending seek and the picture. The rest goes with the handle.
 #pragma once
 
 #include "core/handle/reading.h"
@@ -6,6 +6,7 @@
 namespace qmio::read {
 
 inline void release(Reading& reading) {
+    reading.positioned.reset();
     reading.pending.reset();
     reading.pFrame.reset();
 }

@@ -33,6 +33,7 @@ void close_reader(MediaHandle& handle) {
         return;
     }
     trace_close(L"read\n");
+    handle.reading.positioned.reset();
     release_custom_io(handle.container);
     release_codecs(handle);
     trace_close(L"codecs closed\n");
@@ -117,6 +118,7 @@ int cancel(MediaHandle& handle) {
     const std::lock_guard call(handle.call_lock);
     if (tracing(TraceSwitch::close))
         trace(TraceSwitch::close, L"qmio_cancel", L"%s\n", wide_name(handle));
+    handle.reading.positioned.reset();
     if (is_writer(handle))
         write::close_output(handle);
     else if (packet::end_reader_queue(handle))

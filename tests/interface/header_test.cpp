@@ -128,6 +128,26 @@ TEST(Header, WritingFunctionsKeepTheirPrototypes) {
     EXPECT_PROTOTYPE(qmio_write_audio, int(Handle, const uint8_t*, int));
 }
 
+TEST(Header, FunctionsOfTheHostsOwnBytesKeepTheirPrototypes) {
+    EXPECT_TRUE((std::is_same_v<qmio_read_bytes, int(void*, void*, int)>));
+    EXPECT_TRUE((std::is_same_v<qmio_seek_bytes, int64_t(void*, int64_t, int)>));
+    EXPECT_PROTOTYPE(qmio_open_mem, Handle(const void*, int64_t, const char*));
+    EXPECT_PROTOTYPE(qmio_open_io, Handle(qmio_read_bytes*, qmio_seek_bytes*, void*, const char*));
+    EXPECT_EQ(int{QMIO_BYTES_AGAIN}, -11);
+    EXPECT_EQ(int{QMIO_BYTES_INTERRUPTED}, -4);
+    EXPECT_EQ(int{QMIO_BYTES_SIZE}, 0x10000);
+}
+
+TEST(Header, SoundByPositionKeepsItsPrototypeAndCodes) {
+    EXPECT_PROTOTYPE(qmio_read_sound, int(Handle, int, int64_t, int, void*, int));
+    EXPECT_EQ(int{QMIO_SOUND_NO_TRACK}, -1);
+    EXPECT_EQ(int{QMIO_SOUND_BAD_RANGE}, -2);
+    EXPECT_EQ(int{QMIO_SOUND_NO_ROOM}, -3);
+    EXPECT_EQ(int{QMIO_SOUND_NO_FORM}, -4);
+    EXPECT_EQ(int{QMIO_SOUND_NO_SOURCE}, -5);
+    EXPECT_EQ(int{QMIO_SOUND_FAILED}, -6);
+}
+
 TEST(Header, CreationFlagsKeepTheirBits) {
     EXPECT_EQ(int{QMIO_CREATE_INTERLEAVED}, 0x40000);
     EXPECT_EQ(int{QMIO_CREATE_FRAME_INDEX}, 0x80000);

@@ -39,6 +39,16 @@ TEST(AudioVerb, WritesTheSamplesOfTheFile) {
     EXPECT_EQ(wav_data(file), expected);
 }
 
+TEST(AudioVerb, WritesAPartToTheSample) {
+    const TempDir folder;
+    const auto file = folder / "part.wav";
+    const Outcome outcome = run_qmio(
+        {"audio", made("tone.wav"), "--channels", "1", "--start", "0.5", "--end", "1.25", "--out", utf8(file)});
+    ASSERT_EQ(outcome.exit_code, 0) << outcome.error_text;
+    const Bytes whole = wav_data(media_path("tone.wav"));
+    EXPECT_EQ(wav_data(file), Bytes(whole.begin() + 24000 * 2, whole.begin() + 60000 * 2));
+}
+
 TEST(AudioVerb, FormIsTheUsersChoice) {
     const TempDir folder;
     const auto file = folder / "out.wav";

@@ -12,7 +12,8 @@ namespace {
 // FFmpeg polls this from any thread while it blocks on a network source.
 int is_cancelled(void* container) {
     auto& asking = *static_cast<Container*>(container);
-    const bool is_over = asking.cancelled.load(std::memory_order_relaxed) ||
+    const bool is_owner_cancelled = asking.owner != nullptr && asking.owner->cancelled.load(std::memory_order_relaxed);
+    const bool is_over = is_owner_cancelled || asking.cancelled.load(std::memory_order_relaxed) ||
                          asking.reader_stopped.load(std::memory_order_relaxed) || asking.stall_watch.asked() ||
                          asking.open_deadline.asked();
     return is_over ? 1 : 0;

@@ -29,6 +29,7 @@ struct Container {
     std::atomic<bool> reader_stopped{false};    // does so, too, until the background reader has ended
     StallWatch stall_watch;                     // does so, too
     Deadline open_deadline;                     // does so, too
+    const Container* owner = nullptr;           // whose cancelling does so, too; null: none
     std::unique_ptr<qmlib::InputSource> input;  // bytes that FFmpeg does not fetch itself; null: it does
     ffmpeg::CustomIoPtr custom_io;
     ffmpeg::FormatContextPtr format_ctx;

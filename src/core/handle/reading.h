@@ -13,9 +13,12 @@
 
 namespace qmio {
 
+struct Request;
+
 namespace read {
 class PendingSeek;
-}
+class PositionedSound;
+}  // namespace read
 
 // What the ways to sought pictures have met of damage. What a decoder makes of it depends on all that it decoded before
 // and, with more threads than one, on chance.
@@ -42,6 +45,8 @@ struct Reading {
     std::optional<int32_t> landing;  // number of the packet that comes next, where its time does not tell
     bool numbered = false;           // the number of pFrame was told, and does not just go on from the one before
     bool no_seek = false;            // the container refused a seek: there are no more
+    std::shared_ptr<const Request> request;             // what the source was opened by
+    std::shared_ptr<read::PositionedSound> positioned;  // sound that was asked for by position; null: none yet
     int64_t seek_position = 0;       // last seek target in microseconds; 0 after a failed seek
 };
 

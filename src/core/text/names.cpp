@@ -126,6 +126,10 @@ std::optional<Request> request_in_code_page(const char* name, const char* option
     return Request{name, nullptr, options_of(options)};
 }
 
+Request request_of_bytes(const char* name, SourceMaker bytes, const char* options) {
+    return Request{name, nullptr, options_of(options), settings().code_page, std::move(bytes)};
+}
+
 std::wstring wide_name(const char* name, uint32_t code_page) {
     return platform::widen(name, code_page);
 }

@@ -4,13 +4,20 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "core/process/settings.h"
 #include "core/text/options.h"
+#include "qmlib/input_source.h"
 
 namespace qmio {
+
+// Makes a reader of bytes that the host has, from their start; null where it can make no more. The callback interrupts its
+// reading.
+using SourceMaker = std::function<std::unique_ptr<qmlib::InputSource>(AVIOInterruptCB)>;
 
 // What a host asks to be opened or made.
 struct Request {
@@ -18,6 +25,7 @@ struct Request {
     char* block = nullptr;  // the host's memory block; null: the name is a name
     Options options;        // in UTF-8 on every system, as FFmpeg takes them
     uint32_t code_page = settings().code_page;
+    SourceMaker bytes = {};  // a container without a name; empty: the name says what it is
 };
 
 // From narrow text of the ANSI code page: a name of at most 512 UTF-16 units that comes to at most 1,023 bytes, or the
@@ -37,6 +45,9 @@ std::optional<Request> request_in_utf8(const char* name, const char* options);
 // The same from a narrow name that is in the configured code page already, of at most 1,023 bytes, and options as above.
 // Empty for a memory block, too.
 std::optional<Request> request_in_code_page(const char* name, const char* options);
+
+// For bytes that the host has, with options as narrow text of the ANSI code page. `name` stands for them in messages.
+Request request_of_bytes(const char* name, SourceMaker bytes, const char* options);
 
 // A core name as wide text and as UTF-8, for messages.
 std::wstring wide_name(const char* name, uint32_t code_page = settings().code_page);

@@ -47,6 +47,13 @@ void add_format_options(AVFormatContext& context, ffmpeg::Dictionary& dictionary
                 dictionary.set(pair.key.c_str(), pair.value.c_str());
 }
 
+void add_demuxer_options(const AVInputFormat& demuxer, ffmpeg::Dictionary& dictionary, const Options& options) {
+    // A class stands for its objects where it is searched as one.
+    const AVClass* options_of_demuxer = demuxer.priv_class;
+    if (options_of_demuxer != nullptr)
+        add_known_options(&options_of_demuxer, dictionary, options, kAnyOption, AV_OPT_SEARCH_FAKE_OBJ);
+}
+
 void add_protocol_options(const std::string& url, ffmpeg::Dictionary& dictionary, const Options& options) {
     for (const Option& pair : options)
         if (ffmpeg::protocol_knows_option(url, pair.key))

@@ -9,6 +9,7 @@ namespace qmio {
 // Each of these adds the pairs that fit the FFmpeg object to the dictionary; a later pair replaces an earlier one with
 // the same key. "key:v" means video and "key:a" audio.
 void add_format_options(AVFormatContext& context, ffmpeg::Dictionary& dictionary, const Options& options);
+void add_demuxer_options(const AVInputFormat& demuxer, ffmpeg::Dictionary& dictionary, const Options& options);
 void add_protocol_options(const std::string& url, ffmpeg::Dictionary& dictionary, const Options& options);
 void add_video_encoder_options(AVCodecContext& context, ffmpeg::Dictionary& dictionary, const Options& options);
 void add_audio_encoder_options(AVCodecContext& context, ffmpeg::Dictionary& dictionary, const Options& options);
