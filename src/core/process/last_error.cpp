@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string>
 
+#include "core/text/bounded_text.h"
 #include "platform/never_destroyed.h"
 #include "platform/static_mutex.h"
 #include "qmio.h"
@@ -21,20 +22,10 @@ struct LastError {
 
 constinit platform::NeverDestroyed<LastError> last_error;
 
-// Longest prefix that leaves room for the NUL and cuts no character in two.
-std::size_t fitting_length(const std::string& message) {
-    if (message.size() < kLastErrorSize)
-        return message.size();
-    std::size_t length = kLastErrorSize - 1;
-    while (length > 0 && (static_cast<unsigned char>(message[length]) & 0xC0) == 0x80)
-        --length;
-    return length;
-}
-
 void store(int level, const std::string& message) {
     LastError& kept = last_error.value;
     const std::lock_guard lock(kept.mutex);
-    const std::size_t length = fitting_length(message);
+    const std::size_t length = fitting_length(message, kLastErrorSize);
     std::memcpy(kept.text.data(), message.data(), length);
     kept.text[length] = '\0';
     kept.level = level;

@@ -1,0 +1,16 @@
+// Text on its way into a buffer of the host's.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace qmio {
+
+// Bytes of the longest beginning of a UTF-8 text that leaves room for the NUL in `room` bytes and cuts no character in two;
+// 0 where there is no room at all.
+std::size_t fitting_length(std::string_view text, std::size_t room);
+
+// Copies as much of the text as fits, and a NUL. A null buffer and one without room are left alone.
+void copy_text(std::string_view text, char* buffer, int size);
+
+}  // namespace qmio
