@@ -1,7 +1,9 @@
 #include "numbers.h"
 
+#include <charconv>
 #include <cstdio>
 #include <numeric>
+#include <sstream>
 
 namespace host {
 
@@ -30,6 +32,24 @@ std::string time_text(int64_t microseconds) {
                   static_cast<int>(seconds / 3600), static_cast<int>(seconds / 60 % 60), static_cast<int>(seconds % 60),
                   static_cast<int>(thousandths % 1000));
     return text;
+}
+
+std::optional<double> parse_time(const std::string& text) {
+    constexpr double longest = 1e7;
+    double seconds = 0.0;
+    std::istringstream parts(text);
+    int count = 0;
+    for (std::string part; std::getline(parts, part, ':'); ++count) {
+        if (part.empty() || part.find_first_not_of("0123456789.") != std::string::npos || part.size() > 12)
+            return {};
+        double value = 0.0;
+        const auto [stopped, error] = std::from_chars(part.data(), part.data() + part.size(), value);
+        if (error != std::errc() || stopped != part.data() + part.size() || (count > 0 && value >= 60))
+            return {};
+        seconds = seconds * 60 + value;
+    }
+    const bool whole = count >= 1 && count <= 3 && text.back() != ':' && text.find('.') >= text.rfind(':') + 1;
+    return whole && seconds < longest ? std::optional(seconds) : std::nullopt;
 }
 
 std::string bit_rate_text(int64_t bits_per_second) {

@@ -2,12 +2,16 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace host {
 
 // "0:00:05.040": hours, minutes, seconds and thousandths.
 std::string time_text(int64_t microseconds);
+
+// Seconds out of "12.5", "1:05" or "1:02:03.25"; nothing for any other text.
+std::optional<double> parse_time(const std::string& text);
 
 // "1234 kbit/s"; "not told" for 0.
 std::string bit_rate_text(int64_t bits_per_second);
