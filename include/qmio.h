@@ -928,7 +928,8 @@ QMIO_API const char* qmio_get_file_info(MediaHandle* h, const char* key);
 /*
  * Numbers about a file, by keys in any case. In a writer the keys of decoders are 0, "pix" is -1, and the keys of tracks
  * tell of the encoders. -1 for a null handle and an unknown key. Pointers come as numbers; what
- * they point to is the handle's. Those marked with a star qmio_get_stream_param answers, too.
+ * they point to is the handle's. Those marked with a star qmio_get_stream_param answers, too. More keys of both stand
+ * under "More about a file".
  *
  *   "check"                       0 while the file is open, -1 after qmio_cancel
  *   "error"                       0, or -1 when the last packet could not be read because nothing is open
@@ -1205,6 +1206,91 @@ enum {
  * whose rate changes on its way the first counts for all. Of a source that grows what is there when its end is met counts.
  */
 QMIO_API int qmio_read_sound(MediaHandle* h, int track, int64_t start, int samples, void* buf, int size);
+
+/* ---- More about a file ------------------------------------------------------------------------------------------ */
+
+/*
+ * The parts of a file that texts and numbers are asked of: the container, its video, or a track of its sound by its number
+ * (0 to 15).
+ */
+enum { QMIO_CONTAINER = -1, QMIO_VIDEO = -2 };
+
+/*
+ * A text about a part of a file that is read or written. Keys in any case:
+ *
+ *   of the container   "format", "format_long"   FFmpeg's name of the container ("mov,mp4,m4a,3gp,3g2,mj2") and a description
+ *                      "timecode"                time code of the first frame, as qmio_timecode gives it; in a file without
+ *                                                video the tag as it stands
+ *   of video, tracks   "codec", "codec_long"     the codec, whichever decoder reads it ("h264"), and a description
+ *                      "codec_tag"               its four characters in the container, in the form of "avc1" or "[27][0][0][0]"
+ *                      "profile"                 "High 4:2:2", "LC"; a number where it has no name
+ *   of video           "pix_fmt"                 pixel format, FFmpeg's name
+ *                      "field_order"             "progressive"; "tt", "bb" (coded and shown top, bottom field first), "tb",
+ *                                                "bt" (coded so, shown the other way round)
+ *                      "color_primaries", "color_transfer", "color_space", "color_range", "chroma_location"   FFmpeg's names
+ *                                                ("bt709"; range "tv" or "pc"; location "left")
+ *                      "timecode"                as of the container
+ *   of a track         "sample_fmt"              sample format, FFmpeg's name
+ *                      "channel_layout"          "stereo", "5.1(side)"
+ *                      "timecode"                the track's own tag as it stands
+ *   of each            "tags"                    the keys of the tags (metadata) that the part has, a line each
+ *                      "tag:KEY"                 the tag of this key
+ *                      any other key             the tag of this key: "title", "language", "creation_time", "artist"
+ *
+ * What a file does not tell is not known, and nothing is guessed. Where tags stand is the container's habit: those of a
+ * whole Ogg file are its track's. In a file that is written the answers are about what was asked for.
+ *
+ * track   QMIO_CONTAINER, QMIO_VIDEO or the number of a track
+ * buf     `size` bytes for the text in UTF-8 with its NUL; what does not fit is left out, whole characters at a time. May
+ *         be null. Where nothing is known it holds an empty text. Bytes of a tag that are no UTF-8 are replaced.
+ * Returns the bytes of the whole text without its NUL; -1 when nothing is known: for a null handle or key, a part that there
+ * is not, a key that it has not, and after qmio_cancel.
+ */
+QMIO_API int qmio_get_text(MediaHandle* h, int track, const char* key, char* buf, int size);
+
+/* What "frames" of qmio_get_file_param goes by: the answers to "frames_origin". */
+enum {
+    QMIO_FRAMES_UNKNOWN = 0,  /* nothing: the file tells no length or no rate, or is written */
+    QMIO_FRAMES_COMPUTED = 1, /* length times frame rate */
+    QMIO_FRAMES_TOLD = 2,     /* the same, and the container tells this number, too */
+    QMIO_FRAMES_COUNTED = 3   /* the packets were counted */
+};
+
+/*
+ * Further keys of qmio_get_file_param and qmio_get_stream_param, in any case. The first five are about a part: the container
+ * or, for the latter function, `track` as for qmio_get_text. A part that there is not knows nothing.
+ *
+ *   "duration_us", "start_us"   length and first time in microseconds; the smallest 64-bit integer when unknown
+ *   "bit_rate"                  bits per second; 0 when unknown
+ *   "bits_per_raw_sample"       bits of each colour or sample that the codec tells; 0 when it does not. Without a part: of the
+ *                               video
+ *   "channel_mask"              which speakers the channels are for, FFmpeg's AV_CH_ bits; 0 for other layouts, for unknown
+ *                               ones and for all but tracks. Without a part: of track 0
+ *
+ * The rest is about the video, whatever the part. Both numbers of a ratio are 0 when it is unknown.
+ *
+ *   "frame_rate_num", "frame_rate_den"   pictures a second: 30000 and 1001
+ *   "sar_num", "sar_den"                 width and height of a pixel: the container's word, else the codec's
+ *   "rotation"                           degrees clockwise, 0 to 359, by which the pictures have to be turned to be upright
+ *                                        (they are delivered as they are stored)
+ *   "frames_origin"                      a QMIO_FRAMES_ value
+ */
+
+/*
+ * The SMPTE time code of a frame: "10:00:36:00", or "01:00:00;02" in drop-frame counting. It is counted from the time code
+ * that the file has: that of its video or its time code track, else the container's, else the first of any other stream, else
+ * the one in the first GOP of MPEG-1 and MPEG-2, which is known once the first picture was decoded; a file that has none, or one that is no time code, counts from 00:00:00:00. As many numbers make a second
+ * as the frame rate rounded to a whole number, so that hours of time code are a little longer than those of the clock at
+ * 24000/1001. Where the file's time code is in drop-frame (its last mark is no colon) and that number is a multiple of 30, two
+ * numbers for each 30 are left out at the beginning of each minute but every tenth. Behind 23:59:59 follows 00:00:00. Frames
+ * have two digits, above 100 numbers a second three.
+ *
+ * frame   counted from 0 at the file's first frame; a negative one lies before it
+ * buf     as for qmio_get_text; 24 bytes hold every time code
+ * Returns the bytes of the text without its NUL; -1 for a null handle, without video, where the frame rate is unknown or below
+ * one frame in two seconds, and after qmio_cancel.
+ */
+QMIO_API int qmio_timecode(MediaHandle* h, long long frame, char* buf, int size);
 
 #ifdef __cplusplus
 }

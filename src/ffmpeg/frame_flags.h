@@ -1,6 +1,9 @@
 // What a picture says of itself.
 #pragma once
 
+#include <cstring>
+#include <string>
+
 #include "ffmpeg/ffmpeg.h"
 
 namespace qmio::ffmpeg {
@@ -39,6 +42,17 @@ inline void set_top_field_first(AVFrame& frame) {
     frame.top_field_first = 1;
 }
 #endif
+
+// The time code of the GOP that begins with this picture, "hh:mm:ss:ff" or "hh:mm:ss;ff"; empty when none begins.
+inline std::string gop_time_code(const AVFrame& frame) {
+    const AVFrameSideData* const entry = av_frame_get_side_data(&frame, AV_FRAME_DATA_GOP_TIMECODE);
+    int64_t bits = 0;
+    if (entry == nullptr || entry->size < sizeof bits)
+        return {};
+    std::memcpy(&bits, entry->data, sizeof bits);
+    char text[AV_TIMECODE_STR_SIZE] = {};
+    return av_timecode_make_mpeg_tc_string(text, static_cast<uint32_t>(bits));
+}
 
 // Made from damaged data or without the pictures that it refers to.
 inline bool is_damaged(const AVFrame& frame) {

@@ -4,6 +4,7 @@
 #include "ffmpeg/frame_flags.h"
 #include "ffmpeg/pixel_format.h"
 #include "info/keys.h"
+#include "info/part_numbers.h"
 #include "info/version.h"
 #include "qmio.h"
 
@@ -164,6 +165,12 @@ constexpr FileKey kNumbers[] = {
     {"xacodec", false, [](const MediaHandle& h) { return address(audio_codec(h)); }},
     {"xvstream", false, [](const MediaHandle& h) { return address(h.video.stream); }},
     {"audio_map", false, [](const MediaHandle& h) { return address(h.sound.chan_map.data()); }},
+    {"frame_rate_num", true, frame_rate_num},
+    {"frame_rate_den", true, frame_rate_den},
+    {"sar_num", true, pixel_aspect_num},
+    {"sar_den", true, pixel_aspect_den},
+    {"rotation", true, rotation},
+    {"frames_origin", true, frame_count_origin},
     {"vb", false,
      [](const MediaHandle& h) {
          return of_codec(video_codec(h), 0, [](const AVCodecContext& codec) { return codec.bit_rate; });
@@ -208,6 +215,8 @@ const char* qmio_get_file_info(MediaHandle* h, const char* key) {
 
 int64_t qmio_get_file_param(MediaHandle* h, const char* key) {
     return with_handle<int64_t>(h, info::kUnknownKey, info::kUnknownKey, [key](MediaHandle& handle) {
+        if (const info::PartKey* known = info::find_part_key(key); known != nullptr)
+            return info::part_number(handle, *known, known->track);
         const info::FileKey* known = info::find_file_key(key);
         return known != nullptr ? known->value(handle) : info::kUnknownKey;
     });

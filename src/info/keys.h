@@ -31,11 +31,13 @@ std::vector<std::string_view> names_in(const Entry (&table)[count]) {
 }
 
 // All keys, for whoever keeps a list of them to hold it against.
-std::vector<std::string_view> text_keys();    // of qmio_get_file_info, but for those that need no handle
-std::vector<std::string_view> file_keys();    // of qmio_get_file_param
-std::vector<std::string_view> track_keys();   // of qmio_get_stream_param, about one track
-std::vector<std::string_view> stream_keys();  // about the streams, but for those that file_keys() has
-std::vector<std::string_view> time_keys();    // of qmio_get_time_param
+std::vector<std::string_view> text_keys();       // of qmio_get_file_info, but for those that need no handle
+std::vector<std::string_view> file_keys();       // of qmio_get_file_param
+std::vector<std::string_view> track_keys();      // of qmio_get_stream_param, about one track
+std::vector<std::string_view> stream_keys();     // about the streams, but for those that file_keys() has
+std::vector<std::string_view> time_keys();       // of qmio_get_time_param
+std::vector<std::string_view> part_keys();       // of qmio_get_file_param and qmio_get_stream_param, about any part
+std::vector<std::string_view> part_text_keys();  // of qmio_get_text, but for tags
 
 // A key about the whole file.
 struct FileKey {

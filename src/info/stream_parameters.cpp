@@ -5,6 +5,7 @@
 #include "core/handle/entry.h"
 #include "core/handle/frame_numbers.h"
 #include "info/keys.h"
+#include "info/part_numbers.h"
 #include "qmio.h"
 
 namespace qmio::info {
@@ -173,6 +174,8 @@ int64_t stream_param(MediaHandle& handle, const char* key, int track) {
     }
     if (const StreamKey* known = find_key(kStreamKeys, key); known != nullptr)
         return known->value(handle, track);
+    if (const PartKey* known = find_part_key(key); known != nullptr)
+        return part_number(handle, *known, track);
     const FileKey* known = find_file_key(key);
     return known != nullptr && known->of_streams ? known->value(handle) : kUnknownKey;
 }

@@ -88,12 +88,21 @@ int32_t number_held_picture(const Video& video, Reading& reading, const AVPacket
     return frame_number_of(video, *reading.pFrame, packet);
 }
 
+// What the decoder tells of the first picture alone; where numbers follow decoding times that one is number 1.
+void keep_time_code(Video& video, const AVFrame& frame) {
+    if (video.have_frame < 0 || video.have_frame > 1 || !video.gop_time_code.empty())
+        return;
+    video.gop_time_code = ffmpeg::gop_time_code(frame);
+    video.gop_frame = video.have_frame;
+}
+
 int finish_picture(Source& source, imio_picture* picture, const AVPacket* packet) {
     Video& video = source.video;
     convert_held_picture(source, picture);
     video.have_frame = number_held_picture(video, source.reading, packet);
     if (video.have_frame >= kNoFrame)
         video.want_frame = video.have_frame + 1;
+    keep_time_code(video, *source.reading.pFrame);
     return field_result(*source.reading.pFrame);
 }
 

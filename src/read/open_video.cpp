@@ -110,6 +110,15 @@ int32_t count_frames(const Container& container, AVStream& stream) {
     return rate.den != 0 ? count_by_stream(stream, rate) : 1;
 }
 
+// The count is a quotient of length and rate; what the container tells of its own can only confirm it.
+FrameCountOrigin origin_of_count(const Container& container, const AVStream& stream, int32_t count) {
+    const bool has_length = stream.duration != AV_NOPTS_VALUE || container.format_ctx->duration != AV_NOPTS_VALUE;
+    const bool has_rate = stream.avg_frame_rate.num != 0 && stream.avg_frame_rate.den != 0;
+    if (stream.nb_frames > 0 && stream.nb_frames == count)
+        return FrameCountOrigin::told;
+    return has_length && has_rate ? FrameCountOrigin::computed : FrameCountOrigin::unknown;
+}
+
 AVRational delivery_frame_rate(const Container& container, AVStream& stream) {
     const AVRational rate = guessed_frame_rate(container, stream);
     return rate.den < 1 || rate.num < 1 ? stream.avg_frame_rate : rate;
@@ -117,6 +126,7 @@ AVRational delivery_frame_rate(const Container& container, AVStream& stream) {
 
 void measure_stream(const Container& container, Video& video, AVStream& stream) {
     video.frame_count = count_frames(container, stream);
+    video.frame_count_origin = origin_of_count(container, stream, video.frame_count);
     trace(TraceSwitch::open, kOpenTag, L"frames %d, stream frames  %I64d\n", video.frame_count, stream.nb_frames);
     video.stream = &stream;
     if (stream.start_time != AV_NOPTS_VALUE)

@@ -14,6 +14,8 @@
 namespace qmio::test {
 namespace {
 
+using Parts = std::initializer_list<int>;
+
 qmio_time_param noise() {
     qmio_time_param record;
     std::memset(&record, 0x5A, sizeof record);
@@ -28,18 +30,24 @@ bool is_clear(const qmio_time_param& record) {
 // Asks everything once; what comes out is of no interest.
 void ask_everything(MediaHandle* handle) {
     qmio_time_param record{};
-    for (const auto* keys : {&kTextKeys, &kFileKeys, &kSharedKeys, &kTrackKeys, &kStreamKeys, &kTimeKeys})
+    for (const auto* keys : {&kTextKeys, &kFileKeys, &kSharedKeys, &kTrackKeys, &kStreamKeys, &kTimeKeys, &kPartKeys})
         for (const std::string& key : *keys) {
             qmio_get_file_info(handle, key.c_str());
             qmio_get_file_param(handle, key.c_str());
-            for (const int track : {0, 1, 15, 16, -1})
+            for (const int track : Parts{0, 1, 15, 16, QMIO_CONTAINER, QMIO_VIDEO})
                 qmio_get_stream_param(handle, key.c_str(), track);
             qmio_get_time_param(handle, key.c_str(), &record);
             qmio_get_time_param(handle, key.c_str(), nullptr);
             qmio_set_time_param(handle, key.c_str(), &record);
             qmio_set_time_param(handle, key.c_str(), nullptr);
         }
+    char text[64];
+    for (const auto* keys : {&kContainerTextKeys, &kVideoTextKeys, &kTrackTextKeys})
+        for (const std::string& key : *keys)
+            for (const int track : Parts{0, 1, 15, 16, QMIO_CONTAINER, QMIO_VIDEO, INT32_MIN})
+                qmio_get_text(handle, track, key.c_str(), text, sizeof text);
     qmio_get_smpte(handle, 12);
+    qmio_timecode(handle, 12, text, sizeof text);
 }
 
 TEST(Parameters, VersionAndBuildStampNeedNoHandle) {
@@ -176,6 +184,15 @@ TEST(Parameters, ReaderAnswersEverythingAfterACancel) {
     EXPECT_EQ(file_param(media, "fmt"), 0);
     EXPECT_STREQ(qmio_get_file_info(media.get(), "fmt"), "");
     EXPECT_EQ(qmio_get_smpte(media.get(), 1), -1);
+    char text[16] = "before";
+    EXPECT_EQ(qmio_timecode(media.get(), 1, text, sizeof text), -1);
+    EXPECT_STREQ(text, "");
+    for (const int track : Parts{QMIO_CONTAINER, QMIO_VIDEO, 0})
+        for (const char* key : {"format", "codec", "tags"})
+            EXPECT_EQ(qmio_get_text(media.get(), track, key, text, sizeof text), -1) << key;
+    EXPECT_EQ(file_param(media, "bit_rate"), 0);
+    EXPECT_EQ(file_param(media, "duration_us"), INT64_MIN);
+    EXPECT_EQ(file_param(media, "frame_rate_num"), 0);
     EXPECT_EQ(qmio_get_stream_param(media.get(), "frame_pos", 0), -1);
     qmio_time_param record = noise();
     for (const char* key : {"video", "audio", "packet"}) {

@@ -49,6 +49,22 @@ TEST(KeyLists, OfStreamsAreTheLibrarys) {
     EXPECT_EQ(sorted({test::kStreamKeys, {"gop", "set_gop"}}), sorted(stream_keys()));
 }
 
+TEST(KeyLists, OfPartsAreTheLibrarys) {
+    EXPECT_EQ(sorted({test::kPartKeys}), sorted(part_keys()));
+    Names texts = sorted({test::kContainerTextKeys, test::kVideoTextKeys, test::kTrackTextKeys});
+    texts.erase(std::unique(texts.begin(), texts.end()), texts.end());
+    EXPECT_EQ(texts, sorted(part_text_keys()));
+}
+
+TEST(KeyLists, NoKeyHasTwoMeanings) {
+    for (const std::string_view key : part_keys()) {
+        const std::string name(key);
+        EXPECT_EQ(find_file_key(name.c_str()), nullptr) << name;
+        for (const auto& others : {track_keys(), stream_keys()})
+            EXPECT_EQ(std::count(others.begin(), others.end(), key), 0) << name;
+    }
+}
+
 TEST(KeyLists, OfTimesAreTheLibrarys) {
     EXPECT_EQ(sorted({test::kTimeKeys}), sorted(time_keys()));
 }

@@ -294,13 +294,13 @@ const std::vector<Call> kCalls = {
     QMIO_ANSWERS(nullptr, qmio_get_file_info, nullptr, "anything"),
     QMIO_ANSWERS(nullptr, qmio_get_file_info, nullptr, nullptr),
     QMIO_CALL(qmio_get_file_param, {
-         for (const auto* keys : {&kFileKeys, &kSharedKeys})
+         for (const auto* keys : {&kFileKeys, &kSharedKeys, &kPartKeys})
              for (const std::string& key : *keys)
                  EXPECT_EQ(QMIO_FUNCTION(qmio_get_file_param)(nullptr, key.c_str()), -1) << key;
      }),
     QMIO_ANSWERS(-1, qmio_get_file_param, nullptr, nullptr),
     QMIO_CALL(qmio_get_stream_param, {
-         for (const auto* keys : {&kSharedKeys, &kTrackKeys, &kStreamKeys})
+         for (const auto* keys : {&kSharedKeys, &kTrackKeys, &kStreamKeys, &kPartKeys})
              for (const std::string& key : *keys)
                  EXPECT_EQ(QMIO_FUNCTION(qmio_get_stream_param)(nullptr, key.c_str(), 0), -1) << key;
      }),
@@ -330,6 +330,25 @@ const std::vector<Call> kCalls = {
     QMIO_ANSWERS(-EINVAL, qmio_finish, nullptr),
     QMIO_ANSWERS(0, qmio_cancel_open, 5),
     QMIO_ANSWERS(1, qmio_set_log, nullptr, nullptr, 0),
+    // More about a file.
+    QMIO_CALL(qmio_get_text, {
+         for (const auto* keys : {&kContainerTextKeys, &kVideoTextKeys, &kTrackTextKeys})
+             for (const std::string& key : *keys) {
+                 given.text[0] = '?';
+                 EXPECT_EQ(QMIO_FUNCTION(qmio_get_text)(nullptr, 0, key.c_str(), given.text, 8), -1) << key;
+                 EXPECT_STREQ(given.text, "") << key;
+             }
+         given.text[0] = '?';
+         EXPECT_EQ(QMIO_FUNCTION(qmio_get_text)(nullptr, 0, nullptr, given.text, 0), -1);
+         EXPECT_EQ(given.text[0], '?') << "there is no room for a NUL";
+     }),
+    QMIO_ANSWERS(-1, qmio_get_text, nullptr, QMIO_VIDEO, "codec", nullptr, 8),
+    QMIO_ANSWERS(-1, qmio_get_text, nullptr, QMIO_CONTAINER, nullptr, nullptr, -1),
+    QMIO_CALL(qmio_timecode, {
+         EXPECT_EQ(QMIO_FUNCTION(qmio_timecode)(nullptr, 5, given.text, 8), -1);
+         EXPECT_STREQ(given.text, "");
+     }),
+    QMIO_ANSWERS(-1, qmio_timecode, nullptr, 5, nullptr, 8),
 };
 // clang-format on
 

@@ -19,9 +19,10 @@ inline const std::vector<std::string> kFileKeys = {
     "xvstream",   "audio_map",      "vb",           "ab"};
 
 // Of qmio_get_file_param and of qmio_get_stream_param.
-inline const std::vector<std::string> kSharedKeys = {"width", "height", "frames",    "nvideo",   "naudio", "video",
-                                                     "audio", "fmt",    "codec",     "acodec",   "pix",    "start",
-                                                     "align", "packet", "interlace", "top_field"};
+inline const std::vector<std::string> kSharedKeys = {
+    "width",          "height",         "frames",  "nvideo",  "naudio",   "video",        "audio",     "fmt",
+    "codec",          "acodec",         "pix",     "start",   "align",    "packet",       "interlace", "top_field",
+    "frame_rate_num", "frame_rate_den", "sar_num", "sar_den", "rotation", "frames_origin"};
 
 // Those of them that qmio_get_stream_param answers about one track.
 inline const std::vector<std::string> kSharedTrackKeys = {"audio", "acodec", "align"};
@@ -48,6 +49,18 @@ inline const std::vector<std::string> kTrackKeys = {"apts",
 // Of qmio_get_stream_param, about the streams; "gop" and "set_gop" aside.
 inline const std::vector<std::string> kStreamKeys = {"vpts",     "frame_type", "frame_num", "frame_pos",
                                                      "pkt_size", "par",        "sar",       "dar"};
+
+// Of both, about any part of the file.
+inline const std::vector<std::string> kPartKeys = {"duration_us", "start_us", "bit_rate", "bits_per_raw_sample",
+                                                   "channel_mask"};
+
+// Of qmio_get_text, about the container, the video and a track; tags aside.
+inline const std::vector<std::string> kContainerTextKeys = {"format", "format_long", "timecode", "tags"};
+inline const std::vector<std::string> kVideoTextKeys = {
+    "codec",          "codec_long",  "codec_tag",   "profile",         "pix_fmt",  "field_order", "color_primaries",
+    "color_transfer", "color_space", "color_range", "chroma_location", "timecode", "tags"};
+inline const std::vector<std::string> kTrackTextKeys = {"codec",      "codec_long",     "codec_tag", "profile",
+                                                        "sample_fmt", "channel_layout", "timecode",  "tags"};
 
 inline const std::vector<std::string> kTimeKeys = {"video", "audio", "packet", "seek", "key", "dur"};
 

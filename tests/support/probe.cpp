@@ -39,9 +39,12 @@ bool Probe::is_there() {
 #endif
 }
 
-Probe::Probe(const std::filesystem::path& path) {
-    const Outcome outcome = run("ffprobe", {"-v", "error", "-of", "flat", "-show_format", "-show_streams",
-                                            "-count_packets", "-count_frames", utf8(path)});
+Probe::Probe(const std::filesystem::path& path, Depth depth) {
+    Arguments arguments{"-v", "error", "-of", "flat", "-show_format", "-show_streams"};
+    if (depth == Depth::whole)
+        arguments.insert(arguments.end(), {"-count_packets", "-count_frames"});
+    arguments.push_back(utf8(path));
+    const Outcome outcome = run("ffprobe", arguments);
     complaints_ = outcome.error_text;
     std::istringstream lines(outcome.output);
     for (std::string line; std::getline(lines, line);) {

@@ -97,6 +97,18 @@ TEST(CommandLineUsage, WrongUsageEndsWithTwo) {
     expect_wrong_usage({"sheet", made("plain.mp4"), "--out", "unused.png", "--count", "0"});
 }
 
+TEST(CommandLineUsage, WhatIsWrongIsSaidInALine) {
+    EXPECT_EQ(run_qmio({}).error_text, "qmio: a verb is missing, such as: qmio info FILE\nSee: qmio --help\n");
+    EXPECT_EQ(run_qmio({"paint", "x"}).error_text, "qmio: there is no verb 'paint'\nSee: qmio --help\n");
+    EXPECT_EQ(run_qmio({"info"}).error_text, "qmio: FILE is required\nSee: qmio info --help\n");
+    for (const char* list : {"-1", "seven", "1,", "1,,2", "1 2", "4294967296", ""}) {
+        const Outcome outcome = run_qmio({"frames", "--at", list, made("plain.mp4")});
+        EXPECT_EQ(outcome.exit_code, 2) << list;
+        EXPECT_THAT(outcome.error_text, HasSubstr("'" + std::string(list) + "' is no list of frame numbers")) << list;
+        EXPECT_THAT(outcome.error_text, HasSubstr("See: qmio frames --help"));
+    }
+}
+
 TEST(CommandLineUsage, HelpIsNoFailure) {
     const Outcome outcome = run_qmio({"--help"});
     EXPECT_EQ(outcome.exit_code, 0);

@@ -34,6 +34,14 @@ TEST(FramesVerb, EveryFileHoldsTheFrameThatItIsNamedFor) {
     EXPECT_EQ(files_in(folder), 4U);
 }
 
+TEST(FramesVerb, TheFileMayStandBehindTheNumbers) {
+    const TempDir folder;
+    const Outcome outcome = run_qmio({"frames", "--at", "0,5", made("plain.mp4"), "--out", utf8(folder.path())});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.error_text;
+    EXPECT_EQ(number_in(read_png(folder / "frame-000005.png")), 5);
+    EXPECT_EQ(files_in(folder), 2U);
+}
+
 TEST(FramesVerb, TheFileHasEveryPixelThatTheLibraryDelivers) {
     const TempDir folder;
     run_qmio({"frames", made("odd_161x121.webm"), "--at", "0", "--out", utf8(folder.path())});

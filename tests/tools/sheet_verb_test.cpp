@@ -16,29 +16,40 @@ constexpr int kWidth = 320;
 constexpr int kHeight = 192;
 constexpr int kLabelHeight = 18;
 constexpr int kCellWidth = kWidth + kMargin;
-constexpr int kCellHeight = kHeight + kLabelHeight + 2 * kMargin;
+constexpr int kCellHeight = kHeight + 2 * kLabelHeight + 2 * kMargin;
+constexpr int kTitleHeight = kLabelHeight + 2 * kMargin;
 
 int left_of(int column) {
     return kMargin + column * kCellWidth;
 }
 
 int top_of(int row) {
-    return kMargin + row * kCellHeight;
+    return kTitleHeight + row * kCellHeight;
 }
 
 int number_at(const PngFile& sheet, int column, int row) {
     return read_number(sheet.pixel(left_of(column), top_of(row)), kWidth, kHeight, sheet.width * 4);
 }
 
-// The strip under a picture, as one bit per pixel.
-std::vector<bool> label_at(const PngFile& sheet, int column, int row) {
-    std::vector<bool> label;
-    const int top = top_of(row) + kHeight + kMargin;
+// A line of text, as one bit per pixel.
+std::vector<bool> line_at(const PngFile& sheet, int left, int top) {
+    std::vector<bool> line;
     for (int y = top; y < top + kLabelHeight; ++y) {
-        for (int x = left_of(column); x < left_of(column) + kWidth; ++x)
-            label.push_back(sheet.pixel(x, y)[0] > 127);
+        for (int x = left; x < left + kWidth; ++x)
+            line.push_back(sheet.pixel(x, y)[0] > 127);
     }
-    return label;
+    return line;
+}
+
+// The number under a picture, and the time code under that.
+std::vector<bool> label_at(const PngFile& sheet, int column, int row) {
+    return line_at(sheet, left_of(column), top_of(row) + kHeight + kMargin);
+}
+std::vector<bool> time_code_at(const PngFile& sheet, int column, int row) {
+    return line_at(sheet, left_of(column), top_of(row) + kHeight + kMargin + kLabelHeight);
+}
+std::vector<bool> title_of(const PngFile& sheet) {
+    return line_at(sheet, kMargin, kMargin);
 }
 
 PngFile sheet_of(const std::string& name, const Arguments& more = {}) {
@@ -55,7 +66,7 @@ TEST(SheetVerb, ShowsFramesSpreadOverTheWholeFile) {
     ASSERT_EQ(sheet.width, left_of(4));
     ASSERT_EQ(sheet.height, top_of(4));
     for (int cell = 0; cell < 16; ++cell)
-        EXPECT_EQ(number_at(sheet, cell % 4, cell / 4), cell * 150 / 16) << "cell " << cell;
+        EXPECT_EQ(number_at(sheet, cell % 4, cell / 4), cell * 149 / 15) << "cell " << cell;
 }
 
 TEST(SheetVerb, CountAndColumnsAreTheUsersChoice) {
@@ -63,7 +74,38 @@ TEST(SheetVerb, CountAndColumnsAreTheUsersChoice) {
     ASSERT_EQ(sheet.width, left_of(2));
     ASSERT_EQ(sheet.height, top_of(3));
     for (int cell = 0; cell < 5; ++cell)
-        EXPECT_EQ(number_at(sheet, cell % 2, cell / 2), cell * 30) << "cell " << cell;
+        EXPECT_EQ(number_at(sheet, cell % 2, cell / 2), cell * 149 / 4) << "cell " << cell;
+}
+
+TEST(SheetVerb, TheLastFrameIsAmongThem) {
+    for (const char* count : {"2", "7", "150", "1000"}) {
+        const PngFile sheet = sheet_of("plain.mp4", {"--count", count, "--columns", "5"});
+        const int cells = std::min(std::stoi(count), 150);
+        EXPECT_EQ(number_at(sheet, (cells - 1) % std::min(cells, 5), (cells - 1) / 5), 149) << count;
+        EXPECT_EQ(number_at(sheet, 0, 0), 0) << count;
+    }
+}
+
+TEST(SheetVerb, NameAndTimeCodesAreThoseOfTheFile) {
+    const TempDir folder;
+    const auto sheet_of_file = [&folder](const std::filesystem::path& file) {
+        const Outcome outcome =
+            run_qmio({"sheet", utf8(file), "--out", utf8(folder / "sheet.png"), "--count", "2", "--columns", "2"});
+        EXPECT_EQ(outcome.exit_code, 0) << outcome.error_text;
+        return read_png(folder / "sheet.png");
+    };
+    // The same pictures under two names, and once more with another time code.
+    std::filesystem::copy_file(media_path("plain.mp4"), folder / "one.mp4");
+    std::filesystem::copy_file(media_path("plain.mp4"), folder / path_of("\xD0\xB4\xD0\xB2\xD0\xB0.mp4"));
+    const PngFile one = sheet_of_file(folder / "one.mp4");
+    const PngFile two = sheet_of_file(folder / path_of("\xD0\xB4\xD0\xB2\xD0\xB0.mp4"));
+    EXPECT_NE(title_of(one), title_of(two));
+    EXPECT_EQ(time_code_at(one, 1, 0), time_code_at(two, 1, 0));
+    ASSERT_EQ(run_qmio({"remux", utf8(folder / "one.mp4"), utf8(folder / "stamped.mov")}).exit_code, 0);
+    const PngFile plain = sheet_of_file(folder / "stamped.mov");
+    EXPECT_EQ(time_code_at(plain, 1, 0), time_code_at(one, 1, 0));
+    EXPECT_NE(time_code_at(one, 0, 0), time_code_at(one, 1, 0));
+    EXPECT_NE(time_code_at(one, 1, 0), std::vector<bool>(time_code_at(one, 1, 0).size()));
 }
 
 TEST(SheetVerb, EveryPictureHasALabelOfItsOwn) {
@@ -78,14 +120,15 @@ TEST(SheetVerb, EveryPictureHasALabelOfItsOwn) {
 
 // The same frame has the same label wherever it stands.
 TEST(SheetVerb, TheLabelBelongsToTheFrameNotToItsPlace) {
-    const PngFile every_fifth = sheet_of("plain.mp4", {"--count", "30"});
-    const PngFile every_tenth = sheet_of("plain.mp4", {"--count", "15"});
-    ASSERT_GT(every_fifth.height, 0);
-    ASSERT_GT(every_tenth.height, 0);
-    for (int frame = 0; frame < 150; frame += 10)
-        EXPECT_EQ(label_at(every_fifth, frame / 5 % 4, frame / 5 / 4),
-                  label_at(every_tenth, frame / 10 % 4, frame / 40))
-            << "frame " << frame;
+    const PngFile all = sheet_of("plain.mp4", {"--count", "150"});
+    const PngFile some = sheet_of("plain.mp4", {"--count", "15"});
+    ASSERT_GT(all.height, 0);
+    ASSERT_GT(some.height, 0);
+    for (int cell = 0; cell < 15; ++cell) {
+        const int frame = cell * 149 / 14;
+        EXPECT_TRUE(label_at(all, frame % 4, frame / 4) == label_at(some, cell % 4, cell / 4)) << frame;
+        EXPECT_TRUE(time_code_at(all, frame % 4, frame / 4) == time_code_at(some, cell % 4, cell / 4)) << frame;
+    }
 }
 
 TEST(SheetVerb, AShortFileHasOnePlacePerFrame) {
@@ -122,7 +165,7 @@ TEST(SheetVerb, TransparentPixelsShowTheSheet) {
 TEST(SheetVerb, SmallPicturesAreEnlargedToBeSeen) {
     const PngFile sheet = sheet_of("tiny_18x10.mkv", {"--count", "2"});
     EXPECT_EQ(sheet.width, left_of(2));
-    EXPECT_EQ(sheet.height, kMargin + 177 + kLabelHeight + 2 * kMargin);
+    EXPECT_EQ(sheet.height, kTitleHeight + 177 + 2 * kLabelHeight + 2 * kMargin);
 }
 
 // 340 x 256 pixels, each 1.338 times as wide as high.
@@ -133,7 +176,7 @@ TEST(SheetVerb, PixelsThatAreNotSquareAreShownAsMeant) {
     run_qmio({"sheet", utf8(real_media("mmaction2-test.mp4")), "--out", utf8(folder / "sheet.png"), "--count", "1"});
     const PngFile sheet = read_png(folder / "sheet.png");
     EXPECT_EQ(sheet.width, left_of(1));
-    EXPECT_EQ(sheet.height, kMargin + 180 + kLabelHeight + 2 * kMargin);
+    EXPECT_EQ(sheet.height, kTitleHeight + 180 + 2 * kLabelHeight + 2 * kMargin);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <set>
 
@@ -73,6 +75,27 @@ TEST(MakeVerb, EveryTrackHasATone) {
     EXPECT_EQ(mono.size(), 96000U);
     EXPECT_NEAR(upward_crossings(stereo, 2), 2 * 440, 2);
     EXPECT_NEAR(upward_crossings(mono, 1), 2 * 660, 2);
+}
+
+// One channel's loudest sample between two times.
+int loudest(const std::vector<int16_t>& stereo, std::size_t channel, double from, double to) {
+    int found = 0;
+    for (auto frame = static_cast<std::size_t>(from * 48000); frame < static_cast<std::size_t>(to * 48000); ++frame)
+        found = std::max(found, std::abs(int{stereo[2 * frame + channel]}));
+    return found;
+}
+
+TEST(MakeVerb, ChannelsSoundDifferentAndChangeTheirLevel) {
+    const TempDir folder;
+    const auto file = folder / "made.wav";
+    ASSERT_EQ(run_qmio({"make", utf8(file), "fmt=wav,acodec=pcm_s16le", "--frames", "50"}).exit_code, 0);
+    const std::vector<int16_t> stereo = samples_of(file, 0);
+    ASSERT_EQ(stereo.size(), 2U * 96000);
+    for (int stair = 0; stair < 8; ++stair)
+        EXPECT_NEAR(loudest(stereo, 0, stair * 0.25 + 0.02, stair * 0.25 + 0.23), 16384 >> stair % 4, 40) << stair;
+    EXPECT_NEAR(loudest(stereo, 1, 0.95, 1.05), 0.6 * 32768, 400) << "the sweep swells";
+    EXPECT_LT(loudest(stereo, 1, 0.0, 0.05), 1200);
+    EXPECT_LT(loudest(stereo, 1, 1.95, 1.999), 1200);
 }
 
 TEST(MakeVerb, SoundAloneIsAFileToo) {

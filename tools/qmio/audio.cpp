@@ -1,17 +1,17 @@
-// qmio audio FILE --track 0 --rate 48000 --channels 2 --format s16 --out out.wav: a track's sound as a WAV file.
+// qmio audio FILE --track 0 --start 1:05 --end 1:10 --out out.wav: a track's sound, or a part of it, as a WAV file.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <map>
 #include <memory>
-#include <vector>
 
 #include "failure.h"
+#include "numbers.h"
 #include "output.h"
 #include "progress.h"
 #include "sound.h"
-#include "source.h"
+#include "sound_writer.h"
 #include "verbs.h"
 
 namespace host {
@@ -25,73 +25,99 @@ struct AudioOptions {
     int rate = 48000;
     int channels = 2;
     std::string format = "s16";
-    double start = -1;  // seconds; below 0 where it is not told
-    double end = -1;
+    std::string start;
+    std::string end;
 };
 
-// What WAV files hold, by sample format.
-const std::map<std::string, std::string>& encoders() {
-    static const std::map<std::string, std::string> names = {{"u8", "pcm_u8"},     {"s16", "pcm_s16le"},
-                                                             {"s32", "pcm_s32le"}, {"s64", "pcm_s64le"},
-                                                             {"flt", "pcm_f32le"}, {"dbl", "pcm_f64le"}};
-    return names;
+// How WAV files hold samples.
+struct Held {
+    std::string encoder;
+    std::string samples;  // the format in which it takes them
+    int bytes;            // of one of them in the file
+};
+
+const std::map<std::string, Held>& formats() {
+    static const std::map<std::string, Held> formats = {
+        {"u8", {"pcm_u8", "u8", 1}},      {"s16", {"pcm_s16le", "s16", 2}}, {"s24", {"pcm_s24le", "s32", 3}},
+        {"s32", {"pcm_s32le", "s32", 4}}, {"s64", {"pcm_s64le", "s64", 8}}, {"flt", {"pcm_f32le", "flt", 4}},
+        {"dbl", {"pcm_f64le", "dbl", 8}}};
+    return formats;
 }
 
 std::string output_options(const AudioOptions& options) {
-    return "fmt=wav,acodec=" + encoders().at(options.format) + ",ar=" + std::to_string(options.rate) +
-           ",ac=" + std::to_string(options.channels) + ",afmt=" + options.format;
+    const Held& held = formats().at(options.format);
+    return "fmt=wav,acodec=" + held.encoder + ",ar=" + std::to_string(options.rate) +
+           ",ac=" + std::to_string(options.channels) + ",afmt=" + held.samples;
 }
 
-constexpr int kPiece = 16384;         // samples
-constexpr double kMostSeconds = 1e6;  // eleven days
-
-int64_t at_rate(double seconds, int rate) {
-    return std::llround(seconds * rate);
+std::string complain_of_time(const std::string& text) {
+    return parse_time(text) ? "" : "'" + text + "' is no time (12.5, 1:05, 1:02:03.25)";
 }
 
-// The samples from `start` on and before `end`, as decoding the whole gives them.
-void write_range(const AudioOptions& options) {
-    Source source(options.file);
-    if (options.track >= source.file_param("naudio"))
-        throw Failure(options.file, "has no track " + std::to_string(options.track));
-    qmio_set_track(source.handle(), options.track);
-    qmio_set_dst_audio(source.handle(), options.channels, options.rate, sample_format_code(options.format));
-    Output file(options.out, output_options(options));
-    std::vector<uint8_t> piece(static_cast<std::size_t>(kPiece * options.channels * 8));
-    int64_t at = at_rate(std::max(options.start, 0.0), options.rate);
-    const int64_t end = at_rate(options.end < 0 ? kMostSeconds : options.end, options.rate);
-    for (int samples = 1; at < end && samples > 0; at += samples) {
-        samples =
-            qmio_read_sound(source.handle(), options.track, at, static_cast<int>(std::min<int64_t>(kPiece, end - at)),
-                            piece.data(), static_cast<int>(piece.size()));
-        if (samples < 0)
-            throw Failure(options.file, "its sound cannot be read by position");
-        const int bytes = samples * options.channels * sample_size(sample_format_code(options.format));
-        if (bytes > 0)
-            file.write(0, piece.data(), bytes);
-        file.expect(bytes);
+// The part of a track that is asked for, in frames of what is written.
+struct Range {
+    int64_t first = 0;
+    int64_t end = std::numeric_limits<int64_t>::max();
+};
+
+Range range_of(const AudioOptions& options) {
+    const auto frame = [&](const std::string& text) {
+        return static_cast<int64_t>(std::llround(parse_time(text).value() * options.rate));
+    };
+    Range range;
+    if (!options.start.empty())
+        range.first = frame(options.start);
+    if (!options.end.empty())
+        range.end = frame(options.end);
+    if (range.end <= range.first)
+        throw Failure(options.file, "the end lies at or before the start");
+    return range;
+}
+
+// What of the piece delivered last lies within the range.
+Sound::Piece within(const Sound& sound, const Sound::Piece& piece, const Range& range) {
+    const int64_t size = sound.bytes_per_frame();
+    const int64_t end = sound.delivered_frames();
+    const int64_t begin = end - piece.bytes / size;
+    const int64_t first = std::max(begin, range.first);
+    const int64_t last = std::min(end, range.end);
+    if (last <= first)
+        return {};
+    return {piece.samples + (first - begin) * size, static_cast<int>((last - first) * size)};
+}
+
+// Writes what of the track lies within the range; the frames that were written.
+int64_t copy(Sound& sound, Output& file, const Range& range, int bytes_in_file) {
+    const double end_ms = static_cast<double>(range.end) * 1000 / sound.form().rate;
+    const auto total = static_cast<int64_t>(std::min(static_cast<double>(sound.duration_ms()), end_ms));
+    Progress progress("audio", total, Unit::milliseconds);
+    int64_t written = 0;
+    while (sound.delivered_frames() < range.end) {
+        const Sound::Piece piece = sound.next();
+        if (piece.bytes <= 0)
+            break;
+        const Sound::Piece part = within(sound, piece, range);
+        if (part.bytes > 0)
+            write_samples(file, 0, sound.form(), part.samples, part.bytes);
+        const int64_t frames = part.bytes / sound.bytes_per_frame();
+        file.expect(static_cast<int>(frames * sound.form().channels * bytes_in_file));
+        written += frames;
+        progress.reach(std::min(sound.delivered_ms(), total));
     }
-    file.close();
-}
-
-void write_all(const AudioOptions& options) {
-    Sound sound(options.file, options.track, {options.channels, options.rate, sample_format_code(options.format)});
-    Output file(options.out, output_options(options));
-    const auto total = static_cast<int>(std::min<int64_t>(sound.duration_ms(), std::numeric_limits<int>::max()));
-    Progress progress("audio, ms", total);
-    for (Sound::Piece piece = sound.next(); piece.bytes > 0; piece = sound.next()) {
-        file.write(0, piece.samples, piece.bytes);
-        progress.reach(static_cast<int>(std::min<int64_t>(sound.delivered_ms(), total)));
-    }
-    file.close();
     progress.reach(total);
+    return written;
 }
 
 void audio(const AudioOptions& options) {
     require_other_file(options.file, options.out);
-    if (options.start >= 0 || options.end >= 0)
-        return write_range(options);
-    write_all(options);
+    const Range range = range_of(options);
+    const Held& held = formats().at(options.format);
+    Sound sound(options.file, options.track, {options.channels, options.rate, sample_format_code(held.samples)});
+    Output file(options.out, output_options(options));
+    if (copy(sound, file, range, held.bytes) == 0 && range.first > 0)
+        throw Failure(options.file,
+                      "the sound of the track ends before the start, at " + time_text(sound.delivered_ms() * 1000));
+    file.close();
 }
 
 }  // namespace
@@ -106,11 +132,11 @@ void add_audio(CLI::App& app) {
     verb->add_option("--rate", options->rate, "Sample rate in Hz")->check(CLI::Range(1, 768000))->capture_default_str();
     verb->add_option("--channels", options->channels, "Channels")->check(CLI::Range(1, 8))->capture_default_str();
     verb->add_option("--format", options->format, "Sample format")
-        ->check(CLI::IsMember(encoders()))
+        ->check(CLI::IsMember(formats()))
         ->capture_default_str();
-    verb->add_option("--start", options->start, "Second to begin with, to the sample")
-        ->check(CLI::Range(0.0, kMostSeconds));
-    verb->add_option("--end", options->end, "Second to end before")->check(CLI::Range(0.0, kMostSeconds));
+    const CLI::Validator time(complain_of_time, "TIME");
+    verb->add_option("--start", options->start, "Where to begin: seconds, m:ss or h:mm:ss, with decimals")->check(time);
+    verb->add_option("--end", options->end, "Where to end, counted from the beginning of the track, too")->check(time);
     verb->add_option("--out", options->out, "The WAV file to write")->capture_default_str();
     verb->callback([options] { audio(*options); });
 }

@@ -89,7 +89,7 @@ class Pictures {
 
 void write_pictures(Source& source, Output& output, const OptionList& options, std::vector<SoundWriter>& sounds) {
     Pictures pictures(source, pixel_format_of(options), output.width(), output.height());
-    Progress progress("convert, frames", source.frame_count());
+    Progress progress("convert", source.frame_count());
     const double period = seconds_per_picture(options);
     for (int frame = 1; pictures.next(); ++frame) {
         output.write(pictures.record());

@@ -1,8 +1,10 @@
 // qmio frames FILE --at 0,100,17 --out DIR: frames by number, each as a PNG file.
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <filesystem>
 #include <iomanip>
 #include <memory>
+#include <optional>
 #include <sstream>
 
 #include "failure.h"
@@ -18,9 +20,27 @@ namespace {
 
 struct FramesOptions {
     std::string file;
-    std::vector<int> numbers;
+    std::string numbers;
     std::string folder = ".";
 };
+
+// Nothing when the text is no list of numbers from 0 on, separated by commas.
+std::optional<std::vector<int>> parse_numbers(const std::string& text) {
+    std::vector<int> numbers;
+    std::istringstream list(text);
+    for (std::string item; std::getline(list, item, ',');) {
+        int number = 0;
+        const auto [stopped, error] = std::from_chars(item.data(), item.data() + item.size(), number);
+        if (error != std::errc() || stopped != item.data() + item.size() || number < 0)
+            return {};
+        numbers.push_back(number);
+    }
+    return numbers.empty() || text.back() == ',' ? std::nullopt : std::optional(numbers);
+}
+
+std::string complain_of_numbers(const std::string& text) {
+    return parse_numbers(text) ? "" : "'" + text + "' is no list of frame numbers (0,100,17: counted from 0)";
+}
 
 void make_folder(const std::string& folder) {
     std::error_code error;
@@ -43,11 +63,11 @@ std::string listed(const std::vector<int>& numbers) {
 }
 
 // Writes the frames that the file has and gives the numbers that it has not.
-std::vector<int> write_frames(Source& source, const FramesOptions& options) {
+std::vector<int> write_frames(Source& source, const FramesOptions& options, const std::vector<int>& numbers) {
     Picture picture(source.width(), source.height());
-    Progress progress("frames", static_cast<int>(options.numbers.size()));
+    Progress progress("frames", static_cast<int64_t>(numbers.size()));
     std::vector<int> missing;
-    for (const int number : options.numbers) {
+    for (const int number : numbers) {
         if (source.read_frame(number, picture))
             write_png(frame_name(options.folder, number), picture);
         else
@@ -61,7 +81,7 @@ void frames(const FramesOptions& options) {
     Source source(options.file);
     source.require_pictures();
     make_folder(options.folder);
-    const std::vector<int> missing = write_frames(source, options);
+    const std::vector<int> missing = write_frames(source, options, parse_numbers(options.numbers).value());
     if (!missing.empty())
         throw Failure(options.file, "no picture at frame " + listed(missing) + " (it counts " +
                                         std::to_string(source.frame_count()) + " frames)");
@@ -75,8 +95,7 @@ void add_frames(CLI::App& app) {
     verb->add_option("FILE", options->file, "The file to read")->required();
     verb->add_option("--at", options->numbers, "Frame numbers, counted from 0, separated by commas")
         ->required()
-        ->delimiter(',')
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::Validator(complain_of_numbers, "NUMBER,..."));
     verb->add_option("--out", options->folder, "Folder for frame-NNNNNN.png, made when missing")->capture_default_str();
     verb->callback([options] { frames(*options); });
 }

@@ -1,156 +1,139 @@
+// Every member is described in docs/info-json.md.
 #include "info_json.h"
 
-#include <cstdio>
-#include <ostream>
+#include <algorithm>
+#include <sstream>
+
+#include "json.h"
 
 namespace host {
 
 namespace {
 
-constexpr const char* kTexts[] = {"ver",   "build",  "fmt", "fdescr", "ofmt",   "ofdescr",
-                                  "codec", "cdescr", "pix", "pdescr", "acodec", "acdescr"};
-constexpr const char* kNumbers[] = {"check",
-                                    "error",
-                                    "nvideo",
-                                    "naudio",
-                                    "video",
-                                    "audio",
-                                    "fmt",
-                                    "codec",
-                                    "acodec",
-                                    "pix",
-                                    "start",
-                                    "interlace",
-                                    "top_field",
-                                    "dts_frame",
-                                    "sample_rate",
-                                    "audio_rate",
-                                    "sample_fmt_id",
-                                    "audio_fmt_id",
-                                    "sample_fmt",
-                                    "audio_fmt",
-                                    "channels",
-                                    "audio_channels",
-                                    "align",
-                                    "packet",
-                                    "xfmt",
-                                    "xvcodec",
-                                    "xacodec",
-                                    "xvstream",
-                                    "audio_map",
-                                    "vb",
-                                    "ab",
-                                    "width",
-                                    "height",
-                                    "frames"};
-constexpr const char* kStreamNumbers[] = {"vpts",     "frame_type", "gop", "frame_num", "frame_pos",
-                                          "pkt_size", "par",        "sar", "dar"};
-constexpr const char* kTrackNumbers[] = {"apts",
-                                         "sample_rate",
-                                         "file_sample_rate",
-                                         "audio_rate",
-                                         "user_sample_rate",
-                                         "sample_fmt_id",
-                                         "file_sample_format",
-                                         "audio_fmt_id",
-                                         "user_sample_format",
-                                         "sample_fmt",
-                                         "file_sample_fmt",
-                                         "audio_fmt",
-                                         "user_sample_fmt",
-                                         "channels",
-                                         "file_channels",
-                                         "audio_channels",
-                                         "user_channels"};
-constexpr const char* kTimes[] = {"dur", "video", "audio", "packet", "key", "seek"};
+constexpr int64_t kSchema = 1;
 
-std::string quoted(const std::string& text) {
-    std::string result = "\"";
-    for (const char letter : text) {
-        if (letter == '"' || letter == '\\')
-            result += '\\';
-        if (static_cast<unsigned char>(letter) >= 0x20) {
-            result += letter;
-        } else {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(letter));
-            result += escape;
-        }
-    }
-    return result + '"';
+std::optional<int64_t> above_zero(int64_t number) {
+    return number > 0 ? std::optional(number) : std::nullopt;
 }
 
-// Members of an object, a line each.
-class Members {
-  public:
-    Members(std::ostream& out, std::string indent) : out_(out), indent_(std::move(indent)) {}
-
-    std::ostream& add(const std::string& key) {
-        out_ << (first_ ? "\n" : ",\n") << indent_ << quoted(key) << ": ";
-        first_ = false;
-        return out_;
-    }
-
-  private:
-    std::ostream& out_;
-    std::string indent_;
-    bool first_ = true;
-};
-
-void print_track(const Source& source, int track, std::ostream& out) {
-    out << "\n    {";
-    Members members(out, "      ");
-    for (const char* key : kTrackNumbers)
-        members.add(key) << source.track_param(key, track);
-    out << "\n    }";
+std::optional<int64_t> number(const Source& source, const char* key, int part) {
+    return above_zero(source.track_param(key, part));
 }
 
-void print_tracks(const Source& source, std::ostream& out) {
-    out << "[";
-    for (int track = 0; track < source.file_param("naudio"); ++track) {
-        out << (track > 0 ? "," : "");
-        print_track(source, track, out);
-    }
-    out << "\n  ]";
+// The library's smallest integer is an unknown time.
+std::optional<int64_t> time(const Source& source, const char* key, int part) {
+    const int64_t microseconds = source.track_param(key, part);
+    return microseconds != INT64_MIN ? std::optional(microseconds) : std::nullopt;
 }
 
-void print_time(const Source& source, const char* key, std::ostream& out) {
-    qmio_time_param times{};
-    const int result = qmio_get_time_param(source.handle(), key, &times);
-    out << "{\"result\": " << result << ", \"pts\": " << times.pts << ", \"dts\": " << times.dts
-        << ", \"start\": " << times.start << ", \"duration\": " << times.duration << ", \"time_base\": \""
-        << times.time_base_num << '/' << times.time_base_den << "\", \"frame_rate\": \"" << times.frame_rate_num << '/'
-        << times.frame_rate_den << "\", \"container_start\": " << times.container_start
-        << ", \"container_duration\": " << times.container_duration << ", \"frame_count\": " << times.frame_count
-        << "}";
+void add_ratio(JsonWriter& json, const char* name, int64_t num, int64_t den) {
+    if (num > 0 && den > 0)
+        json.add(name, std::vector<int64_t>{num, den});
+    else
+        json.add_null(name);
 }
 
-template <std::size_t count, class Print>
-void print_object(Members& whole, const char* name, const char* const (&keys)[count], Print&& print) {
-    std::ostream& out = whole.add(name);
-    out << "{";
-    Members members(out, "    ");
+void add_texts(JsonWriter& json, const Source& source, int part, std::initializer_list<const char*> keys) {
     for (const char* key : keys)
-        print(members.add(key), key);
-    out << "\n  }";
+        json.add(key, source.text(part, key));
+}
+
+void add_tags(JsonWriter& json, const Source& source, int part) {
+    json.begin_object("tags");
+    std::istringstream keys(source.text(part, "tags").value_or(""));
+    for (std::string key; std::getline(keys, key);)
+        json.add(key, source.text(part, "tag:" + key));
+    json.end();
+}
+
+void add_times(JsonWriter& json, const Source& source, int part) {
+    json.add("duration_us", time(source, "duration_us", part));
+    json.add("start_us", time(source, "start_us", part));
+    json.add("bit_rate", number(source, "bit_rate", part));
+}
+
+void add_container(JsonWriter& json, const Source& source) {
+    json.begin_object("container");
+    add_texts(json, source, QMIO_CONTAINER, {"format", "format_long"});
+    add_times(json, source, QMIO_CONTAINER);
+    add_texts(json, source, QMIO_CONTAINER, {"timecode"});
+    add_tags(json, source, QMIO_CONTAINER);
+    json.end();
+}
+
+std::optional<std::string> name_of_origin(int64_t origin) {
+    switch (origin) {
+        case QMIO_FRAMES_COMPUTED:
+            return "computed";
+        case QMIO_FRAMES_TOLD:
+            return "told";
+        case QMIO_FRAMES_COUNTED:
+            return "counted";
+        default:
+            return {};
+    }
+}
+
+void add_frames(JsonWriter& json, const Source& source) {
+    const std::optional<std::string> origin = name_of_origin(source.file_param("frames_origin"));
+    json.add("frames", origin ? above_zero(source.frame_count()) : std::nullopt);
+    json.add("frames_origin", origin);
+}
+
+void add_video(JsonWriter& json, const Source& source) {
+    json.begin_object("video");
+    json.add("stream", source.file_param("video"));
+    json.add("streams", source.file_param("nvideo"));
+    add_texts(json, source, QMIO_VIDEO, {"codec", "codec_long", "codec_tag", "profile"});
+    json.add("decoder", std::optional<std::string>(qmio_get_file_info(source.handle(), "codec")));
+    json.add("width", above_zero(source.width()));
+    json.add("height", above_zero(source.height()));
+    add_ratio(json, "pixel_aspect", source.file_param("sar_num"), source.file_param("sar_den"));
+    json.add("rotation", source.file_param("rotation"));
+    add_ratio(json, "frame_rate", source.file_param("frame_rate_num"), source.file_param("frame_rate_den"));
+    add_frames(json, source);
+    add_times(json, source, QMIO_VIDEO);
+    json.add("bits_per_raw_sample", number(source, "bits_per_raw_sample", QMIO_VIDEO));
+    add_texts(json, source, QMIO_VIDEO,
+              {"pix_fmt", "field_order", "color_primaries", "color_transfer", "color_space", "color_range",
+               "chroma_location", "timecode", "language", "title"});
+    add_tags(json, source, QMIO_VIDEO);
+    json.end();
+}
+
+void add_track(JsonWriter& json, const Source& source, int track) {
+    json.begin_object();
+    json.add("track", track);
+    json.add("stream", source.track_param("audio", track));
+    add_texts(json, source, track, {"codec", "codec_long", "codec_tag", "profile"});
+    json.add("sample_rate", number(source, "file_sample_rate", track));
+    json.add("channels", number(source, "file_channels", track));
+    json.add("channel_mask", number(source, "channel_mask", track));
+    json.add("bits_per_raw_sample", number(source, "bits_per_raw_sample", track));
+    add_times(json, source, track);
+    add_texts(json, source, track, {"sample_fmt", "channel_layout", "timecode", "language", "title"});
+    add_tags(json, source, track);
+    json.end();
 }
 
 }  // namespace
 
 void print_json(const Source& source, std::ostream& out) {
-    out << "{";
-    Members whole(out, "  ");
-    whole.add("name") << quoted(source.name());
-    print_object(whole, "info", kTexts, [&](std::ostream& to, const char* key) {
-        const char* text = qmio_get_file_info(source.handle(), key);
-        to << quoted(text != nullptr ? text : "");
-    });
-    print_object(whole, "file", kNumbers, [&](std::ostream& to, const char* key) { to << source.file_param(key); });
-    print_object(whole, "stream", kStreamNumbers,
-                 [&](std::ostream& to, const char* key) { to << source.track_param(key, 0); });
-    print_tracks(source, whole.add("tracks"));
-    print_object(whole, "times", kTimes, [&](std::ostream& to, const char* key) { print_time(source, key, to); });
-    out << "\n}\n";
+    JsonWriter json(out);
+    json.begin_object();
+    json.add("schema", kSchema);
+    json.add("library", std::optional<std::string>(qmio_get_file_info(nullptr, "ver")));
+    json.add("file", std::optional<std::string>(source.name()));
+    add_container(json, source);
+    if (source.has_video())
+        add_video(json, source);
+    else
+        json.add_null("video");
+    json.begin_list("tracks");
+    for (int track = 0; track < source.file_param("naudio"); ++track)
+        add_track(json, source, track);
+    json.end();
+    json.end();
 }
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// Everything that the library tells of a file by key, as JSON.
+// What is known of a file as JSON, described in docs/info-json.md.
 #pragma once
 
 #include <iosfwd>

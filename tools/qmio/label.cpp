@@ -35,6 +35,20 @@ int label_width(const std::string& text) {
     return stb_easy_font_width(writable.data()) * kScale;
 }
 
+std::string drawable(const std::string& utf8, int width) {
+    std::string text;
+    for (const char letter : utf8) {
+        const auto byte = static_cast<unsigned char>(letter);
+        if ((byte & 0xC0) != 0x80)
+            text += byte >= 0x20 && byte < 0x7F ? letter : '?';
+    }
+    if (label_width(text) <= width)
+        return text;
+    while (!text.empty() && label_width(text + "...") > width)
+        text.pop_back();
+    return text + "...";
+}
+
 void draw_label(Picture& picture, int left, int top, const std::string& text, Colour colour) {
     std::vector<Rectangle> strokes(kMaxRectangles);
     std::string writable = text;

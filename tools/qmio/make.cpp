@@ -1,12 +1,10 @@
-// qmio make OUT OPTIONS --frames N: a test file. Every picture carries its number, every track a tone of its own.
+// qmio make OUT OPTIONS --frames N: a test file. Every picture carries its number, every channel a sound of its own.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
-#include <numbers>
 
 #include "failure.h"
 #include "frame_buffer.h"
@@ -16,6 +14,7 @@
 #include "picture.h"
 #include "progress.h"
 #include "sound_writer.h"
+#include "test_sound.h"
 #include "verbs.h"
 
 namespace host {
@@ -73,7 +72,7 @@ void write_picture(Output& output, Picture& picture, FrameBuffer& buffer, int nu
     output.write(buffer.record());
 }
 
-// ---- tones ----
+// ---- sound ----
 
 template <class Sample>
 void store(uint8_t* place, double value) {
@@ -103,10 +102,10 @@ void store_sample(uint8_t* place, int format, double value) {
     }
 }
 
-// A quiet tone, higher for every further track.
-class Tone {
+// The sound of a track, as much of it as its pictures last.
+class TestSound {
   public:
-    Tone(Output& output, int track) : output_(output), track_(track), form_(form_of_track(output, track)) {}
+    TestSound(Output& output, int track) : output_(output), track_(track), form_(form_of_track(output, track)) {}
 
     void write_until(double seconds) {
         const auto end = static_cast<int64_t>(seconds * form_.rate);
@@ -118,7 +117,8 @@ class Tone {
         samples_.resize(static_cast<std::size_t>(count) * static_cast<std::size_t>(form_.channels * size));
         for (int index = 0; index < count; ++index)
             for (int channel = 0; channel < form_.channels; ++channel)
-                store_sample(samples_.data() + place(index, channel, count) * size, form_.format, value(next_ + index));
+                store_sample(samples_.data() + place(index, channel, count) * size, form_.format,
+                             test_sound(track_, channel, static_cast<double>(next_ + index) / form_.rate));
         write_samples(output_, track_, form_, samples_.data(), static_cast<int>(samples_.size()));
         next_ = end;
     }
@@ -127,10 +127,6 @@ class Tone {
     std::ptrdiff_t place(int index, int channel, int count) const {
         return form_.format < 0 ? std::ptrdiff_t{channel} * count + index
                                 : std::ptrdiff_t{index} * form_.channels + channel;
-    }
-    double value(int64_t sample) const {
-        const double frequency = 220.0 * (track_ + 2);
-        return 0.25 * std::sin(2 * std::numbers::pi * frequency * static_cast<double>(sample) / form_.rate);
     }
 
     Output& output_;
@@ -153,22 +149,22 @@ OptionList fill_in(const std::string& text) {
 void make(const MakeOptions& options) {
     const OptionList filled = fill_in(options.options);
     Output output(options.out, filled.text());
-    std::vector<Tone> tones;
-    tones.reserve(static_cast<std::size_t>(output.track_count()));
+    std::vector<TestSound> sounds;
+    sounds.reserve(static_cast<std::size_t>(output.track_count()));
     for (int track = 0; track < output.track_count(); ++track)
-        tones.emplace_back(output, track);
+        sounds.emplace_back(output, track);
     std::unique_ptr<Picture> picture;
     std::unique_ptr<FrameBuffer> buffer;
     if (output.has_video()) {
         picture = std::make_unique<Picture>(output.width(), output.height());
         buffer = std::make_unique<FrameBuffer>(pixel_format_of(filled), output.width(), output.height());
     }
-    Progress progress("make, frames", options.frames);
+    Progress progress("make", options.frames);
     for (int frame = 0; frame < options.frames; ++frame) {
         if (picture != nullptr)
             write_picture(output, *picture, *buffer, frame);
-        for (Tone& tone : tones)
-            tone.write_until((frame + 1) * seconds_per_picture(filled));
+        for (TestSound& sound : sounds)
+            sound.write_until((frame + 1) * seconds_per_picture(filled));
         progress.step();
     }
     output.close();
@@ -177,7 +173,8 @@ void make(const MakeOptions& options) {
 }  // namespace
 
 void add_make(CLI::App& app) {
-    CLI::App* verb = app.add_subcommand("make", "Write a test file: numbered pictures, a tone per track");
+    CLI::App* verb =
+        app.add_subcommand("make", "Write a test file: numbered pictures, another sound for every channel");
     auto options = std::make_shared<MakeOptions>();
     verb->add_option("OUT", options->out, "The file to write")->required();
     verb->add_option("OPTIONS", options->options,

@@ -1,7 +1,6 @@
 #include "progress.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <iostream>
 
 #include "system.h"
@@ -10,16 +9,14 @@ namespace host {
 
 namespace {
 
-constexpr int kBarWidth = 40;
-
-int share(int part, int whole, int of) {
-    return static_cast<int>(static_cast<long long>(part) * of / whole);
+int64_t thousandths(const WorkDone& state) {
+    return static_cast<int64_t>(static_cast<double>(state.done) / static_cast<double>(state.total) * 1000);
 }
 
 }  // namespace
 
-Progress::Progress(std::string work, int total)
-    : work_(std::move(work)), total_(std::max(total, 1)), visible_(error_output_is_terminal()) {
+Progress::Progress(std::string work, int64_t total, Unit unit)
+    : state_{std::move(work), unit, 0, std::max<int64_t>(total, 1), 0.0}, visible_(error_output_is_terminal()) {
     if (visible_)
         draw();
 }
@@ -29,31 +26,22 @@ Progress::~Progress() {
         std::cerr << '\n';
 }
 
-void Progress::reach(int done) {
-    const int shown = share(done_, total_, 1000);
-    done_ = done;
+void Progress::reach(int64_t done) {
+    const int64_t shown = thousandths(state_);
+    state_.done = done;
     // Drawing costs more than many a step: only what can be seen is drawn.
-    if (visible_ && (share(done_, total_, 1000) != shown || done_ == total_))
+    if (visible_ && (thousandths(state_) != shown || state_.done == state_.total))
         draw();
 }
 
-void Progress::draw() const {
-    const int filled = std::min(share(done_, total_, kBarWidth), kBarWidth);
-    std::cerr << '\r' << work_ << " [" << std::string(static_cast<std::size_t>(filled), '#')
-              << std::string(static_cast<std::size_t>(kBarWidth - filled), '.') << "] " << done_ << '/' << total_
-              << pace() << std::flush;
-}
-
-// Empty until there is something to go by.
-std::string Progress::pace() const {
+// A line of the full width would break in some terminals, and each line that breaks stays there.
+void Progress::draw() {
     const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start_;
-    if (done_ < 1 || spent.count() < 0.2)
-        return {};
-    const double per_second = done_ / spent.count();
-    char text[64];
-    std::snprintf(text, sizeof text, "  %.1f/s, %.0f s left  ", per_second,
-                  std::max(0.0, (total_ - done_) / per_second));
-    return text;
+    state_.seconds = spent.count();
+    const std::string line = progress_line(state_, error_output_width() - 1);
+    const std::size_t rest = drawn_ > line.size() ? drawn_ - line.size() : 0;
+    std::cerr << '\r' << line << std::string(rest, ' ') << std::flush;
+    drawn_ = line.size();
 }
 
 }  // namespace host

@@ -5,29 +5,29 @@
 #include <chrono>
 #include <string>
 
+#include "progress_line.h"
+
 namespace host {
 
 class Progress {
   public:
-    Progress(std::string work, int total);
+    Progress(std::string work, int64_t total, Unit unit = Unit::frames);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
     // One more of `total` is done.
-    void step() { reach(done_ + 1); }
+    void step() { reach(state_.done + 1); }
 
     // So many of `total` are done.
-    void reach(int done);
+    void reach(int64_t done);
 
   private:
-    void draw() const;
-    std::string pace() const;
+    void draw();
 
-    std::string work_;
-    int total_;
-    int done_ = 0;
+    WorkDone state_;
     bool visible_;
+    std::size_t drawn_ = 0;  // characters of the line that stands there
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 

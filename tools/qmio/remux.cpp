@@ -61,21 +61,25 @@ MediaHandle* copy_of(const Source& source, const char* name, const char* options
     return qmio_mux_u8(name, options, source.handle(), source.handle());
 }
 
-// How far a file has been read, in units of which any file has few enough.
+// How far a file has been read.
 class Bytes {
   public:
-    explicit Bytes(const Source& source) : source_(source), progress_("remux, KiB", size_of(source.name())) {}
+    explicit Bytes(const Source& source)
+        : source_(source), size_(size_of(source.name())), progress_("remux", size_, Unit::bytes) {}
 
-    void show() { progress_.reach(static_cast<int>(std::max<int64_t>(source_.track_param("frame_pos", 0), 0) / 1024)); }
+    void show() { progress_.reach(std::max<int64_t>(source_.track_param("frame_pos", 0), 0)); }
+    // What lies behind the last packet is no work.
+    void end() { progress_.reach(size_); }
 
   private:
-    static int size_of(const std::string& name) {
+    static int64_t size_of(const std::string& name) {
         std::error_code error;
         const std::uintmax_t size = std::filesystem::file_size(path_of(name), error);
-        return error ? 0 : static_cast<int>(size / 1024);
+        return error ? 0 : static_cast<int64_t>(size);
     }
 
     const Source& source_;
+    int64_t size_;
     Progress progress_;
 };
 
@@ -87,6 +91,7 @@ void copy_packets(const Source& source, Output& output) {
         qmio_release_frame(source.handle());
         bytes.show();
     }
+    bytes.end();
 }
 
 void remux(const RemuxOptions& options) {

@@ -31,6 +31,23 @@ int64_t Source::track_param(const char* key, int track) const {
     return qmio_get_stream_param(handle(), key, track);
 }
 
+std::optional<std::string> Source::text(int part, const std::string& key) const {
+    const int length = qmio_get_text(handle(), part, key.c_str(), nullptr, 0);
+    if (length < 0)
+        return {};
+    std::string text(static_cast<std::size_t>(length) + 1, '\0');
+    qmio_get_text(handle(), part, key.c_str(), text.data(), length + 1);
+    text.pop_back();
+    return text;
+}
+
+std::optional<std::string> Source::time_code(int64_t frame) const {
+    char text[32];
+    if (qmio_timecode(handle(), frame, text, sizeof text) < 0)
+        return {};
+    return text;
+}
+
 // The decoder knows best; some files tell it in the container alone.
 double Source::pixel_aspect() const {
     for (const char* key : {"par", "sar"}) {

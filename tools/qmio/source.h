@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "picture.h"
@@ -23,6 +24,12 @@ class Source {
     // The library's answers about the file and about one of its audio tracks; -1 where it has none.
     int64_t file_param(const char* key) const;
     int64_t track_param(const char* key, int track) const;
+
+    // What the library tells of a part of the file: QMIO_CONTAINER, QMIO_VIDEO or a track. Nothing where it knows nothing.
+    std::optional<std::string> text(int part, const std::string& key) const;
+
+    // The time code of a frame; nothing without a frame rate.
+    std::optional<std::string> time_code(int64_t frame) const;
 
     bool has_video() const { return file_param("nvideo") > 0; }
     int width() const { return static_cast<int>(file_param("width")); }

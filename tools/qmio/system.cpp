@@ -1,5 +1,7 @@
 #include "system.h"
 
+#include <cstdlib>
+
 #if defined(_WIN32)
 #include <io.h>
 #include <stdio.h>
@@ -10,10 +12,22 @@
 #include "text.h"
 #else
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 #endif
 
 namespace host {
+
+namespace {
+
+int told_width() {
+    constexpr int usual = 80;
+    const char* text = std::getenv("COLUMNS");
+    const int width = text != nullptr ? std::atoi(text) : 0;
+    return width > 0 ? width : usual;
+}
+
+}  // namespace
 
 #if defined(_WIN32)
 
@@ -33,6 +47,14 @@ bool error_output_is_terminal() {
     return _isatty(_fileno(stderr)) != 0;
 }
 
+int error_output_width() {
+    CONSOLE_SCREEN_BUFFER_INFO info = {};
+    if (GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) == 0)
+        return told_width();
+    const int width = info.srWindow.Right - info.srWindow.Left + 1;
+    return width > 0 ? width : told_width();
+}
+
 // The library asks the system for standard error at every message.
 QuietErrors::QuietErrors() : before_(reinterpret_cast<std::intptr_t>(GetStdHandle(STD_ERROR_HANDLE))) {
     SetStdHandle(STD_ERROR_HANDLE, nullptr);
@@ -50,6 +72,11 @@ std::vector<std::string> utf8_arguments(int argc, char** argv) {
 
 bool error_output_is_terminal() {
     return isatty(STDERR_FILENO) != 0;
+}
+
+int error_output_width() {
+    winsize size = {};
+    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : told_width();
 }
 
 QuietErrors::QuietErrors() : before_(dup(STDERR_FILENO)) {

@@ -13,6 +13,9 @@ std::vector<std::string> utf8_arguments(int argc, char** argv);
 // True when standard error is a terminal that somebody may be looking at.
 bool error_output_is_terminal();
 
+// Columns of that terminal; where it does not tell, those of the environment variable COLUMNS, else 80.
+int error_output_width();
+
 // While it lives, what this process writes to standard error goes nowhere.
 class QuietErrors {
   public:

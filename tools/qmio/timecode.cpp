@@ -1,6 +1,5 @@
 // qmio timecode FILE --at N: the time code of a frame.
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <iostream>
 #include <limits>
 #include <memory>
@@ -21,20 +20,17 @@ struct TimecodeOptions {
 void timecode(const TimecodeOptions& options) {
     const Source source(options.file);
     source.require_pictures();
-    const int packed = qmio_get_smpte(source.handle(), options.frame);
-    if (packed == -1)
+    const std::optional<std::string> text = source.time_code(options.frame);
+    if (!text)
         throw Failure(options.file, "has no frame rate");
-    const auto parts = static_cast<unsigned>(packed);
-    char text[32];
-    std::snprintf(text, sizeof text, "%02u:%02u:%02u:%02u", parts >> 24, parts >> 16 & 0xFF, parts >> 8 & 0xFF,
-                  parts & 0xFF);
-    std::cout << text << '\n';
+    std::cout << *text << '\n';
 }
 
 }  // namespace
 
 void add_timecode(CLI::App& app) {
-    CLI::App* verb = app.add_subcommand("timecode", "Print the time code of a frame, counted from the start");
+    CLI::App* verb =
+        app.add_subcommand("timecode", "Print the SMPTE time code of a frame, counted from the one that the file has");
     auto options = std::make_shared<TimecodeOptions>();
     verb->add_option("FILE", options->file, "The file to look at")->required();
     verb->add_option("--at", options->frame, "Frame number, counted from 0")

@@ -1,16 +1,19 @@
-// qmio wave FILE --out wave.png: the waveform of every track, one below the other.
+// qmio wave FILE --out wave.png: the waveform of every channel of every track, one below the other.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
-#include <limits>
 #include <memory>
 
 #include "failure.h"
 #include "label.h"
+#include "level_meter.h"
 #include "output.h"
 #include "png.h"
 #include "progress.h"
 #include "sound.h"
+#include "text.h"
+#include "time_axis.h"
 #include "verbs.h"
 
 namespace host {
@@ -18,11 +21,16 @@ namespace host {
 namespace {
 
 constexpr int kMargin = 8;
-constexpr int kWaveHeight = 120;
+constexpr int kBandHeight = 97;  // of a channel: rows above and below the axis and the axis itself
+constexpr int kTick = 6;         // pixels of a mark on the time axis
+constexpr int kRoomOfMark = 90;  // pixels from one mark to the next, at least
+constexpr int kDelivered = 0;    // the library's code of float samples
+constexpr int kMostPictureRows = 32000;
 constexpr Colour kBackground{24, 24, 24, 255};
 constexpr Colour kText{235, 235, 235, 255};
 constexpr Colour kAxis{80, 80, 80, 255};
-constexpr Colour kWave{110, 190, 255, 255};
+constexpr Colour kPeak{110, 190, 255, 255};
+constexpr Colour kPower{40, 120, 230, 255};
 
 struct WaveOptions {
     std::string file;
@@ -30,82 +38,50 @@ struct WaveOptions {
     int width = 1200;
 };
 
-// The lowest and the highest of some samples.
-struct Peak {
-    int low = 0;
-    int high = 0;
-
-    void take(int value) {
-        low = std::min(low, value);
-        high = std::max(high, value);
-    }
-    void take(const Peak& other) {
-        take(other.low);
-        take(other.high);
-    }
-};
-
-// A track's peaks, each of the same number of samples; all channels together.
 struct Wave {
     std::string title;
-    std::vector<Peak> peaks;
+    double seconds = 0;
+    std::vector<LevelMeter> channels;
 };
 
-// As many peaks as a picture of any width needs, however long the file is.
-class PeakMeter {
-  public:
-    void take(int value) {
-        if (filled_ == 0)
-            peaks_.emplace_back();
-        peaks_.back().take(value);
-        filled_ = (filled_ + 1) % samples_;
-        if (filled_ == 0 && peaks_.size() == kMost)
-            halve();
-    }
-    std::vector<Peak> peaks() && { return std::move(peaks_); }
-
-  private:
-    static constexpr std::size_t kMost = 1 << 16;
-
-    void halve() {
-        for (std::size_t index = 0; index < kMost / 2; ++index) {
-            peaks_[index] = peaks_[2 * index];
-            peaks_[index].take(peaks_[2 * index + 1]);
-        }
-        peaks_.resize(kMost / 2);
-        samples_ *= 2;
-    }
-
-    std::vector<Peak> peaks_;
-    int64_t samples_ = 64;
-    int64_t filled_ = 0;
-};
-
-std::string title_of(int track, const SoundForm& form) {
-    return "track " + std::to_string(track) + ": " + std::to_string(form.rate) + " Hz, " +
-           std::to_string(form.channels) + (form.channels == 1 ? " channel" : " channels");
-}
+// ---- measuring ----
 
 SoundForm form_of(const Source& source, int track) {
     return {static_cast<int>(source.track_param("file_channels", track)),
-            static_cast<int>(source.track_param("file_sample_rate", track)), 16};
+            static_cast<int>(source.track_param("file_sample_rate", track)), kDelivered};
 }
 
-Wave measure(const std::string& file, int track, const SoundForm& form) {
-    Sound sound(file, track, form);
-    const auto total = static_cast<int>(std::min<int64_t>(sound.duration_ms(), std::numeric_limits<int>::max()));
-    Progress progress("track " + std::to_string(track) + ", ms", total);
-    PeakMeter meter;
-    for (Sound::Piece piece = sound.next(); piece.bytes > 0; piece = sound.next()) {
-        for (int place = 0; place + 1 < piece.bytes; place += 2) {
-            int16_t value = 0;
-            std::memcpy(&value, piece.samples + place, sizeof value);
-            meter.take(value);
-        }
-        progress.reach(static_cast<int>(std::min<int64_t>(sound.delivered_ms(), total)));
+std::string title_of(const Source& source, int track, const SoundForm& form) {
+    std::string title = "track " + std::to_string(track) + ": " + source.text(track, "codec").value_or("") + ", " +
+                        std::to_string(form.rate) + " Hz, " +
+                        source.text(track, "channel_layout").value_or(std::to_string(form.channels) + " ch");
+    for (const char* key : {"language", "title"})
+        if (const auto text = source.text(track, key); text)
+            title += ", " + *text;
+    return title;
+}
+
+void take(Wave& wave, const Sound::Piece& piece) {
+    const std::size_t channels = wave.channels.size();
+    const std::size_t samples = static_cast<std::size_t>(piece.bytes) / sizeof(float);
+    for (std::size_t index = 0; index < samples; ++index) {
+        float value = 0;
+        std::memcpy(&value, piece.samples + index * sizeof value, sizeof value);
+        wave.channels[index % channels].take(value);
     }
-    progress.reach(total);
-    return {title_of(track, form), std::move(meter).peaks()};
+}
+
+Wave measure(const Source& source, int track, const SoundForm& form) {
+    Sound sound(source.name(), track, form);
+    Wave wave{title_of(source, track, form), 0, std::vector<LevelMeter>(static_cast<std::size_t>(form.channels))};
+    Progress progress("track " + std::to_string(track), sound.duration_ms(), Unit::milliseconds);
+    for (Sound::Piece piece = sound.next(); piece.bytes > 0; piece = sound.next()) {
+        take(wave, piece);
+        progress.reach(std::min(sound.delivered_ms(), sound.duration_ms()));
+    }
+    progress.reach(sound.duration_ms());
+    wave.seconds = static_cast<double>(sound.delivered_frames()) / form.rate;
+    return wave;
 }
 
 std::vector<Wave> measure_tracks(const std::string& file) {
@@ -114,48 +90,93 @@ std::vector<Wave> measure_tracks(const std::string& file) {
     for (int track = 0; track < source.file_param("naudio"); ++track) {
         const SoundForm form = form_of(source, track);
         if (form.channels > 0 && form.rate > 0)
-            waves.push_back(measure(file, track, form));
+            waves.push_back(measure(source, track, form));
     }
     if (waves.empty())
         throw Failure(file, "has no sound that can be decoded");
     return waves;
 }
 
-Peak peak_of_column(const Wave& wave, int column, int columns) {
-    const std::size_t count = wave.peaks.size();
-    const std::size_t first = count * static_cast<std::size_t>(column) / static_cast<std::size_t>(columns);
-    const std::size_t end = count * static_cast<std::size_t>(column + 1) / static_cast<std::size_t>(columns);
-    Peak peak;
-    for (std::size_t index = first; index < std::max(end, first + 1) && index < count; ++index)
-        peak.take(wave.peaks[index]);
-    return peak;
+// ---- drawing ----
+
+std::string decibel_text(double amplitude) {
+    if (amplitude <= 0)
+        return "silent";
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f dB", decibels(amplitude));
+    return text;
 }
 
-int row_of(int value) {
-    return kWaveHeight / 2 - value * (kWaveHeight / 2 - 1) / 32768;
+int channel_height() {
+    return label_height() + kBandHeight + kMargin;
+}
+int track_height(const Wave& wave) {
+    return label_height() + static_cast<int>(wave.channels.size()) * channel_height() + kTick + label_height() +
+           kMargin;
+}
+
+// Rows of the band that an amplitude reaches from its axis.
+int rows_of(double amplitude) {
+    return static_cast<int>(std::clamp(amplitude, 0.0, 1.0) * (kBandHeight / 2));
+}
+
+// The span of a column's samples, and within it the power: what one sees of a sound and what one hears.
+void draw_column(Picture& picture, int column, int axis, const Level& level) {
+    const int above = rows_of(level.high);
+    const int power = rows_of(level.rms());
+    picture.fill(column, axis - above, 1, above + rows_of(-level.low) + 1, kPeak);
+    picture.fill(column, axis - power, 1, 2 * power + 1, kPower);
+}
+
+void draw_channel(Picture& picture, int top, int number, const LevelMeter& meter) {
+    const Level whole = meter.whole();
+    const int columns = picture.width() - 2 * kMargin;
+    const std::string text = "channel " + std::to_string(number) + ": peak " + decibel_text(whole.peak()) + ", power " +
+                             decibel_text(whole.rms());
+    draw_label(picture, kMargin, top, drawable(text, columns), kText);
+    const int axis = top + label_height() + kBandHeight / 2;
+    picture.fill(kMargin, axis, columns, 1, kAxis);
+    for (int column = 0; column < columns; ++column)
+        draw_column(picture, kMargin + column, axis, meter.part(column, columns));
+}
+
+void draw_time_axis(Picture& picture, int top, double seconds) {
+    const int columns = picture.width() - 2 * kMargin;
+    picture.fill(kMargin, top, columns, 1, kAxis);
+    for (const TimeMark& mark : time_marks(seconds, columns / kRoomOfMark + 1)) {
+        const int place = seconds > 0 ? static_cast<int>(mark.seconds / seconds * (columns - 1)) : 0;
+        picture.fill(kMargin + place, top, 1, kTick, kText);
+        const int width = label_width(mark.text);
+        draw_label(picture,
+                   std::clamp(kMargin + place - width / 2, kMargin / 2, std::max(picture.width() - width, kMargin / 2)),
+                   top + kTick, mark.text, kText);
+    }
 }
 
 void draw_wave(Picture& picture, int top, const Wave& wave) {
-    const int columns = picture.width() - 2 * kMargin;
-    draw_label(picture, kMargin, top, wave.title, kText);
-    const int base = top + label_height();
-    picture.fill(kMargin, base + kWaveHeight / 2, columns, 1, kAxis);
-    for (int column = 0; column < columns; ++column) {
-        const Peak peak = peak_of_column(wave, column, columns);
-        const int first = row_of(peak.high);
-        picture.fill(kMargin + column, base + first, 1, row_of(peak.low) - first + 1, kWave);
+    draw_label(picture, kMargin, top, drawable(wave.title, picture.width() - 2 * kMargin), kText);
+    top += label_height();
+    int number = 0;
+    for (const LevelMeter& channel : wave.channels) {
+        draw_channel(picture, top, number++, channel);
+        top += channel_height();
     }
+    draw_time_axis(picture, top, wave.seconds);
 }
 
 void wave(const WaveOptions& options) {
     require_other_file(options.file, options.out);
     const std::vector<Wave> waves = measure_tracks(options.file);
-    const int band = label_height() + kWaveHeight + kMargin;
-    Picture picture(options.width, kMargin + static_cast<int>(waves.size()) * band, kBackground);
-    int top = kMargin;
+    int height = label_height() + 2 * kMargin;
+    for (const Wave& one : waves)
+        height += track_height(one);
+    Picture picture(options.width, std::min(height, kMostPictureRows), kBackground);
+    draw_label(picture, kMargin, kMargin,
+               drawable(utf8_of(path_of(options.file).filename()), picture.width() - 2 * kMargin), kText);
+    int top = label_height() + 2 * kMargin;
     for (const Wave& one : waves) {
         draw_wave(picture, top, one);
-        top += band;
+        top += track_height(one);
     }
     write_png(options.out, picture);
 }
@@ -163,7 +184,7 @@ void wave(const WaveOptions& options) {
 }  // namespace
 
 void add_wave(CLI::App& app) {
-    CLI::App* verb = app.add_subcommand("wave", "Draw the waveform of every track into a PNG file");
+    CLI::App* verb = app.add_subcommand("wave", "Draw peak and power of every channel over time into a PNG file");
     auto options = std::make_shared<WaveOptions>();
     verb->add_option("FILE", options->file, "The file to read")->required();
     verb->add_option("--out", options->out, "The PNG file to write")->required();

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "core/handle/counted_pictures.h"
 #include "ffmpeg/ffmpeg.h"
@@ -11,6 +12,9 @@
 namespace qmio {
 
 inline constexpr int kNoFrame = -1;
+
+// What the count of frames goes by. The numbers are those of the interface (QMIO_FRAMES_...).
+enum class FrameCountOrigin : int32_t { unknown = 0, computed = 1, told = 2, counted = 3 };
 
 struct Video {
     AVStream* stream = nullptr;  // owned by the container
@@ -27,6 +31,9 @@ struct Video {
     AVRational frame_rate{0, 1};
     int64_t start_time_us = 0;
     int32_t frame_count = 0;
+    FrameCountOrigin frame_count_origin = FrameCountOrigin::unknown;
+    std::string gop_time_code;      // of the first picture, where the stream has time codes of its own
+    int32_t gop_frame = 0;          // the number that this picture has
     int32_t want_frame = 0;         // number of the next frame to deliver or to encode
     int32_t have_frame = kNoFrame;  // number of the picture held
     int32_t number_shift = 0;       // numbers of frames less what their times say: a demuxer may have lost the time

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "core/text/cut.h"
+#include "core/text/bounded_text.h"
 
 namespace qmio {
 

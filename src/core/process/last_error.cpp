@@ -5,7 +5,7 @@
 #include <mutex>
 #include <string>
 
-#include "core/text/cut.h"
+#include "core/text/bounded_text.h"
 #include "platform/never_destroyed.h"
 #include "platform/static_mutex.h"
 #include "qmio.h"
