@@ -35,7 +35,7 @@ bool can_be_opened_again(const Request& request, const Container& owner) {
     if (has_prefix(request.name.c_str(), "dshow:") || owner.format_ctx == nullptr)
         return false;
     const AVFormatContext& context = *owner.format_ctx;
-    if (context.pb == nullptr || ffmpeg::is_network_url(plain_url(request.name)))
+    if (context.pb == nullptr || ffmpeg::is_network_url(plain_url(request)))
         return true;
     return (context.pb->seekable & AVIO_SEEKABLE_NORMAL) != 0;
 }
