@@ -20,6 +20,7 @@ struct FramesOptions {
     std::string file;
     std::vector<int> numbers;
     std::string folder = ".";
+    std::string opening;
 };
 
 void make_folder(const std::string& folder) {
@@ -58,7 +59,7 @@ std::vector<int> write_frames(Source& source, const FramesOptions& options) {
 }
 
 void frames(const FramesOptions& options) {
-    Source source(options.file);
+    Source source(options.file, options.opening);
     source.require_pictures();
     make_folder(options.folder);
     const std::vector<int> missing = write_frames(source, options);
@@ -78,6 +79,7 @@ void add_frames(CLI::App& app) {
         ->delimiter(',')
         ->check(CLI::NonNegativeNumber);
     verb->add_option("--out", options->folder, "Folder for frame-NNNNNN.png, made when missing")->capture_default_str();
+    verb->add_option("--options", options->opening, kOpeningOptions);
     verb->callback([options] { frames(*options); });
 }
 

@@ -53,6 +53,9 @@ Source::Source(const std::string& name, const wchar_t* options) : name_(name), h
         qmio_set_dst_fmt(handle(), AV_PIX_FMT_RGBA);
 }
 
+Source::Source(const std::string& name, const std::string& options)
+    : Source(name, options.empty() ? nullptr : wide_of(options).c_str()) {}
+
 int64_t Source::file_param(const char* key) const {
     return qmio_get_file_param(handle(), key);
 }
