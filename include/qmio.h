@@ -22,7 +22,8 @@
  * Frame numbers
  *   Frames are numbered from 0 by their timestamps and the frame rate: number n is shown n frame periods after the
  *   stream's start. In a source of constant rate that is the order in which reading delivers them. Where frames are
- *   missing or last longer, numbers are left out; seeking to such a number gives the next frame that there is.
+ *   missing or last longer, numbers are left out; seeking to such a number gives the next frame that there is. A source
+ *   that is opened with the option "count=1" has its frames numbered in the order in which they are shown, without gaps.
  *
  * Pixel formats
  *   A pixel format is a number of this interface: the values of the AV_PIX_FMT_ constants below and of qmio_fmtid,
@@ -210,7 +211,8 @@ QMIO_API int qmio_print(MediaHandle* h, const char* what);
  * options   key=value pairs for FFmpeg's demuxer, its protocol ("user_agent", "headers") and its video decoder,
  *           separated by commas ("threads=1,probesize=1M"), or null. Keys that none of them knows are ignored. The
  *           default is threads=0: one per processor. A decoder that would give wrong pictures after a seek with a
- *           picture per thread (Theora's) does not work so, not with thread_type=frame either. A wide string holds at
+ *           picture per thread (Theora's) does not work so, not with thread_type=frame either. The library's own options,
+ *           "count", "matrix", "rotate" and others, stand at the end of this file. A wide string holds at
  *           most 4,095 bytes as ANSI text; with a longer one nothing is opened.
  *
  * Returns the handle, or null; qmio_get_error tells more where a stream has no codec. A source whose audio cannot be
@@ -1027,6 +1029,36 @@ QMIO_API extern int32_t AV_PIX_FMT_NONE, AV_PIX_FMT_RGB32, AV_PIX_FMT_GRAY8, AV_
     AV_PIX_FMT_YUV422P10LE, AV_PIX_FMT_NB, AV_PIX_FMT_0RGB, AV_PIX_FMT_ABGR, AV_PIX_FMT_0BGR, AV_PIX_FMT_RGB0,
     AV_PIX_FMT_BGR0;
 #endif
+
+/* ---- Options of opening that are the library's own -------------------------------------------------------------- */
+
+/*
+ * They stand among the others in the options of the open functions and are not handed to FFmpeg. Of a key that stands
+ * there twice the last one counts; with a value that the key cannot have nothing is opened.
+ *
+ *   count=1      The video's packets are read once before the open function returns, without decoding, which takes about
+ *                as long as a loop that only reads them. Then the pictures are numbered in the order in which they are
+ *                shown: "frames" of qmio_get_file_param and the count of qmio_get_time_param "video" are exact, frame n is
+ *                the n-th picture of reading in order, whatever its time, and qmio_seek_frame reaches each, also in files
+ *                that tell neither times nor length: bare H.264 or HEVC, Matroska and WebM that were recorded live, some
+ *                ASF. A file whose demuxer cannot be positioned is read from its start at every seek.
+ *                Packets that bring no picture do not count: hidden and discarded ones, second fields, what cannot be
+ *                decoded at the start of a stream that was cut. A packet too damaged to be decoded does: its number gives
+ *                the picture behind it. Times stay as they are; qmio_fifo_frame and qmio_get_smpte go by the rate.
+ *                Ignored where a source cannot go back (most network streams, pipes, devices, HLS), for pictures in
+ *                files of their own and while another process publishes the frame
+ *                positions of the file. count=0 is the default.
+ *   matrix=file  Pictures in YUV become RGB by the matrix and the range that the file tells of each. What it does not tell
+ *                stays as by default: BT.601 and, but for formats that are full by themselves (YUVJ), limited range, which
+ *                makes the colours of an untold BT.709 slightly wrong. What is delivered as YUV or gray is as in the file.
+ *                matrix=default is the default.
+ *   rotate=1     Pictures are delivered upright, as the display matrix of the video stream tells: turned by 0, 90, 180 or
+ *                270 degrees, the nearest of these for other angles, and mirrored where it says so. "width" and "height",
+ *                "par", "sar" and "dar" are those of the upright picture. Formats in which pixels of a row share their
+ *                colours (4:2:2) are turned by 90 degrees with a colour for each. Packets, the decoder and remuxing are
+ *                as they were. rotate=0 is the default.
+ */
+
 
 /* ---- Additions: why calls fail, UTF-8, cancelled opens, finishing, messages ------------------------------------- */
 

@@ -48,6 +48,7 @@ class PacketPictures {
     int length_bytes_ = 0;  // before each unit of H.264 and HEVC; 0: units begin with start codes
     CodecContextPtr context_;
     ParserPtr parser_;
+    bool frames_only_ = false;   // H.264: nothing but its times tells the order of whole frames
     int64_t sequence_ = 0;       // of pictures that are counted from one key picture on
     int field_ = 0;              // parity of the field before that has no second one yet
     bool closed_group_ = false;  // MPEG-1 and 2: what follows the last key packet does not refer to what lies before it

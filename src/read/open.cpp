@@ -107,7 +107,8 @@ MediaHandle* open_request(const Request& request) {
     std::optional<OwnOptions> own = own_options(request.options);
     if (!own)
         return nullptr;
-    const Request for_ffmpeg{request.name, request.block, without_own(request.options), request.code_page, request.bytes};
+    const Request for_ffmpeg{request.name, request.block, without_own(request.options), request.code_page,
+                             request.bytes};
     bool uncounted = false;
     HalfBuiltHandle handle = open_once(for_ffmpeg, *own, started, uncounted);
     if (handle != nullptr && uncounted) {

@@ -33,14 +33,13 @@ struct AudioOptions {
 struct Held {
     std::string encoder;
     std::string samples;  // the format in which it takes them
-    int bytes;            // of one of them in the file
 };
 
 const std::map<std::string, Held>& formats() {
-    static const std::map<std::string, Held> formats = {
-        {"u8", {"pcm_u8", "u8", 1}},      {"s16", {"pcm_s16le", "s16", 2}}, {"s24", {"pcm_s24le", "s32", 3}},
-        {"s32", {"pcm_s32le", "s32", 4}}, {"s64", {"pcm_s64le", "s64", 8}}, {"flt", {"pcm_f32le", "flt", 4}},
-        {"dbl", {"pcm_f64le", "dbl", 8}}};
+    static const std::map<std::string, Held> formats = {{"u8", {"pcm_u8", "u8"}},      {"s16", {"pcm_s16le", "s16"}},
+                                                        {"s24", {"pcm_s24le", "s32"}}, {"s32", {"pcm_s32le", "s32"}},
+                                                        {"s64", {"pcm_s64le", "s64"}}, {"flt", {"pcm_f32le", "flt"}},
+                                                        {"dbl", {"pcm_f64le", "dbl"}}};
     return formats;
 }
 
@@ -87,7 +86,7 @@ Sound::Piece within(const Sound& sound, const Sound::Piece& piece, const Range& 
 }
 
 // Writes what of the track lies within the range; the frames that were written.
-int64_t copy(Sound& sound, Output& file, const Range& range, int bytes_in_file) {
+int64_t copy(Sound& sound, Output& file, const Range& range) {
     const double end_ms = static_cast<double>(range.end) * 1000 / sound.form().rate;
     const auto total = static_cast<int64_t>(std::min(static_cast<double>(sound.duration_ms()), end_ms));
     Progress progress("audio", total, Unit::milliseconds);
@@ -100,7 +99,6 @@ int64_t copy(Sound& sound, Output& file, const Range& range, int bytes_in_file) 
         if (part.bytes > 0)
             write_samples(file, 0, sound.form(), part.samples, part.bytes);
         const int64_t frames = part.bytes / sound.bytes_per_frame();
-        file.expect(static_cast<int>(frames * sound.form().channels * bytes_in_file));
         written += frames;
         progress.reach(std::min(sound.delivered_ms(), total));
     }
@@ -114,7 +112,7 @@ void audio(const AudioOptions& options) {
     const Held& held = formats().at(options.format);
     Sound sound(options.file, options.track, {options.channels, options.rate, sample_format_code(held.samples)});
     Output file(options.out, output_options(options));
-    if (copy(sound, file, range, held.bytes) == 0 && range.first > 0)
+    if (copy(sound, file, range) == 0 && range.first > 0)
         throw Failure(options.file,
                       "the sound of the track ends before the start, at " + time_text(sound.delivered_ms() * 1000));
     file.close();

@@ -22,6 +22,7 @@ struct FramesOptions {
     std::string file;
     std::string numbers;
     std::string folder = ".";
+    std::string opening;
 };
 
 // Nothing when the text is no list of numbers from 0 on, separated by commas.
@@ -78,7 +79,7 @@ std::vector<int> write_frames(Source& source, const FramesOptions& options, cons
 }
 
 void frames(const FramesOptions& options) {
-    Source source(options.file);
+    Source source(options.file, options.opening);
     source.require_pictures();
     make_folder(options.folder);
     const std::vector<int> missing = write_frames(source, options, parse_numbers(options.numbers).value());
@@ -97,6 +98,7 @@ void add_frames(CLI::App& app) {
         ->required()
         ->check(CLI::Validator(complain_of_numbers, "NUMBER,..."));
     verb->add_option("--out", options->folder, "Folder for frame-NNNNNN.png, made when missing")->capture_default_str();
+    verb->add_option("--options", options->opening, kOpeningOptions);
     verb->callback([options] { frames(*options); });
 }
 

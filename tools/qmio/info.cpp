@@ -159,10 +159,11 @@ void print_audio(const Source& source) {
 struct InfoOptions {
     std::string file;
     bool json = false;
+    std::string opening;
 };
 
 void info(const InfoOptions& options) {
-    const Source source(options.file);
+    const Source source(options.file, options.opening);
     if (options.json)
         return print_json(source, std::cout);
     std::cout << options.file << '\n';
@@ -178,6 +179,7 @@ void add_info(CLI::App& app) {
     auto options = std::make_shared<InfoOptions>();
     verb->add_option("FILE", options->file, "The file to look at")->required();
     verb->add_flag("--json", options->json, "The same and all tags as JSON, described in docs/info-json.md");
+    verb->add_option("--options", options->opening, kOpeningOptions);
     verb->callback([options] { info(*options); });
 }
 

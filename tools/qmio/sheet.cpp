@@ -28,6 +28,7 @@ struct SheetOptions {
     std::string out;
     int count = 16;
     int columns = 4;
+    std::string opening;
 };
 
 struct Size {
@@ -111,7 +112,8 @@ int draw_cells(Picture& sheet, const Grid& grid, Source& source, int frames) {
 
 void sheet(const SheetOptions& options) {
     require_other_file(options.file, options.out);
-    Source source(options.file);
+    // Options that are given twice count as they were given last.
+    Source source(options.file, "rotate=1," + options.opening);
     source.require_pictures();
     const int frames = frames_to_spread(source, options);
     const Grid grid = make_grid(source, frames, options);
@@ -132,6 +134,7 @@ void add_sheet(CLI::App& app) {
     verb->add_option("--out", options->out, "The PNG file to write")->required();
     verb->add_option("--count", options->count, "Number of frames")->check(CLI::Range(1, 1000))->capture_default_str();
     verb->add_option("--columns", options->columns, "Frames per row")->check(CLI::Range(1, 100))->capture_default_str();
+    verb->add_option("--options", options->opening, kOpeningOptions);
     verb->callback([options] { sheet(*options); });
 }
 

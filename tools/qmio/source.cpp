@@ -7,16 +7,16 @@ namespace host {
 
 namespace {
 
-MediaHandle* open(const std::string& name, const char* options) {
+MediaHandle* open(const std::string& name, const std::string& options) {
     // Such a name is not a text but a block of the caller's memory, which a command line has not got.
     if (has_prefix(name, "mem:"))
         throw Failure(name, "memory cannot be named on a command line");
-    return qmio_open_u8(name.c_str(), options);
+    return qmio_open_u8(name.c_str(), options.c_str());
 }
 
 }  // namespace
 
-Source::Source(const std::string& name, const char* options) : name_(name), handle_(open(name, options)) {
+Source::Source(const std::string& name, const std::string& options) : name_(name), handle_(open(name, options)) {
     if (handle_ == nullptr)
         throw failure_of_library(name, "cannot be opened");
     if (has_video())

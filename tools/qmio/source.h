@@ -12,11 +12,15 @@
 
 namespace host {
 
+// What verbs say of the options that they open a file with.
+inline constexpr const char* kOpeningOptions =
+    "Options of opening, as \"count=1,rotate=1\": the library's own, the demuxer's and the decoder's";
+
 class Source {
   public:
-    // Opens the file or address `name` (UTF-8) with options of the library, null for none. Throws a Failure that says
+    // Opens the file or address `name` (UTF-8) with options of the library. Throws a Failure that says
     // why it cannot be opened.
-    explicit Source(const std::string& name, const char* options = nullptr);
+    explicit Source(const std::string& name, const std::string& options = {});
 
     const std::string& name() const { return name_; }
     MediaHandle* handle() const { return handle_.get(); }

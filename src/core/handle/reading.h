@@ -47,7 +47,7 @@ struct Reading {
     bool no_seek = false;            // the container refused a seek: there are no more
     std::shared_ptr<const Request> request;             // what the source was opened by
     std::shared_ptr<read::PositionedSound> positioned;  // sound that was asked for by position; null: none yet
-    int64_t seek_position = 0;       // last seek target in microseconds; 0 after a failed seek
+    int64_t seek_position = 0;                          // last seek target in microseconds; 0 after a failed seek
 };
 
 }  // namespace qmio
