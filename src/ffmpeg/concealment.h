@@ -1,8 +1,9 @@
 // Whether a decoder has made up parts of pictures for damaged data.
 //
 // A picture's own marks do not tell it where several are decoded at once: the marks are copied when a picture is put in
-// line for delivery, and its data may be decoded after that, as chance has it. What FFmpeg says when it conceals is said
-// before the picture is delivered, so the log's callback hands it on to here.
+// line for delivery, and its data may be decoded after that, as chance has it. Nor do pictures that refer to a damaged one
+// that is shown later. What FFmpeg says when it conceals is said before any of them is delivered, so the log's callback
+// hands it on to here.
 #pragma once
 
 #include <atomic>

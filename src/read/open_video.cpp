@@ -161,7 +161,10 @@ void renew_decoder(Source& source) {
     ffmpeg::CodecContextPtr codec = video.stream != nullptr ? make_stream_codec(*video.stream) : nullptr;
     ffmpeg::Dictionary options = reading.decoder_options.copy();
     options.set("threads", "1");
-    if (codec == nullptr || open_codec(*codec, *video.coder, &options) < 0)
+    if (codec == nullptr)
+        return;
+    reading.concealment.watch(*codec);
+    if (open_codec(*codec, *video.coder, &options) < 0)
         return;
     reading.decoder.flush();
     reading.decoder.attach(codec.get());

@@ -24,8 +24,7 @@ PendingSeek::PendingSeek(int32_t target, Landing landing, KnownDamage& known)
       aims_at_goal_(landing == Landing::any_packet),
       by_time_(landing == Landing::any_packet || landing == Landing::nowhere),
       must_land_(landing == Landing::nowhere),
-      at_start_(landing == Landing::start),
-      careful_(known.noticed) {
+      at_start_(landing == Landing::start) {
     note_landing();
 }
 
@@ -42,7 +41,7 @@ PendingSeek::Verdict PendingSeek::judge_packet(int32_t number, bool key) {
 }
 
 bool PendingSeek::may_leave_out(int32_t number) const {
-    return !careful_ && number < target_ - 1;
+    return !known_.noticed && number < target_ - 1;
 }
 
 PendingSeek::Verdict PendingSeek::judge_picture(const Passed& picture) {
@@ -73,15 +72,15 @@ PendingSeek::Verdict PendingSeek::judge_broken_packet() {
     return begun_ && damage_counts() ? give_up_damaged() : Verdict::go_on;
 }
 
-// Not where all before it was decoded as reading in order does it: from the start on, or so much of it that the rest
-// does not matter.
+// Not where all before it was decoded as reading in order does it, by a decoder that knows nothing else: from the start
+// on, or so much of it that the rest does not matter.
 bool PendingSeek::damage_counts() const {
-    if (!careful_)
+    if (!begun_again_)
         return true;
     if (at_start_ || passed_ >= kEnoughPassed)
         return false;
     const std::vector<int32_t>& passed = known_.passed_from_start;
-    return !begins_earlier() || std::find(passed.begin(), passed.end(), first_key_) == passed.end();
+    return std::find(passed.begin(), passed.end(), first_key_) == passed.end();
 }
 
 PendingSeek::Verdict PendingSeek::give_up_damaged() {
@@ -91,7 +90,7 @@ PendingSeek::Verdict PendingSeek::give_up_damaged() {
 
 void PendingSeek::begin_again() {
     known_.noticed = true;
-    careful_ = true;
+    begun_again_ = true;
     if (begins_earlier())
         known_.passed_from_start.push_back(first_key_);
     goal_ = begins_earlier() || at_start_ ? 0 : first_key_ - kFurtherBack;

@@ -71,7 +71,7 @@ class PendingSeek {
     // About a packet that gave nothing but an error.
     Verdict judge_broken_packet();
 
-    // True when the way is given up because of damage. It begins again with care, which means one thread.
+    // True when the way is given up because of damage. It begins again with a new decoder.
     bool met_damage() const { return damaged_; }
     void begin_again();
 
@@ -93,8 +93,8 @@ class PendingSeek {
     bool aims_at_goal_;      // the next landing aims at the goal, as no key packet before it was looked for yet
     bool by_time_;
     bool must_land_;
-    bool at_start_;  // nothing lies before: what comes out is what sequential reading gives
-    bool careful_;   // nothing is left out, and one thread decodes: what damage does depends on both
+    bool at_start_;             // nothing lies before: what comes out is what sequential reading gives
+    bool begun_again_ = false;  // because of damage: by a new decoder on one thread
     // Since the landing:
     bool need_key_ = true;  // no key packet was read
     int32_t times_told_ = 0;

@@ -80,7 +80,7 @@ TEST(BackgroundReader, ASourceWithoutVideoHas25FramesASecond) {
 
 // A transport stream whose sound begins long after it was opened.
 std::filesystem::path made_with_late_sound(const TempDir& folder) {
-    constexpr int kPictures = 200;
+    constexpr int kPictures = 450;
     const std::string film = "fmt=mpegts,vcodec=mpeg2video,pix_fmt=yuv420p,size=320x240,r=25,g=12,b:v=2M";
     Bytes bytes;
     for (const char* sound_options : {"", ",acodec=mp2,ac=1,ar=48000,afmt=s16"}) {
@@ -109,16 +109,20 @@ TEST(BackgroundReader, StreamsThatComeWhileItReadsDoNotDisturbTheHost) {
     ASSERT_TRUE(media);
     ASSERT_EQ(media->container.format_ctx->nb_streams, 1U);
     const Record packet(qmio_pkt_alloc());
+    const auto ask = [&] {
+        pkt_time_info times;
+        qmio_time_param record;
+        qmio_pkt_time(media.get(), packet.get(), &times);
+        EXPECT_EQ(times.time_base_den, 90000);
+        qmio_get_time_param(media.get(), "packet", &record);
+        file_param(media, "start");
+    };
     qmio_fifo_ts(media.get(), 0, -1, 0, -1, 1);
-    pkt_time_info times;
-    qmio_time_param record;
-    for (int kind = 0; (kind = qmio_get_frame(media.get())) >= 0; qmio_release_frame(media.get()))
-        for (int call = 0; call < 50; ++call) {
-            qmio_pkt_time(media.get(), packet.get(), &times);
-            EXPECT_EQ(times.time_base_den, 90000);
-            qmio_get_time_param(media.get(), "packet", &record);
-            file_param(media, "start");
-        }
+    // Nothing that is taken from the queue tells the thread sanitizer who came first.
+    for (int call = 0; call < 5000; ++call)
+        ask();
+    while (qmio_get_frame(media.get()) >= 0)
+        ask();
     EXPECT_EQ(media->container.format_ctx->nb_streams, 2U) << "no stream came";
 }
 

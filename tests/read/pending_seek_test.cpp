@@ -93,11 +93,15 @@ TEST_F(SeekPending, ADamagedWayIsBegunAgainWholeAndFurtherBack) {
     EXPECT_EQ(pending.judge_packet(15, true), Verdict::reached);
 }
 
-TEST_F(SeekPending, DamageBehindManyPicturesDoesNotCountOnOneThread) {
-    damage_.noticed = true;
+TEST_F(SeekPending, DamageBehindManyPicturesOfANewDecoderDoesNotCount) {
     PendingSeek pending(100, Landing::key_packet, damage_);
-    pending.judge_packet(50, true);
-    for (int32_t picture = 50; picture < 90; ++picture)
+    pending.judge_packet(40, true);
+    for (int32_t picture = 40; picture < 90; ++picture)
+        EXPECT_EQ(pending.judge_picture({picture}), Verdict::go_on);
+    EXPECT_EQ(pending.judge_picture(kDamaged), Verdict::step_back) << "the decoder was used before";
+    pending.begin_again();
+    pending.earlier_landing(1000);
+    for (int32_t picture = 30; picture < 70; ++picture)
         EXPECT_EQ(pending.judge_picture({picture}), Verdict::go_on);
     EXPECT_EQ(pending.judge_picture(kDamaged), Verdict::go_on);
     EXPECT_EQ(pending.judge_broken_packet(), Verdict::go_on);
@@ -130,7 +134,6 @@ TEST_F(SeekPending, ADamagedWayFromTheStartIsBegunAgainThereOnce) {
     EXPECT_FALSE(pending.needs_key());
     EXPECT_EQ(pending.judge_broken_packet(), Verdict::go_on);
     EXPECT_EQ(pending.judge_picture({100, true, true}), Verdict::reached);
-    EXPECT_EQ(PendingSeek(100, Landing::start, damage_).judge_picture(kDamaged), Verdict::go_on);
 }
 
 TEST_F(SeekPending, PicturesThatReferToOthersCountFromTheFirstThatIsWholeOn) {
