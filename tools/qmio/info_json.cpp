@@ -11,6 +11,7 @@ constexpr const char* kTexts[] = {"ver",   "build",  "fmt", "fdescr", "ofmt",   
                                   "codec", "cdescr", "pix", "pdescr", "acodec", "acdescr"};
 constexpr const char* kNumbers[] = {"check",
                                     "error",
+                                    "write_error",
                                     "nvideo",
                                     "naudio",
                                     "video",
