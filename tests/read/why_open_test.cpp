@@ -183,8 +183,10 @@ TEST(FailedReading, IsNotTheEndOfASource) {
 TEST(FailedReading, OfADamagedPacketTellsTheDecodersError) {
     const TempDir folder;
     Bytes film = read_bytes(media_path("mjpeg.avi"));
-    // Every picture's own start marker.
-    ASSERT_GT(replace_bytes(film, "\xFF\xD8\xFF", std::string(3, 0)), 0);
+    // Without its start marker no picture is one.
+    for (std::size_t at = 0; at + 1 < film.size(); ++at)
+        if (film[at] == 0xFF && film[at + 1] == 0xD8)
+            film[at + 1] = 0;
     write_bytes(folder / "film.avi", film);
     const Media media(open(utf8(folder / "film.avi")));
     ASSERT_TRUE(media);
