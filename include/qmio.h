@@ -31,9 +31,9 @@
  *   0x10000 + FFmpeg's own.
  *
  * Errors
- *   Functions return what happened and never throw or stop the process. FFmpeg's error messages go to standard
- *   error and to the log file; the configuration file beside the library chooses how much of them, and which of the
- *   library's own trace lines.
+ *   Functions return what happened and never throw or stop the process; qmio_why tells why one has failed. FFmpeg's
+ *   error messages go to standard error and to the log file, or to the host (qmio_set_log); the configuration file
+ *   beside the library chooses how much of them, and which of the library's own trace lines.
  *
  * Memory
  *   Buffers for pictures are the caller's. Nothing outside the size that a function asks for is written.

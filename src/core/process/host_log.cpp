@@ -21,24 +21,18 @@ namespace {
 struct HostLog {
     qmio_log_callback callback;
     void* opaque;
-    int32_t level;
     std::atomic<int> running{0};  // calls in progress
 };
 
 struct Current {
     platform::StaticMutex mutex;
-    std::shared_ptr<HostLog> log;     // null: console and file
-    std::atomic<bool> is_set{false};  // spares the mutex where there is none
+    std::shared_ptr<HostLog> log;  // null: console and file
+    // The same for messages that nobody gets, which most of FFmpeg's are: they take no mutex.
+    std::atomic<bool> is_set{false};
+    std::atomic<int32_t> level{0};
 };
 
 constinit platform::NeverDestroyed<Current> current;
-
-std::shared_ptr<HostLog> current_log() {
-    if (!current.value.is_set.load(std::memory_order_acquire))
-        return nullptr;
-    const std::lock_guard lock(current.value.mutex);
-    return current.value.log;
-}
 
 // Counts the call in before the log can be replaced, so that who replaces it waits for it.
 std::shared_ptr<HostLog> begin_call() {
@@ -60,8 +54,9 @@ void call(HostLog& log, ThreadRecord& record, int level, std::string_view messag
     --record.log_callbacks;
 }
 
-std::shared_ptr<HostLog> exchange(std::shared_ptr<HostLog> log) {
+std::shared_ptr<HostLog> exchange(std::shared_ptr<HostLog> log, int level) {
     const std::lock_guard lock(current.value.mutex);
+    current.value.level.store(level, std::memory_order_release);
     current.value.is_set.store(log != nullptr, std::memory_order_release);
     return std::exchange(current.value.log, std::move(log));
 }
@@ -69,8 +64,8 @@ std::shared_ptr<HostLog> exchange(std::shared_ptr<HostLog> log) {
 }  // namespace
 
 int32_t log_level() noexcept {
-    const std::shared_ptr<HostLog> log = current_log();
-    return log != nullptr ? log->level : settings().log_level;
+    return current.value.is_set.load(std::memory_order_acquire) ? current.value.level.load(std::memory_order_acquire)
+                                                                : settings().log_level;
 }
 
 bool tell_host(int level, std::string_view message) noexcept {
@@ -95,11 +90,11 @@ bool set_host_log(qmio_log_callback callback, void* opaque, int level) noexcept 
     std::shared_ptr<HostLog> log;
     try {
         if (callback != nullptr)
-            log.reset(new HostLog{callback, opaque, level});
+            log.reset(new HostLog{callback, opaque});
     } catch (...) {
         return false;
     }
-    const std::shared_ptr<HostLog> before = exchange(std::move(log));
+    const std::shared_ptr<HostLog> before = exchange(std::move(log), level);
     // Some of FFmpeg's libraries ask for the level before they make a message at all.
     if (callback != nullptr || before != nullptr)
         av_log_set_level(callback != nullptr ? level : settings().log_level);
