@@ -24,7 +24,7 @@ class Bits {
     unsigned take(unsigned count) {
         unsigned value = 0;
         for (; count > 0; --count, ++at_)
-            value = value << 1 | (at_ / 8 < bytes_.size() ? bytes_[at_ / 8] >> (7 - at_ % 8) & 1U : 0U);
+            value = value << 1 | bit();
         return value;
     }
 
@@ -42,6 +42,11 @@ class Bits {
     }
 
   private:
+    unsigned bit() const {
+        const unsigned byte = at_ / 8 < bytes_.size() ? bytes_[at_ / 8] : 0U;
+        return byte >> (7 - at_ % 8) & 1U;
+    }
+
     std::vector<uint8_t> bytes_;
     std::size_t at_ = 0;
 };

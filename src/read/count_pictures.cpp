@@ -99,6 +99,7 @@ bool count_pictures(MediaHandle& handle) {
     if (pictures->count() > 0) {
         video.frame_count = pictures->count();
         video.counted = std::move(pictures);
+        video.frame_count_origin = FrameCountOrigin::counted;
     }
     return go_back(handle);
 }

@@ -14,7 +14,7 @@ namespace {
 using namespace qmio::test;
 using namespace std::chrono_literals;
 
-constexpr const char* kOwnKeys[] = {"cancel", "open_timeout"};
+constexpr const char* kOwnKeys[] = {"cancel", "open_timeout", "count", "matrix", "rotate"};
 
 OwnOptions own(const char* text) {
     return own_options(Options(text)).value();
@@ -36,6 +36,16 @@ TEST(OwnOptions, AreReadAmongTheOthers) {
     EXPECT_EQ(own("open_timeout=0").open_timeout, 0s);
 }
 
+TEST(OwnOptions, MaySwitchWhatAnOpenDoes) {
+    EXPECT_FALSE(own("").count || own("").told_colours || own("").upright);
+    EXPECT_TRUE(own("count=1").count);
+    EXPECT_FALSE(own("count=1,count=0").count);
+    EXPECT_TRUE(own("matrix=file").told_colours);
+    EXPECT_FALSE(own("matrix=default").told_colours);
+    EXPECT_TRUE(own("threads=1,rotate=1").upright);
+    EXPECT_FALSE(own("rotate=1,rotate=0").upright);
+}
+
 TEST(OwnOptions, OfAKeyThatStandsThereTwiceAreTheLast) {
     EXPECT_EQ(own("cancel=1,cancel=2").cancel, 2);
 }
@@ -46,9 +56,12 @@ TEST(OwnOptions, MayBeAsLongOrShortAsTheyLike) {
 }
 
 TEST(OwnOptions, OfNoSenseAreRefused) {
-    for (const char* text : {"cancel", "cancel=", "cancel=0", "cancel=-3", "cancel=x", "cancel=1x", "cancel=1.5",
-                             "cancel=9223372036854775808", "open_timeout=", "open_timeout=-1", "open_timeout=soon",
-                             "open_timeout=1s", "open_timeout=nan", "open_timeout=inf", "open_timeout=1e999"}) {
+    for (const char* text : {"cancel",           "cancel=",          "cancel=0",           "cancel=-3",
+                             "cancel=x",         "cancel=1x",        "cancel=1.5",         "cancel=9223372036854775808",
+                             "open_timeout=",    "open_timeout=-1",  "open_timeout=soon",  "open_timeout=1s",
+                             "open_timeout=nan", "open_timeout=inf", "open_timeout=1e999", "count=",
+                             "count=2",          "count=yes",        "rotate=90",          "matrix=bt709",
+                             "matrix="}) {
         EXPECT_FALSE(own_options(Options(text))) << text;
         EXPECT_FALSE(open_media(media_path("small_h264_aac.mp4"), text)) << text;
     }

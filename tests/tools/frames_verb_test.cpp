@@ -42,6 +42,16 @@ TEST(FramesVerb, TheFileMayStandBehindTheNumbers) {
     EXPECT_EQ(files_in(folder), 2U);
 }
 
+TEST(FramesVerb, FindsFramesByCountingWhereItsOptionsSaySo) {
+    const TempDir folder;
+    const Arguments arguments{"frames", made("raw.h264"), "--at", "41", "--out", utf8(folder.path())};
+    EXPECT_EQ(run_qmio(arguments).exit_code, 1);
+    Arguments counting = arguments;
+    counting.insert(counting.end(), {"--options", "count=1"});
+    EXPECT_EQ(run_qmio(counting).exit_code, 0);
+    EXPECT_EQ(number_in(read_png(folder / "frame-000041.png")), 41);
+}
+
 TEST(FramesVerb, TheFileHasEveryPixelThatTheLibraryDelivers) {
     const TempDir folder;
     run_qmio({"frames", made("odd_161x121.webm"), "--at", "0", "--out", utf8(folder.path())});
