@@ -238,6 +238,7 @@ TEST_F(TextAbout, CountsOfFramesTellWhereTheyComeFrom) {
     EXPECT_EQ(file_param(open_media(media_path("plain.mp4")), "frames_origin"), QMIO_FRAMES_TOLD);
     EXPECT_EQ(file_param(open_media(media_path("h264.mkv")), "frames_origin"), QMIO_FRAMES_COMPUTED);
     EXPECT_EQ(file_param(open_media(media_path("raw.h264")), "frames_origin"), QMIO_FRAMES_UNKNOWN);
+    EXPECT_EQ(file_param(open_media(media_path("raw.h264").string(), "count=1"), "frames_origin"), QMIO_FRAMES_COUNTED);
     EXPECT_EQ(file_param(open_media(media_path("tone.wav")), "frames_origin"), QMIO_FRAMES_UNKNOWN);
 }
 

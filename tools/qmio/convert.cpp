@@ -56,6 +56,7 @@ OptionList fill_in(const Source& source, const std::string& text) {
 
 std::vector<SoundWriter> open_sounds(const Source& source, Output& output) {
     std::vector<SoundWriter> sounds;
+    sounds.reserve(static_cast<std::size_t>(output.track_count()));
     for (int track = 0; track < output.track_count(); ++track)
         sounds.emplace_back(output, track, source.name(), source_track(source, track));
     return sounds;

@@ -117,7 +117,8 @@ int track_height(const Wave& wave) {
 
 // Rows of the band that an amplitude reaches from its axis.
 int rows_of(double amplitude) {
-    return static_cast<int>(std::clamp(amplitude, 0.0, 1.0) * (kBandHeight / 2));
+    constexpr int half = kBandHeight / 2;
+    return static_cast<int>(std::clamp(amplitude, 0.0, 1.0) * half);
 }
 
 // The span of a column's samples, and within it the power: what one sees of a sound and what one hears.
