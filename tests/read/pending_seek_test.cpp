@@ -80,38 +80,38 @@ TEST_F(SeekPending, PicturesThatOnlyLieOnTheWayMayBeLeftOut) {
 }
 
 TEST_F(SeekPending, ADamagedWayIsBegunAgainWholeAndFurtherBack) {
-    PendingSeek pending(100, Landing::key_packet, damage_);
-    pending.judge_packet(90, true);
+    PendingSeek pending(200, Landing::key_packet, damage_);
+    pending.judge_packet(190, true);
     EXPECT_EQ(pending.judge_picture(kWhole), Verdict::go_on);
     EXPECT_EQ(pending.judge_picture(kDamaged), Verdict::step_back);
     EXPECT_TRUE(pending.met_damage());
     pending.begin_again();
-    EXPECT_EQ(pending.earlier_landing(1000), 34);
+    EXPECT_EQ(pending.earlier_landing(1000), 94);
     EXPECT_FALSE(pending.may_leave_out(0));
-    EXPECT_EQ(pending.judge_packet(35, true), Verdict::step_back) << "too near to the damage";
-    EXPECT_EQ(pending.earlier_landing(1000), 18);
-    EXPECT_EQ(pending.judge_packet(15, true), Verdict::reached);
+    EXPECT_EQ(pending.judge_packet(95, true), Verdict::step_back) << "too near to the damage";
+    EXPECT_EQ(pending.earlier_landing(1000), 78);
+    EXPECT_EQ(pending.judge_packet(75, true), Verdict::reached);
 }
 
 TEST_F(SeekPending, DamageBehindManyPicturesOfANewDecoderDoesNotCount) {
-    PendingSeek pending(100, Landing::key_packet, damage_);
-    pending.judge_packet(40, true);
-    for (int32_t picture = 40; picture < 90; ++picture)
+    PendingSeek pending(200, Landing::key_packet, damage_);
+    pending.judge_packet(100, true);
+    for (int32_t picture = 100; picture < 190; ++picture)
         EXPECT_EQ(pending.judge_picture({picture}), Verdict::go_on);
     EXPECT_EQ(pending.judge_picture(kDamaged), Verdict::step_back) << "the decoder was used before";
     pending.begin_again();
     pending.earlier_landing(1000);
-    for (int32_t picture = 30; picture < 70; ++picture)
+    for (int32_t picture = 4; picture < 84; ++picture)
         EXPECT_EQ(pending.judge_picture({picture}), Verdict::go_on);
     EXPECT_EQ(pending.judge_picture(kDamaged), Verdict::go_on);
     EXPECT_EQ(pending.judge_broken_packet(), Verdict::go_on);
-    EXPECT_EQ(pending.judge_picture({100, true, true}), Verdict::reached);
+    EXPECT_EQ(pending.judge_picture({200, true, true}), Verdict::reached);
 }
 
 // Gives a way with damage in all GOPs up as often as it says; where it landed.
 std::vector<int32_t> landings_of_damage(PendingSeek pending) {
     std::vector<int32_t> aims;
-    for (int32_t key = 90; aims.size() < 10; key = aims.back()) {
+    for (int32_t key = 190; aims.size() < 10; key = aims.back()) {
         pending.judge_packet(key, true);
         if (pending.judge_picture(kWhole) != Verdict::go_on || pending.judge_picture(kDamaged) == Verdict::go_on)
             break;
@@ -122,8 +122,8 @@ std::vector<int32_t> landings_of_damage(PendingSeek pending) {
 }
 
 TEST_F(SeekPending, ForDamageFurtherBackASourceIsReadFromItsStartOnceForAGop) {
-    EXPECT_EQ(landings_of_damage(PendingSeek(100, Landing::key_packet, damage_)), (std::vector<int32_t>{34, 0}));
-    EXPECT_EQ(landings_of_damage(PendingSeek(110, Landing::key_packet, damage_)), (std::vector<int32_t>{34}));
+    EXPECT_EQ(landings_of_damage(PendingSeek(200, Landing::key_packet, damage_)), (std::vector<int32_t>{94, 0}));
+    EXPECT_EQ(landings_of_damage(PendingSeek(210, Landing::key_packet, damage_)), (std::vector<int32_t>{94}));
 }
 
 TEST_F(SeekPending, ADamagedWayFromTheStartIsBegunAgainThereOnce) {
