@@ -180,7 +180,7 @@ void Call::end(bool is_failure) noexcept {
 
 int take(char* buf, int size) noexcept {
     ThreadRecord* const record = existing_thread_record();
-    const std::string_view told = record != nullptr ? record->told.view() : std::string_view();
+    const std::string_view told = record != nullptr ? record->told.view() : "";
     if (buf != nullptr && size > 0) {
         const std::size_t length = fitting_length(told, static_cast<std::size_t>(size) - 1);
         std::memcpy(buf, told.data(), length);
