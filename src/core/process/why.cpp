@@ -180,7 +180,7 @@ void Call::end(bool is_failure) noexcept {
 
 int take(char* buf, int size) noexcept {
     ThreadRecord* const record = existing_thread_record();
-    const std::string_view told = record != nullptr ? record->told.view() : std::string_view();
+    const std::string_view told = record != nullptr ? record->told.view() : "";
     copy_text(told, buf, size);
     if (record == nullptr)
         return 0;
