@@ -1036,8 +1036,8 @@ QMIO_API extern int32_t AV_PIX_FMT_NONE, AV_PIX_FMT_RGB32, AV_PIX_FMT_GRAY8, AV_
  * They stand among the others in the options of the open functions and are not handed to FFmpeg. Of a key that stands
  * there twice the last one counts; with a value that the key cannot have nothing is opened.
  *
- *   count=1      The video's packets are read once before the open function returns, without decoding, which takes about
- *                as long as a loop that only reads them. Then the pictures are numbered in the order in which they are
+ *   count=1      The video's packets are read once before the open function returns (twice where two pictures have the same
+ *                time), without decoding, which takes about as long as a loop that only reads them. Then the pictures are numbered in the order in which they are
  *                shown: "frames" of qmio_get_file_param and the count of qmio_get_time_param "video" are exact, frame n is
  *                the n-th picture of reading in order, whatever its time, and qmio_seek_frame reaches each, also in files
  *                that tell neither times nor length: bare H.264 or HEVC, Matroska and WebM that were recorded live, some

@@ -164,8 +164,9 @@ bool begins_with_key(AVCodecID codec) {
     }
 }
 
-PacketPictures::PacketPictures(const AVStream& stream)
-    : codec_(stream.codecpar->codec_id),
+PacketPictures::PacketPictures(const AVStream& stream, Look look)
+    : look_(look),
+      codec_(stream.codecpar->codec_id),
       macroblocks_((stream.codecpar->width + 15) / 16 * ((stream.codecpar->height + 15) / 16)),
       length_bytes_(length_bytes(*stream.codecpar)) {
     if (!needs_parser(codec_))
@@ -216,9 +217,8 @@ void PacketPictures::look_at_headers(const AVPacket& packet, PacketPicture& pict
     const int unit = first_slice_type(codec_, bytes, length_bytes_);
     if (codec_ == AV_CODEC_ID_HEVC)
         picture.refers_before_key = unit >= kHevcRaslFirst && unit <= kHevcRaslLast;
-    // Parsing every packet costs a tenth of what reading it does. Times tell the order, too.
     const bool may_be_field = codec_ == AV_CODEC_ID_H264 && !frames_only_;
-    if (may_be_field || packet.pts == AV_NOPTS_VALUE)
+    if (look_ == Look::everywhere || may_be_field || packet.pts == AV_NOPTS_VALUE)
         number_by_order_count(packet, unit, picture);
 }
 

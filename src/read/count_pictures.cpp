@@ -13,6 +13,8 @@ namespace qmio::read {
 
 namespace {
 
+using Look = ffmpeg::PacketPictures::Look;
+
 // Other streams are left out while the packets of one are counted, and wanted again afterwards.
 class OneStream {
   public:
@@ -59,10 +61,10 @@ CountedPacket counted(const AVPacket& packet, ffmpeg::PacketPictures& pictures) 
 }
 
 // Reads to the end, or to where the input is damaged beyond reading.
-std::vector<CountedPacket> read_packets(AVFormatContext& context, const AVStream& stream) {
+std::vector<CountedPacket> read_packets(AVFormatContext& context, const AVStream& stream, Look look) {
     std::vector<CountedPacket> packets;
     const OneStream only(context, stream.index);
-    ffmpeg::PacketPictures pictures(stream);
+    ffmpeg::PacketPictures pictures(stream, look);
     const ffmpeg::PacketPtr packet(av_packet_alloc());
     while (packet != nullptr && packets.size() < std::numeric_limits<int32_t>::max() &&
            av_read_frame(&context, packet.get()) >= 0) {
@@ -73,7 +75,7 @@ std::vector<CountedPacket> read_packets(AVFormatContext& context, const AVStream
     return packets;
 }
 
-// As if nothing had been read. Bytes come first: what a demuxer finds by time need not be what comes first.
+// As if nothing had been read.
 bool go_back(MediaHandle& handle) {
     Source source(handle);
     const ffmpeg::StreamClock clock = handle.container.clock;
@@ -92,8 +94,15 @@ bool count_pictures(MediaHandle& handle) {
     if (!is_countable(handle))
         return true;
     Video& video = handle.video;
-    auto pictures = std::make_shared<const CountedPictures>(
-        number_pictures(read_packets(*handle.container.format_ctx, *video.stream), video.stream->codecpar->codec_id));
+    AVFormatContext& context = *handle.container.format_ctx;
+    const AVCodecID codec = video.stream->codecpar->codec_id;
+    std::vector<CountedPacket> packets = read_packets(context, *video.stream, Look::where_needed);
+    if (lacks_order(packets, codec)) {
+        if (!go_back(handle))
+            return false;
+        packets = read_packets(context, *video.stream, Look::everywhere);
+    }
+    auto pictures = std::make_shared<const CountedPictures>(number_pictures(std::move(packets), codec));
     trace(TraceSwitch::open, kOpenTag, L"counted %d pictures, %d by their times\n", pictures->count(),
           video.frame_count);
     if (pictures->count() > 0) {

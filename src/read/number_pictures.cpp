@@ -76,14 +76,22 @@ std::vector<Shown> ordered_by_waiting(const std::vector<CountedPacket>& packets)
     return shown;
 }
 
-std::vector<Shown> in_order(const std::vector<CountedPacket>& packets) {
-    const auto by_pts = [](const CountedPacket& counted) {
+// Some files give two pictures the same time.
+std::optional<std::vector<Shown>> ordered_by_times(const std::vector<CountedPacket>& packets) {
+    return ordered_by(packets, [](const CountedPacket& counted) {
         const int64_t pts = counted.packet.pts;
         return pts != AV_NOPTS_VALUE ? std::optional(pts) : std::nullopt;
-    };
-    if (auto shown = ordered_by(packets, by_pts))
+    });
+}
+
+std::optional<std::vector<Shown>> ordered_by_codec(const std::vector<CountedPacket>& packets) {
+    return ordered_by(packets, [](const CountedPacket& counted) { return counted.picture.order; });
+}
+
+std::vector<Shown> in_order(const std::vector<CountedPacket>& packets) {
+    if (auto shown = ordered_by_times(packets))
         return *std::move(shown);
-    if (auto shown = ordered_by(packets, [](const CountedPacket& counted) { return counted.picture.order; }))
+    if (auto shown = ordered_by_codec(packets))
         return *std::move(shown);
     return ordered_by_waiting(packets);
 }
@@ -114,6 +122,11 @@ void number_second_fields(std::vector<CountedPacket>& packets) {
 }
 
 }  // namespace
+
+bool lacks_order(const std::vector<CountedPacket>& packets, AVCodecID codec) {
+    const bool codec_tells = codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC;
+    return codec_tells && !ordered_by_times(packets) && !ordered_by_codec(packets);
+}
 
 std::vector<CountedPictures::Packet> number_pictures(std::vector<CountedPacket> packets, AVCodecID codec) {
     hide_before_first_key(packets, codec);

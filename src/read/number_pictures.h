@@ -14,6 +14,9 @@ struct CountedPacket {
     ffmpeg::PacketPicture picture;
 };
 
+// True where times do not tell the order of pictures, and the codec's headers, which were not looked at everywhere, may.
+bool lacks_order(const std::vector<CountedPacket>& packets, AVCodecID codec);
+
 // Numbers the packets of a stream, which stand in the order of decoding.
 std::vector<CountedPictures::Packet> number_pictures(std::vector<CountedPacket> packets, AVCodecID codec);
 
