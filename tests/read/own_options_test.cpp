@@ -63,12 +63,12 @@ TEST(OwnOptions, OfNoSenseAreRefused) {
                              "count=2",          "count=yes",        "rotate=90",          "matrix=bt709",
                              "matrix="}) {
         EXPECT_FALSE(own_options(Options(text))) << text;
-        EXPECT_FALSE(open_media(media_path("small_h264_aac.mp4"), text)) << text;
+        EXPECT_FALSE(open_media(media_path("small_h264_aac.mp4").string(), text)) << text;
     }
 }
 
 TEST(OwnOptions, DoNotDisturbAnOpen) {
-    EXPECT_TRUE(open_media(media_path("small_h264_aac.mp4"), "cancel=5,open_timeout=100,threads=1"));
+    EXPECT_TRUE(open_media(media_path("small_h264_aac.mp4").string(), "cancel=5,open_timeout=100,threads=1"));
 }
 
 TEST(OwnOptions, AreKeptFromFfmpeg) {
