@@ -1059,7 +1059,6 @@ QMIO_API extern int32_t AV_PIX_FMT_NONE, AV_PIX_FMT_RGB32, AV_PIX_FMT_GRAY8, AV_
  *                as they were. rotate=0 is the default.
  */
 
-
 /* ---- Additions: why calls fail, UTF-8, cancelled opens, finishing, messages ------------------------------------- */
 
 /*
