@@ -50,12 +50,12 @@ TEST(OwnOptions, OfNoSenseAreRefused) {
                              "cancel=9223372036854775808", "open_timeout=", "open_timeout=-1", "open_timeout=soon",
                              "open_timeout=1s", "open_timeout=nan", "open_timeout=inf", "open_timeout=1e999"}) {
         EXPECT_FALSE(own_options(Options(text))) << text;
-        EXPECT_FALSE(open_media(media_path("small_h264_aac.mp4"), text)) << text;
+        EXPECT_FALSE(open_media(media_path("small_h264_aac.mp4").string(), text)) << text;
     }
 }
 
 TEST(OwnOptions, DoNotDisturbAnOpen) {
-    EXPECT_TRUE(open_media(media_path("small_h264_aac.mp4"), "cancel=5,open_timeout=100,threads=1"));
+    EXPECT_TRUE(open_media(media_path("small_h264_aac.mp4").string(), "cancel=5,open_timeout=100,threads=1"));
 }
 
 TEST(OwnOptions, AreKeptFromFfmpeg) {
