@@ -143,7 +143,7 @@ TEST(CancelledOpen, MayBeSeveralOfOneNumber) {
 }
 
 TEST(CancelledOpen, IsNoneOnceItHasReturned) {
-    const Media media = open_media(media_path("small_h264_aac.mp4"), "cancel=6,open_timeout=60");
+    const Media media = open_media(media_path("small_h264_aac.mp4").string(), "cancel=6,open_timeout=60");
     ASSERT_TRUE(media);
     EXPECT_EQ(qmio_cancel_open(6), 0);
     EXPECT_EQ(all_pictures(media, 1000).size(),

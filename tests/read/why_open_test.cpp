@@ -107,7 +107,7 @@ const Failure kFailures[] = {
      [](const TempDir&) {
          const Bytes letter = text("no picture in here, whatever one looks for");
          const auto block = memory_block(memory_header(letter.size()), letter);
-         return open(block.get());
+         return qmio_open_u8(block.get(), nullptr);
      },
      0, "the memory block: "},
     {"AbsentPicture", [](const TempDir& folder) { return open("avio:" + utf8(folder / "absent.png")); },
