@@ -45,9 +45,9 @@ bool take_open_timeout(OwnOptions& own, const std::string& value) {
 }
 
 bool take_switch(bool& target, const std::string& value) {
-    const std::optional<int> number = whole_number<int>(value);
+    const int number = whole_number<int>(value).value_or(-1);
     target = number == 1;
-    return number == 0 || number == 1;
+    return number >= 0 && number <= 1;
 }
 
 bool take_count(OwnOptions& own, const std::string& value) {
