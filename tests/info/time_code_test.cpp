@@ -64,14 +64,15 @@ class TimeCodeSweep : public testing::TestWithParam<Counting> {
     }
 };
 
-TEST_P(TimeCodeSweep, EveryFrameOfADayIsThatOfTheClock) {
-    const bool all = std::getenv("QMIO_SWEEP") != nullptr;
+TEST_P(TimeCodeSweep, FramesOfADayAreThoseOfTheClock) {
+    // All frames around the minutes, and of the others one of so many.
+    const unsigned one_of = std::getenv("QMIO_SWEEP") != nullptr ? 7 : 997;
     test::Dice dice(test::printed_seed(1));
     const TimeCodeStart zero = start();
     Odometer clock(GetParam());
     int64_t frame = 0;
     do {
-        if (all || clock.at_a_border() || dice.number() % 997 == 0) {
+        if (clock.at_a_border() || dice.number() % one_of == 0) {
             ASSERT_EQ(time_code_text(zero, frame), clock.text()) << frame;
         }
         clock.next();
