@@ -75,7 +75,7 @@ void add(const std::string& name, int64_t (*counter)(const std::string& kind), c
 int run(int argc, char** argv) {
     if (!bench::initialize(argc, argv).empty())
         throw std::runtime_error("takes Google Benchmark's options alone");
-    for (const std::string kind : kKinds) {
+    for (const std::string& kind : kKinds) {
         make_film(kind);
         if (count_by_library(kind) != count_plain(kind))
             throw std::runtime_error("the counts differ in " + film(kind));
@@ -84,7 +84,7 @@ int run(int argc, char** argv) {
     }
     bench::RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    for (const std::string kind : kKinds)
+    for (const std::string& kind : kKinds)
         if (const auto speed = reporter.speed_ratio("library_" + kind, "plain_" + kind))
             std::printf("counting %s takes %.2f of the time of a plain loop, %.2f by processor time\n", kind.c_str(),
                         1 / speed->by_clock, 1 / speed->by_processor);

@@ -12,7 +12,7 @@ std::string video_options(const std::string& container, const std::string& encod
 }
 
 Media create_file(const std::filesystem::path& path, const std::string& options, uint32_t flags) {
-    return Media(qmio_create_ex_a(utf8(path).c_str(), options.c_str(), flags));
+    return Media(qmio_create_u8(utf8(path).c_str(), options.c_str(), flags));
 }
 
 void write_pictures(const Media& media, int count) {

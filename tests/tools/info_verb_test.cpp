@@ -63,11 +63,11 @@ TEST(InfoVerb, TellsAtAGlanceWhatAFileIs) {
                           48));
     const std::string output = run_qmio({"info", utf8(folder / "told.mov")}).output;
     for (const char* row :
-         {"container +mov,mp4,m4a,3gp,3g2,mj2 - QuickTime / MOV\n", "duration +0:00:02.00[0-9]\n",
+         {"container +mov,mp4,m4a,3gp,3g2,mj2 - QuickTime / MOV\n", "duration +0:00:02.00.\n",
           "time code +10:00:00:00\n", "title +Told\n", "video codec +h264 \\(High\\)\n", "picture size +64 x 48\n",
           "pixel aspect +.*picture 4:3\n", "pixel format +yuv420p\n", "field order +progressive\n",
           "colour +primaries bt709, transfer bt709, matrix bt709, range tv", "frame rate +23.976 \\(24000/1001\\)\n",
-          "frames +48 \\(told", "bit rate +[0-9]+ k?bit/s\n"})
+          "frames +48 \\(told", "bit rate +.+ k?bit/s\n"})
         EXPECT_THAT(output, ContainsRegex(row));
     EXPECT_THAT(output, Not(HasSubstr("rotation")));
 }

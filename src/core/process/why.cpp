@@ -23,22 +23,24 @@ ThreadRecord* record_of_call() {
     return record != nullptr && record->calls > 0 ? record : nullptr;
 }
 
-// A text that is longer is cut, at a whole character.
-class Formatted {
-  public:
-    Formatted(const char* format, va_list arguments) {
-        const int length = std::vsnprintf(text_, sizeof text_, format, arguments);
-        const auto written = static_cast<std::size_t>(std::max(length, 0));
-        // The last character may be there in part; what is before three bytes from the end is not in doubt.
-        const std::size_t kept =
-            written < sizeof text_ ? written : fitting_length({text_, sizeof text_ - 1}, sizeof text_ - 4);
-        text_[kept] = '\0';
-    }
-    const char* c_str() const { return text_; }
+struct Formatted {
+    const char* c_str() const { return text; }
 
-  private:
-    char text_[kLongestText];
+    char text[kLongestText];
 };
+
+// A text that is longer is cut, at a whole character.
+Formatted formatted(const char* format, va_list arguments) {
+    Formatted result;
+    const int length = std::vsnprintf(result.text, sizeof result.text, format, arguments);
+    const auto written = static_cast<std::size_t>(std::max(length, 0));
+    // The last character may be there in part; what is before three bytes from the end is not in doubt.
+    const std::size_t kept = written < sizeof result.text
+                                 ? written
+                                 : fitting_length({result.text, sizeof result.text - 1}, sizeof result.text - 4);
+    result.text[kept] = '\0';
+    return result;
+}
 
 // The C library's own words where it has them in the one language that is UTF-8 in every locale.
 void append_meaning(int code, ThreadRecord& record) {
@@ -102,7 +104,7 @@ void failed(int code, const char* format, ...) noexcept {
         return;
     va_list arguments;
     va_start(arguments, format);
-    const Formatted text(format, arguments);
+    const Formatted text = formatted(format, arguments);
     va_end(arguments);
     failed(code);
     within("%s", text.c_str());
@@ -114,7 +116,7 @@ void within(const char* format, ...) noexcept {
         return;
     va_list arguments;
     va_start(arguments, format);
-    const Formatted text(format, arguments);
+    const Formatted text = formatted(format, arguments);
     va_end(arguments);
     record->text.prepend(": ");
     record->text.prepend(text.c_str());
@@ -126,7 +128,7 @@ void remark(const char* format, ...) noexcept {
         return;
     va_list arguments;
     va_start(arguments, format);
-    const Formatted text(format, arguments);
+    const Formatted text = formatted(format, arguments);
     va_end(arguments);
     add_remark(*record, text.c_str());
 }
