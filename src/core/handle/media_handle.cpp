@@ -106,6 +106,7 @@ void flush_video_decoder(Video& video, Reading& reading) {
     reading.landing.reset();
     if (video.codec != nullptr)
         reading.decoder.flush();
+    reading.concealment.take();  // of the place before, by threads that went on until now
 }
 
 void flush_audio_decoders(Tracks& tracks, Sound& sound) {
