@@ -66,7 +66,7 @@ class Configuration : public testing::Test {
     // Ends the host; what it wrote to the console.
     std::string console() {
         EXPECT_EQ(host_->wait(), 0);
-        const std::string text = host_->error_text();
+        std::string text = host_->error_text();
         host_.reset();
         return text;
     }

@@ -52,9 +52,10 @@ std::size_t byte_of(const FilmPacket& packet, double share, bool transport) {
 std::vector<FilmPacket> packets_of(const std::filesystem::path& path) {
     const Media media = open_on_one_thread(path);
     std::vector<FilmPacket> packets;
-    for (int kind = 0; media != nullptr && (kind = qmio_get_frame(media.get())) >= 0; qmio_release_frame(media.get())) {
+    while (media != nullptr && qmio_get_frame(media.get()) >= 0) {
         const AVPacket& packet = *media->reading.packet;
         packets.push_back({packet.pos, packet.size, (packet.flags & AV_PKT_FLAG_KEY) != 0});
+        qmio_release_frame(media.get());
     }
     return packets;
 }
