@@ -106,7 +106,7 @@ Bytes turned(const Bytes& pixels, int width, int height, const Shown& shown) {
 class Upright : public testing::TestWithParam<Shown> {
   protected:
     std::filesystem::path film(const Form& form) {
-        const std::filesystem::path path = folder_ / "film.mov";
+        std::filesystem::path path = folder_ / "film.mov";
         make_film(path, form);
         set_matrix(path, GetParam());
         return path;

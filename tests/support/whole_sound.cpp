@@ -66,7 +66,7 @@ std::string difference_in_ranges(MediaHandle* media, int track, const Bytes& who
         const int samples = dice.up_to(number % 8 == 0 ? 40000 : 3000);
         const auto drawn = static_cast<int64_t>(dice.number() % static_cast<uint32_t>(total + 100));
         const int64_t start = number == -3 ? 0 : number == -2 ? std::max<int64_t>(total - samples / 2, 0) : drawn;
-        const std::string found = difference(hear(media, track, start, samples), whole, start, samples, block);
+        std::string found = difference(hear(media, track, start, samples), whole, start, samples, block);
         if (!found.empty())
             return found;
     }

@@ -32,7 +32,7 @@ TEST(InfoVerb, ListsEveryAudioTrack) {
     EXPECT_EQ(outcome.exit_code, 0);
     EXPECT_THAT(outcome.output, ContainsRegex("audio tracks +2"));
     EXPECT_THAT(outcome.output,
-                ContainsRegex("track 0 +aac \\(LC\\), 44100 Hz, 1 channel \\(mono\\), fltp, und, [0-9]+ kbit/s"));
+                ContainsRegex("track 0 +aac \\(LC\\), 44100 Hz, 1 channel \\(mono\\), fltp, und, .+ kbit/s"));
     EXPECT_THAT(outcome.output, ContainsRegex("track 1 +aac \\(LC\\), 44100 Hz, 1 channel \\(mono\\)"));
     EXPECT_THAT(outcome.output, Not(HasSubstr("track 2")));
 }
