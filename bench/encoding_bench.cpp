@@ -97,10 +97,5 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        return run(argc, argv);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "encoding_bench: %s\n", error.what());
-        return 1;
-    }
+    return bench::run_guarded("encoding_bench", run, argc, argv);
 }

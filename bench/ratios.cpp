@@ -1,6 +1,8 @@
 #include "ratios.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <exception>
 
 namespace bench {
 
@@ -43,6 +45,15 @@ std::vector<char*> initialize(int argc, char** argv) {
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
     return {arguments.begin() + 1, arguments.begin() + count};
+}
+
+int run_guarded(const char* program, int (*run)(int argc, char** argv), int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", program, error.what());
+        return 1;
+    }
 }
 
 }  // namespace bench

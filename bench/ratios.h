@@ -42,4 +42,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
 // strikes each of them alike. Returns what is left of the command line behind the program's name.
 std::vector<char*> initialize(int argc, char** argv);
 
+// The result of `run`; what it throws is told on standard error under the program's name and gives 1.
+int run_guarded(const char* program, int (*run)(int argc, char** argv), int argc, char** argv);
+
 }  // namespace bench

@@ -190,10 +190,5 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        return run(argc, argv);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "reading_bench: %s\n", error.what());
-        return 1;
-    }
+    return bench::run_guarded("reading_bench", run, argc, argv);
 }

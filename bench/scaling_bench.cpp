@@ -137,10 +137,5 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        return run(argc, argv);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "scaling_bench: %s\n", error.what());
-        return 1;
-    }
+    return bench::run_guarded("scaling_bench", run, argc, argv);
 }

@@ -1,6 +1,7 @@
 #include "qmlib/print_format.h"
 
 #include <array>
+#include <cstdarg>
 #include <cstdio>
 
 #include "platform/text.h"
@@ -37,18 +38,22 @@ std::array<char, 16> integer_format(const Conversion& conversion) {
     return format;
 }
 
-// snprintf with the format made above; the compiler cannot check it, so the argument's type is fixed here.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-template <class Integer>
-void append_integer(std::string& out, const Conversion& conversion, Integer number) {
+// The compiler cannot check a format that is made at run time; the one caller fixes the types of what follows it.
+void append_formatted(std::string& out, const char* format, ...) {
     std::array<char, 2 * kLongestField + 80> field{};
-    const int length = std::snprintf(field.data(), field.size(), integer_format(conversion).data(),
-                                     bounded(conversion.width), bounded(conversion.precision), number);
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = std::vsnprintf(field.data(), field.size(), format, arguments);
+    va_end(arguments);
     if (length > 0)
         out.append(field.data(), static_cast<std::size_t>(length));
 }
-#pragma GCC diagnostic pop
+
+template <class Integer>
+void append_integer(std::string& out, const Conversion& conversion, Integer number) {
+    append_formatted(out, integer_format(conversion).data(), bounded(conversion.width), bounded(conversion.precision),
+                     number);
+}
 
 void append_integer_argument(std::string& out, const Conversion& conversion, uint64_t number) {
     const bool is_signed = conversion.letter == L'd' || conversion.letter == L'i';

@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include "failure.h"
-#include "system.h"
+#include "platform/console.h"
 #include "verbs.h"
 
 namespace {
@@ -79,7 +79,7 @@ int run(std::vector<std::string> arguments) {
 
 int main(int argc, char** argv) {
     try {
-        return run(host::utf8_arguments(argc, argv));
+        return run(qmio::platform::utf8_arguments(argc, argv));
     } catch (const std::exception& error) {
         std::cerr << "qmio: " << error.what() << '\n';
         return kFailed;

@@ -3,14 +3,14 @@
 #include <optional>
 
 #include "output.h"
-#include "system.h"
+#include "platform/console.h"
 
 namespace host {
 
 void write_png(const std::string& name, Picture& picture) {
     // The library tells of every encoder which options were left over; a picture has no options. A failure is an
     // exception, with the reason in it.
-    std::optional<QuietErrors> quiet(std::in_place);
+    std::optional<qmio::platform::QuietErrors> quiet(std::in_place);
     Output file(name, "fmt=image2pipe,vcodec=png,pix=rgba,size=" + std::to_string(picture.width()) + "x" +
                           std::to_string(picture.height()));
     quiet.reset();

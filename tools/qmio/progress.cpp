@@ -1,9 +1,10 @@
 #include "progress.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iostream>
 
-#include "system.h"
+#include "platform/console.h"
 
 namespace host {
 
@@ -13,10 +14,21 @@ int64_t thousandths(const WorkDone& state) {
     return static_cast<int64_t>(static_cast<double>(state.done) / static_cast<double>(state.total) * 1000);
 }
 
+// Of the terminal; where it does not tell, those of the environment variable COLUMNS, else 80.
+int columns() {
+    constexpr int usual = 80;
+    if (const int width = qmio::platform::error_output_width(); width > 0)
+        return width;
+    const char* text = std::getenv("COLUMNS");
+    const int width = text != nullptr ? std::atoi(text) : 0;
+    return width > 0 ? width : usual;
+}
+
 }  // namespace
 
 Progress::Progress(std::string work, int64_t total, Unit unit)
-    : state_{std::move(work), unit, 0, std::max<int64_t>(total, 1), 0.0}, visible_(error_output_is_terminal()) {
+    : state_{std::move(work), unit, 0, std::max<int64_t>(total, 1), 0.0},
+      visible_(qmio::platform::error_output_is_terminal()) {
     if (visible_)
         draw();
 }
@@ -38,7 +50,7 @@ void Progress::reach(int64_t done) {
 void Progress::draw() {
     const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start_;
     state_.seconds = spent.count();
-    const std::string line = progress_line(state_, error_output_width() - 1);
+    const std::string line = progress_line(state_, columns() - 1);
     const std::size_t rest = drawn_ > line.size() ? drawn_ - line.size() : 0;
     std::cerr << '\r' << line << std::string(rest, ' ') << std::flush;
     drawn_ = line.size();

@@ -1,11 +1,11 @@
-// The services of the operating system that standard C++ does not have.
+// The command line and the terminal of a program. The command-line host alone is built with it, not the library.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-namespace host {
+namespace qmio::platform {
 
 // The command line without the program's own name, as UTF-8. It also makes the console show UTF-8.
 std::vector<std::string> utf8_arguments(int argc, char** argv);
@@ -13,7 +13,7 @@ std::vector<std::string> utf8_arguments(int argc, char** argv);
 // True when standard error is a terminal that somebody may be looking at.
 bool error_output_is_terminal();
 
-// Columns of that terminal; where it does not tell, those of the environment variable COLUMNS, else 80.
+// Columns of that terminal; 0 where it does not tell.
 int error_output_width();
 
 // While it lives, what this process writes to standard error goes nowhere.
@@ -28,4 +28,4 @@ class QuietErrors {
     std::intptr_t before_;
 };
 
-}  // namespace host
+}  // namespace qmio::platform
