@@ -1,7 +1,8 @@
-# qmio_add_test(<name> [INTERNAL] [MEDIA] SOURCES <file>... [LIBRARIES <target>...])
+# qmio_add_test(<name> [INTERNAL] [MEDIA] [SWEEP] SOURCES <file>... [LIBRARIES <target>...])
 #   A GoogleTest executable whose cases are registered with CTest one by one.
 #   It sees the built library through include/qmio.h; INTERNAL links the library's insides instead, for unit tests.
 #   MEDIA gives it tests/support/media.h and runs it only after the test media have been made.
+#   SWEEP lets a case take hours, as the whole of a sweep may (QMIO_SWEEP=all).
 include(GoogleTest)
 find_package(GTest REQUIRED)
 
@@ -36,7 +37,7 @@ set(QMIO_TEST_CASE_OPTIONS "$<$<CXX_COMPILER_ID:GNU,Clang>:-O0;$<$<NOT:$<CONFIG:
 mark_as_advanced(QMIO_TEST_CASE_OPTIONS)
 
 function(qmio_add_test name)
-  cmake_parse_arguments(ARG "INTERNAL;MEDIA" "" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "INTERNAL;MEDIA;SWEEP" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   set_target_properties(${name} PROPERTIES QMIO_INTERNAL ${ARG_INTERNAL})
   target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} qmio_tested qmio_warnings GTest::gtest_main)
@@ -52,5 +53,9 @@ function(qmio_add_test name)
     add_dependencies(no_ffmpeg_threads ${name})
     set(labels LABELS no-ffmpeg-threads)
   endif()
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600 ${fixtures} ${labels})
+  set(seconds 600)
+  if(ARG_SWEEP)
+    set(seconds 10800)
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${seconds} ${fixtures} ${labels})
 endfunction()

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstring>
 
 #include "ffmpeg/ffmpeg.h"
 #include "support/made_pictures.h"
@@ -113,8 +112,9 @@ TEST(FinishOfACopy, MakesTheFileThatClosingMakes) {
 }
 
 TEST(FinishOfAMemoryTarget, TellsInItsHeaderHowMuchWasWritten) {
+    const std::string request = "mem:18000";
     std::vector<char> block(100000);
-    std::strcpy(block.data(), "mem:18000");
+    request.copy(block.data(), request.size());
     Media media(qmio_create_a(block.data(), "fmt=avi,vcodec=mjpeg,pix_fmt=yuvj420p,size=64x48"));
     ASSERT_TRUE(media);
     const PictureMaker maker("AV_PIX_FMT_YUVJ420P", 64, 48);
