@@ -75,6 +75,7 @@ TEST(ScarceDescriptors, DoNotLetTwoProcessesIntoAMutex) {
     const auto mutex = NamedMutex::open(name);
     ASSERT_TRUE(mapping && mutex);
     auto& counts = *static_cast<SharedCounts*>(mapping->data());
+    { const std::lock_guard looked_up(*mutex); }  // sanitizers need a descriptor for a type that they see first
     Process other(host_program("mutex_holder"), {name});
     other.write_line("count counts-" + name + " 1000");
     ASSERT_EQ(other.read_line(), "counting");
