@@ -1,7 +1,10 @@
 // Processes that end while threads of theirs are inside the library.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <fstream>
+#include <future>
+#include <optional>
 #include <string>
 
 #include "support/dynamic_library.h"
@@ -27,6 +30,28 @@ int lines_with(const std::filesystem::path& file, const std::string& text) {
     return count;
 }
 
+// Far above what an end takes on a loaded machine.
+constexpr auto kForEver = std::chrono::seconds(60);
+
+// Wine ends the threads of a process wherever they are. One that is just inside the spin lock of its wait queues
+// (RtlWakeAddressSingle) leaves that locked, and the last thread, which has a critical section of the C runtime to leave,
+// spins before it for ever: once in some thousand ends on a loaded machine, whatever the library does.
+constexpr int kEndsThatWineMayMiss = 2;
+
+// Nothing when the program had to be killed.
+std::optional<int> exit_code_in_time(Process& process) {
+    std::promise<void> ended;
+    auto killing = std::async(std::launch::async, [&process, end = ended.get_future()] {
+        const bool killed = end.wait_for(kForEver) == std::future_status::timeout;
+        if (killed)
+            process.kill();
+        return killed;
+    });
+    const int code = process.wait();
+    ended.set_value();
+    return killing.get() ? std::nullopt : std::optional(code);
+}
+
 class ProcessEnd : public testing::Test {
   protected:
     ProcessEnd() {
@@ -36,16 +61,22 @@ class ProcessEnd : public testing::Test {
             << "<library><trace><open>1</open></trace><log_file>" << utf8(log_) << "</log_file></library>";
     }
 
-    Outcome run_once(const std::string& host, const std::string& ending, int calls) const {
-        return run(host_program(host),
-                   {ending, std::to_string(calls), utf8(media_path("small_h264_aac.mp4")), utf8(folder_.path()),
-                    utf8(library_)},
-                   {{"QMIO_LOG", utf8(log_)}});
+    Process start(const std::string& host, const std::string& ending, int calls) const {
+        return Process(host_program(host),
+                       {ending, std::to_string(calls), utf8(media_path("small_h264_aac.mp4")), utf8(folder_.path()),
+                        utf8(library_)},
+                       {{"QMIO_LOG", utf8(log_)}});
     }
 
     void expect_quiet_ends(const std::string& host, const std::string& ending) const {
-        for (int run = 0; run < run_count(); ++run)
-            ASSERT_EQ(run_once(host, ending, 1 + run % 7).exit_code, 0) << "run " << run;
+        int missed = runs_under_wine() ? kEndsThatWineMayMiss : 0;
+        for (int run = 0; run < run_count(); ++run) {
+            Process process = start(host, ending, 1 + run % 7);
+            const std::optional<int> code = exit_code_in_time(process);
+            if (!code && missed-- > 0)
+                continue;
+            ASSERT_EQ(code, 0) << "run " << run;
+        }
     }
 
     const TempDir folder_;
@@ -77,9 +108,11 @@ TEST_F(ProcessEnd, IsQuietForAHostThatUnloadsAtTheVeryEnd) {
 }
 
 TEST_F(ProcessEnd, LeavesTheWholeLog) {
-    const Outcome outcome = run_once("ending_host", "return", 10);
-    EXPECT_GE(std::stoi(outcome.output), 40);
-    EXPECT_GE(lines_with(log_, "on exit: spent"), std::stoi(outcome.output));
+    Process process = start("ending_host", "return", 10);
+    const int opened = std::stoi(process.read_line().value_or("0"));
+    EXPECT_GE(opened, 40);
+    exit_code_in_time(process);
+    EXPECT_GE(lines_with(log_, "on exit: spent"), opened);
 }
 
 }  // namespace

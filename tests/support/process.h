@@ -61,6 +61,9 @@ Outcome run(const std::filesystem::path& program, const Arguments& arguments = {
 std::filesystem::path program_folder();
 std::filesystem::path host_program(const std::string& name);
 
+// True for Windows programs on another system.
+bool runs_under_wine();
+
 // Changes the environment of this process.
 void set_environment(const std::string& name, const std::string& value);
 void unset_environment(const std::string& name);

@@ -163,6 +163,10 @@ std::filesystem::path host_program(const std::string& name) {
     return program_folder() / name;
 }
 
+bool runs_under_wine() {
+    return false;
+}
+
 void set_environment(const std::string& name, const std::string& value) {
     ::setenv(name.c_str(), value.c_str(), 1);
 }

@@ -189,6 +189,10 @@ std::filesystem::path host_program(const std::string& name) {
     return program_folder() / (name + ".exe");
 }
 
+bool runs_under_wine() {
+    return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
 void set_environment(const std::string& name, const std::string& value) {
     ::_wputenv_s(wide(name).c_str(), wide(value).c_str());
 }
