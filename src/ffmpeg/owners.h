@@ -100,6 +100,9 @@ class Dictionary {
     }
 
     void set(const char* key, const char* value) { av_dict_set(&entries_, key, value, 0); }
+    void set_default(const char* key, const char* value) {
+        av_dict_set(&entries_, key, value, AV_DICT_DONT_OVERWRITE | AV_DICT_MATCH_CASE);
+    }
     const char* get(const char* key) const {
         const AVDictionaryEntry* entry = av_dict_get(entries_, key, nullptr, AV_DICT_MATCH_CASE);
         return entry != nullptr ? entry->value : nullptr;

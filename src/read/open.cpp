@@ -49,6 +49,8 @@ bool allocate_container(Container& container, const Request& request) {
         return false;
     }
     container.format_ctx->interrupt_callback = interrupt_callback(container);
+    if (settings().max_streams > 0)
+        container.format_ctx->max_streams = settings().max_streams;
     return true;
 }
 
@@ -142,8 +144,10 @@ bool open_source(Container& container, const Request& request) {
 
 int find_stream_info(AVFormatContext& container) {
     std::vector<ffmpeg::Dictionary> options;
-    for (unsigned stream = 0; stream < container.nb_streams; ++stream)
+    for (unsigned stream = 0; stream < container.nb_streams; ++stream) {
         options.push_back(configured_options("codec"));
+        options.back().set_default("max_pixels", std::to_string(most_pixels()).c_str());
+    }
     std::vector<AVDictionary*> entries;
     entries.reserve(options.size());
     for (ffmpeg::Dictionary& dictionary : options)

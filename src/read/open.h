@@ -28,9 +28,9 @@ std::string capture_device(const std::string& name, uint32_t code_page = setting
 // A name as an address for FFmpeg.
 std::string plain_url(const Request& request);
 
-// Opens a source whose bytes come from us. `whitelist` keeps what its contents may refer to within bounds.
+// Opens a source whose bytes come from us. What its contents name is not opened unless the configuration allows it.
 bool open_custom(Container& container, std::unique_ptr<qmlib::InputSource> source, const std::string& url,
-                 const AVInputFormat* format, const char* whitelist, ffmpeg::Dictionary& options);
+                 const AVInputFormat* format, ffmpeg::Dictionary& options);
 
 // The steps of opening, in the order in which they run. False ends the open.
 bool open_container(Container& container, const Request& request, ffmpeg::Dictionary& options);

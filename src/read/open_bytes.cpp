@@ -30,13 +30,6 @@ SourceMaker maker_of_calls(const qmlib::HostCalls& calls) {
     };
 }
 
-// A demuxer comes to this for what its contents name: playlists and references of every kind.
-int refuse(AVFormatContext*, AVIOContext** io, const char* url, int, AVDictionary**) {
-    *io = nullptr;
-    trace(TraceSwitch::open, read::kOpenTag, L"refused [%S]\n", url != nullptr ? url : "");
-    return AVERROR(EPERM);
-}
-
 }  // namespace
 
 MediaHandle* qmio_open_mem(const void* data, int64_t size, const char* options) {
@@ -74,10 +67,7 @@ bool open_bytes(Container& container, const Request& request, ffmpeg::Dictionary
         return false;
     if (format != nullptr)
         add_demuxer_options(*format, options, request.options);
-    container.format_ctx->io_open = refuse;
-    // Demuxers that open an input of their own do not ask the callback above.
-    options.set("protocol_whitelist", "none");
-    if (open_custom(container, request.bytes(interrupt_callback(container)), request.name, format, "none", options))
+    if (open_custom(container, request.bytes(interrupt_callback(container)), request.name, format, options))
         return true;
     trace(TraceSwitch::open, kOpenTag, L"%S: avformat_open_input fail\n", request.name.c_str());
     return false;

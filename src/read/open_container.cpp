@@ -25,9 +25,18 @@ void trace_failure(const wchar_t* kind, const std::string& name, uint32_t code_p
               wide_name(name.c_str(), code_page));
 }
 
-void set_default(ffmpeg::Dictionary& options, const char* key, const char* value) {
-    if (options.get(key) == nullptr)
-        options.set(key, value);
+// A demuxer comes to this for what its contents name: playlists and references of every kind.
+int refuse(AVFormatContext*, AVIOContext** io, const char* url, int, AVDictionary**) {
+    *io = nullptr;
+    trace(TraceSwitch::open, kOpenTag, L"refused [%S]\n", url != nullptr ? url : "");
+    return AVERROR(EPERM);
+}
+
+// FFmpeg knows of no bounds for what bytes of ours name: a playlist among them would open files and the network.
+void refuse_nested_opens(AVFormatContext& context, ffmpeg::Dictionary& options) {
+    context.io_open = refuse;
+    // Demuxers that open an input of their own do not ask the callback.
+    options.set("protocol_whitelist", "none");
 }
 
 // FFmpeg frees the context it was given when opening fails.
@@ -48,7 +57,7 @@ bool open_memory(Container& container, const Request& request, ffmpeg::Dictionar
     if (!memory_block::parse_size(block, size))
         why::failed(AVERROR(EINVAL), "its header tells no size");
     else if (open_custom(container, qmlib::memory_source(memory_block::data(block), size), url,
-                         av_find_input_format("image2pipe"), "none", options))
+                         av_find_input_format("image2pipe"), options))
         return true;
     trace_failure(L"mem: ", url, request.code_page);
     return false;
@@ -61,7 +70,7 @@ bool open_file(Container& container, const Request& request, ffmpeg::Dictionary&
     if (file == nullptr)
         why::failed(AVERROR(error));
     else if (open_custom(container, qmlib::file_source(std::move(file)), url_of(path, request.code_page),
-                         av_find_input_format("image2pipe"), "none", options))
+                         av_find_input_format("image2pipe"), options))
         return true;
     trace_failure(L"avio: ", path, request.code_page);
     return false;
@@ -79,6 +88,8 @@ void set_protocol_timeout(const std::string& url, StallWatch::Limit limit, ffmpe
 
 bool open_plain(Container& container, const Request& request, ffmpeg::Dictionary& options) {
     const std::string url = plain_url(request);
+    if (has_prefix(url.c_str(), "ftp:"))
+        options.set_default("protocol_whitelist", "ftp,tcp");
     if (ffmpeg::is_network_url(url)) {
         const StallWatch::Limit limit = time_limit(options);
         set_protocol_timeout(url, limit, options);
@@ -113,7 +124,7 @@ bool open_ftp(Container& container, const Request& request, ffmpeg::Dictionary& 
         return open_plain(container, request, options);
     const std::string url = url_of(request.name, request.code_page);
     std::unique_ptr<qmlib::InputSource> source = open_url(container, url, options);
-    if (source != nullptr && open_custom(container, std::move(source), url, nullptr, "ftp,tcp,crypto,data", options))
+    if (source != nullptr && open_custom(container, std::move(source), url, nullptr, options))
         return true;
     trace_failure(L"aftp: ", request.name, request.code_page);
     return false;
@@ -148,7 +159,7 @@ bool open_by_kind(Container& container, const Request& request, ffmpeg::Dictiona
 }  // namespace
 
 bool open_custom(Container& container, std::unique_ptr<qmlib::InputSource> source, const std::string& url,
-                 const AVInputFormat* format, const char* whitelist, ffmpeg::Dictionary& options) {
+                 const AVInputFormat* format, ffmpeg::Dictionary& options) {
     if (source == nullptr)
         return false;
     container.input = std::move(source);
@@ -159,7 +170,8 @@ bool open_custom(Container& container, std::unique_ptr<qmlib::InputSource> sourc
     }
     container.format_ctx->flags |= AVFMT_FLAG_CUSTOM_IO;
     container.format_ctx->pb = container.custom_io.get();
-    set_default(options, "protocol_whitelist", whitelist);
+    if (settings().nested_open == 0)
+        refuse_nested_opens(*container.format_ctx, options);
     return open_input(container, url, format, options);
 }
 

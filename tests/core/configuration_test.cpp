@@ -247,6 +247,30 @@ TEST_F(Configuration, FormatOptionsReachTheDemuxer) {
     EXPECT_EQ(ask("open " + name), "null");
 }
 
+TEST_F(Configuration, PicturesMayBeLimited) {
+    const std::string name = write("a.ppm", kPicture), film = utf8(media_path("small_h264_aac.mp4"));
+    configure("<max_pixels>15359</max_pixels>");
+    start();
+    EXPECT_EQ(ask("open " + name), "opened");
+    EXPECT_EQ(ask("open " + film), "null") << "160 x 96 are more";
+    EXPECT_TRUE(holds(ask("why"), "Picture size 160x96 exceeds specified max pixel count 15359"));
+    EXPECT_EQ(ask("unload"), "unloaded");
+    configure("<max_pixels>15360</max_pixels>");
+    EXPECT_EQ(ask("load " + utf8(library_)), "loaded");
+    EXPECT_EQ(ask("open " + film), "opened");
+}
+
+TEST_F(Configuration, StreamsMayBeLimited) {
+    const std::string name = utf8(media_path("two_tracks_pcm_mp2.mkv"));
+    configure("<max_streams>1</max_streams>");
+    start();
+    EXPECT_EQ(ask("open " + name), "null");
+    EXPECT_EQ(ask("unload"), "unloaded");
+    configure("<max_streams>3</max_streams>");
+    EXPECT_EQ(ask("load " + utf8(library_)), "loaded");
+    EXPECT_EQ(ask("open " + name), "opened");
+}
+
 TEST_F(Configuration, LoadingAgainStartsAfresh) {
     const std::string name = write("a.ppm", kPicture);
     configure("<decoder>ppm</decoder><trace><open>1</open></trace>");

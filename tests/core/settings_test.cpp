@@ -36,6 +36,17 @@ TEST(Settings, DefaultsHoldForEveryMissingKey) {
     EXPECT_EQ(settings.core_count, 0);
     EXPECT_EQ(settings.code_page, 65001u);
     EXPECT_EQ(settings.log_level, 16);
+    EXPECT_EQ(settings.nested_open, 0);
+    EXPECT_EQ(settings.max_pixels, 268435456);
+    EXPECT_EQ(settings.max_streams, 256);
+}
+
+TEST(Settings, LimitsAreDecimal) {
+    const Settings settings =
+        configured("<nested_open>1</nested_open><max_pixels>1000000</max_pixels><max_streams>012</max_streams>");
+    EXPECT_EQ(settings.nested_open, 1);
+    EXPECT_EQ(settings.max_pixels, 1000000);
+    EXPECT_EQ(settings.max_streams, 12);
 }
 
 TEST(Settings, EveryTraceSwitchHasItsKey) {

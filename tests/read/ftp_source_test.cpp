@@ -10,6 +10,7 @@
 #include "support/media.h"
 #include "support/open_media.h"
 #include "support/temp_dir.h"
+#include "support/trace_lines.h"
 
 namespace {
 
@@ -149,6 +150,15 @@ TEST_F(FtpSource, WithAPlaylistOpensNoLocalFile) {
     EXPECT_FALSE(open("list.ffconcat?passive"));
 }
 
+TEST_F(FtpSource, WithAPlaylistTellsInTheTraceWhatItDidNotOpen) {
+    std::ofstream(folder_ / "list.m3u8")
+        << "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nhttp://127.0.0.1:9/elsewhere.ts\n#EXT-X-ENDLIST\n";
+    const TraceLines lines(qmio::TraceSwitch::open);
+    EXPECT_FALSE(open("list.m3u8?passive"));
+    const std::vector<std::string> all = lines.read();
+    EXPECT_EQ(std::count(all.begin(), all.end(), "qmio_open_u8: refused [http://127.0.0.1:9/elsewhere.ts]"), 1);
+}
+
 // Everything the library can write is switched on, FFmpeg's own messages included.
 class TracedFtpSource : public FtpSource {
   protected:
@@ -162,8 +172,10 @@ class TracedFtpSource : public FtpSource {
         std::ofstream(library_folder_ / (name.substr(0, name.find('.')) + ".cfx"))
             << "<config><log>debug</log><trace><options>1</options><open>1</open><read>1</read><seek>1</seek>"
                "<close>1</close><decoder>1</decoder></trace><log_file>"
-            << utf8(log_file_) << "</log_file></config>";
+            << utf8(log_file_) << "</log_file>" << further_entries() << "</config>";
     }
+
+    virtual const char* further_entries() const { return ""; }
 
     // What an open wrote to the console and to the log file.
     std::string written_by(const std::string& url, const char* outcome, const std::string& options = "") const {
@@ -193,6 +205,15 @@ TEST_F(TracedFtpSource, NeverShowsThePasswordWhenItFails) {
         EXPECT_EQ(written_by(server_->url(path), "failed").find(kPassword), std::string::npos) << path;
     for (const char* path : {"still.png?passive", "still.png"})
         EXPECT_EQ(written_by(server_->url(path, "hush-hush"), "failed").find("hush-hush"), std::string::npos) << path;
+}
+
+class TrustedFtpSource : public TracedFtpSource {
+    const char* further_entries() const override { return "<nested_open>1</nested_open>"; }
+};
+
+TEST_F(TrustedFtpSource, OpensWhatItsPlaylistNames) {
+    std::ofstream(folder_ / "list.ffconcat") << "ffconcat version 1.0\nfile 'two_tracks_pcm_mp2.mkv'\n";
+    written_by(server_->url("list.ffconcat?passive"), "opened", "safe=0");
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "core/handle/codec_open.h"
 
+#include <limits>
 #include <mutex>
 #include <utility>
 
@@ -45,12 +46,17 @@ int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary
     return open_once(context, codec, options);
 }
 
+int most_pixels() {
+    return settings().max_pixels > 0 ? settings().max_pixels : std::numeric_limits<int>::max();
+}
+
 ffmpeg::CodecContextPtr make_stream_codec(const AVStream& stream) {
     ffmpeg::CodecContextPtr context(avcodec_alloc_context3(nullptr));
     if (context == nullptr || avcodec_parameters_to_context(context.get(), stream.codecpar) < 0)
         return nullptr;
     // Without the packets' time base, audio trimming and the pictures' timestamps are off.
     context->pkt_timebase = stream.time_base;
+    context->max_pixels = most_pixels();
     return context;
 }
 

@@ -11,6 +11,9 @@ namespace qmio {
 // A codec whose worker threads cannot be created is opened with one thread instead.
 int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary* options);
 
+// Pictures of more pixels are not decoded unless a host's options say otherwise.
+int most_pixels();
+
 // A codec context of our own for the stream, filled from its parameters; null when memory is short.
 ffmpeg::CodecContextPtr make_stream_codec(const AVStream& stream);
 

@@ -93,6 +93,9 @@ void apply_configuration(const qmlib::XmlDatabase& database, Settings& settings)
     apply_integer(database, "//scale_alg", 0, settings.scale_algorithm);
     apply_integer(database, "//num_cores", 0, settings.core_count);
     apply_integer(database, "//log_to_file", 10, settings.log_to_file);
+    apply_integer(database, "//nested_open", 10, settings.nested_open);
+    apply_integer(database, "//max_pixels", 10, settings.max_pixels);
+    apply_integer(database, "//max_streams", 10, settings.max_streams);
     if (const std::string encoding = database.value("//encoding"); !encoding.empty())
         settings.code_page = read_code_page(encoding);
     settings.log_level = read_log_level(database.value("//log"), settings.log_level);
