@@ -35,7 +35,7 @@ void PrintTo(const Contents& contents, std::ostream* out) {
 // By these demuxers alone: one of playlists waits for what a film without an end might get.
 Container open_part(const std::filesystem::path& path) {
     AVDictionary* options = nullptr;
-    av_dict_set(&options, "format_whitelist", "nut,mjpeg,jpeg_pipe", 0);
+    av_dict_set(&options, "format_whitelist", "nut,image2,jpeg_pipe", 0);
     AVFormatContext* container = nullptr;
     const int result = avformat_open_input(&container, utf8(path).c_str(), nullptr, &options);
     av_dict_free(&options);
