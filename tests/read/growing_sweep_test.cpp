@@ -48,6 +48,8 @@ const Container kContainers[] = {
     {"avi", "mjpeg", ""},
     {"avi", "mpeg2video", ""},
     {"avi", "libx264", ""},
+    {"avi", "mpeg4", ""},
+    {"avi", "huffyuv", ""},
     {"nut", "mjpeg", "", true, false},
     {"nut", "mpeg2video", "", true, false},
     {"nut", "libx264", "", true, false},
@@ -89,6 +91,8 @@ std::string options_of(const Film& film) {
     std::string options = "fmt=" + container.muxer + ",vcodec=" + container.codec + ",size=64x48,r=25,threads:v=1";
     if (container.codec == "mjpeg")
         options += ",pix_fmt=yuvj420p";
+    else if (container.codec == "huffyuv")
+        options += ",pix_fmt=yuv422p";
     else
         options += ",pix_fmt=yuv420p,b:v=400k,g=" + std::to_string(film.gop) + ",bf=" + std::to_string(film.b_frames);
     if (container.codec == "libx264")
