@@ -594,7 +594,8 @@ enum {
  *           with a longer one nothing is made.
  *             fmt, f                         container ("mp4", "mov", "avi", "matroska", "mxf", "mpegts", "wav", ...);
  *                                            not one that completes files of its own: "hls", "dash", "hds",
- *                                            "smoothstreaming", "webm_chunk", "tee" and "fifo" are refused
+ *                                            "smoothstreaming", "webm_chunk", "tee", "fifo" and "fifo_test" are
+ *                                            refused
  *             vcodec, codec, codec:v, c:v    video encoder; none: no video
  *             width, height, or size=WxH     picture size in pixels
  *             pix, pix_fmt                   pixel format in which pictures come

@@ -66,6 +66,11 @@ bool seeks_by_pts(const AVFormatContext& container) {
            std::string_view(container.iformat->name) == "matroska,webm";
 }
 
+std::optional<int64_t> first_timestamp(const AVStream& stream) {
+    const AVIndexEntry* const entry = index_entry(stream, 0);
+    return entry != nullptr ? std::optional(entry->timestamp) : std::nullopt;
+}
+
 std::optional<int64_t> early_timestamp_at(const AVStream& stream, int64_t position) {
     for (int number = 0; number < kEarlyPackets; ++number) {
         const AVIndexEntry* const entry = index_entry(stream, number);

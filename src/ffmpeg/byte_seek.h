@@ -28,6 +28,9 @@ bool lands_inside_frames(const AVFormatContext& container);
 // True where times that are sought are compared with the times of showing, elsewhere with those of decoding.
 bool seeks_by_pts(const AVFormatContext& container);
 
+// The time of the first packet that the demuxer knows of a stream.
+std::optional<int64_t> first_timestamp(const AVStream& stream);
+
 // The timestamp of the packet that begins at `position`, where the demuxer met it among the first packets of the stream.
 std::optional<int64_t> early_timestamp_at(const AVStream& stream, int64_t position);
 

@@ -21,7 +21,9 @@ constexpr Row kOrders[] = {
 };
 
 // Found among those that need no output: they lose their last segment or all of them, or wait for the trailer for ever.
-constexpr std::string_view kWritingWithTrailer[] = {"dash", "fifo",      "hds", "hls", "smoothstreaming",
+// fifo_test is FFmpeg's for its own tests: it takes the bytes of packets for orders how long to sleep, and its trailer
+// tells what it got.
+constexpr std::string_view kWritingWithTrailer[] = {"dash", "fifo",      "fifo_test", "hds", "hls", "smoothstreaming",
                                                     "tee",  "webm_chunk"};
 
 }  // namespace

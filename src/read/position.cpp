@@ -51,6 +51,14 @@ int32_t first_indexed_number(const Source& source) {
     return timestamp ? frame_number_at(source.video, *timestamp) : 0;
 }
 
+// Where a demuxer does not know any packet as a key packet it is the first byte that is gone to, and not a time.
+void note_start(Source& source) {
+    if (source.video.stream == nullptr || after_byte_seek(source.container) != AfterByteSeek::counts_on)
+        return;
+    if (const std::optional<int64_t> timestamp = ffmpeg::first_timestamp(*source.video.stream))
+        source.reading.landing = frame_number_at(source.video, *timestamp);
+}
+
 using Counted = CountedPictures::Packet;
 
 const Counted& counted_packet(const CountedPictures& counted, int32_t frame, int flags) {
@@ -164,6 +172,7 @@ bool position_at_start(Source& source) {
     if (!reach_beginning(source))
         return false;
     flush_decoders(source);
+    note_start(source);
     source.video.want_frame = 0;
     return true;
 }

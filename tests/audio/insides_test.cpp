@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <regex>
 
@@ -134,6 +135,19 @@ TEST(AudioTrace, HasNoComplaintsOfPacketsThatHoldSeveralFrames) {
     const TraceLines trace(TraceSwitch::open);
     EXPECT_GT(read_pieces(media).size(), 10U);
     EXPECT_EQ(trace.read(), Lines{});
+}
+
+// The resampler gets no memory of its own for a frame that is the first of its size.
+TEST(AudioTrace, TellsThatAConversionFailed) {
+    const Media media = open_sound(sound("stereo_s16.wav"));
+    ASSERT_TRUE(choose(media, 0, {2, 22050, AV_SAMPLE_FMT_FLTP}));
+    Bytes buffer(1 << 20);
+    ASSERT_EQ(qmio_get_frame(media.get()), 2);
+    const TraceLines trace(TraceSwitch::open);
+    av_max_alloc(6000);
+    qmio_audio_frame(media.get(), buffer.data());
+    av_max_alloc(INT_MAX);
+    EXPECT_EQ(lines_of(trace, "qmio_audio_pkt"), Lines{"swr_convert error"});
 }
 
 TEST(AudioTrace, IsSilentWhileItsSwitchIsOff) {

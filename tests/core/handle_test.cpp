@@ -91,6 +91,8 @@ TEST(HandleQueries, TellTheStreamOfThePacketReadLast) {
             seen_audio = true;
         }
         qmio_release_frame(media.get());
+        EXPECT_EQ(qmio_get_vstream(media.get()), 0);
+        EXPECT_EQ(qmio_get_astream(media.get()), seen_audio ? 1 : 0);
     }
     EXPECT_TRUE(seen_video);
     EXPECT_TRUE(seen_audio);

@@ -1,7 +1,8 @@
 // A host that makes files which may be the end of it, one line a file, one line of answer each:
 //   FLAGS <tab> PATH <tab> ORDER <tab> OPTIONS
 // ORDER is what it writes: "p" a picture, "s" a 25th of a second of sound on every track, "P" and "S" 25 of them, the
-// sound in one call. The answer is "null", or "made" once the file is closed.
+// sound in one call. The answer is "null", or "made" once the file is closed. With a "?" in ORDER it is "null: " and what
+// qmio_why tells of a file that is not made.
 #include <algorithm>
 #include <iostream>
 #include <sstream>
@@ -11,6 +12,7 @@
 #include "support/case_process.h"
 #include "support/open_media.h"
 #include "support/temp_dir.h"
+#include "support/why.h"
 
 namespace {
 
@@ -29,7 +31,7 @@ class Host {
         std::getline(order, options);
         const Media media = create(path, options, static_cast<uint32_t>(std::stoul(flags)));
         if (media == nullptr)
-            return "null";
+            return what.find('?') == what.npos ? "null" : "null: " + why().text;
         noise_[0] = 0;
         for (const char letter : what)
             write(media.get(), letter);
@@ -43,6 +45,8 @@ class Host {
     }
 
     void write(MediaHandle* media, char letter) {
+        if (letter == '?')
+            return;
         if (letter == 's' || letter == 'S')
             return write_sound(media, letter == 'S' ? 1 : kPerSecond);
         for (int count = letter == 'P' ? kPerSecond : 1; count > 0; --count)

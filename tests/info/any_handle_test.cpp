@@ -144,6 +144,20 @@ TEST(Parameters, TellTheStreamDecoderAndBlockSizeOfTheTrack) {
     EXPECT_EQ(qmio_get_stream_param(tone.get(), "align", 0), 2);
 }
 
+TEST(Parameters, TellTheBlockSizeOfEveryTrack) {
+    const TempDir folder;
+    ASSERT_TRUE(make_file(folder / "two.avi",
+                          video_options("avi", "mpeg4") + ",acodec=pcm_s16le,ar=48000,ac=2,afmt=s16" +
+                              ",acodec=pcm_s24le,ar=48000,ac=1,afmt=s32",
+                          3));
+    const Media media = open_media(folder / "two.avi");
+    ASSERT_NE(media, nullptr);
+    const auto block = [&](int track) { return qmio_get_stream_param(media.get(), "align", track); };
+    EXPECT_EQ(block(0), 4);
+    EXPECT_EQ(block(1), 3);
+    EXPECT_EQ(qmio_get_file_param(media.get(), "align"), 4);
+}
+
 TEST(Parameters, ATimeRecordIsClearedForANullHandleToo) {
     for (const auto& call : {qmio_get_time_param, qmio_set_time_param})
         for (const char* key : {"video", "audio", "packet", "no such key"}) {

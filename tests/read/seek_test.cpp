@@ -378,5 +378,33 @@ TEST(SeekTimestamp, OfSoundOnlyHasNoVideoToSeek) {
     EXPECT_EQ(qmio_seek_ts(player.handle(), 48000, 2), 48000);
 }
 
+// The times of the packets of sound that reading meets first.
+std::vector<int64_t> sound_times(const Media& media, std::size_t packets) {
+    std::vector<int64_t> times;
+    for (int kind = 0; times.size() < packets && (kind = qmio_get_frame(media.get())) > 0;) {
+        qmio_time_param time{};
+        if (kind == 2 && qmio_get_time_param(media.get(), "packet", &time) != 0)
+            times.push_back(time.pts);
+        qmio_release_frame(media.get());
+    }
+    return times;
+}
+
+TEST(SeekFrame, RewindsASoundFileUnlessItHasACover) {
+    for (const char* name : {"tone.wav", "cover_picture.flac"}) {
+        const bool has_cover = std::string(name) != "tone.wav";
+        const Media media = open_media(media_path(name));
+        ASSERT_TRUE(media) << name;
+        const std::vector<int64_t> first = sound_times(media, 3);
+        ASSERT_EQ(first.size(), 3U) << name;
+        EXPECT_LT(first[0], first[2]);
+        EXPECT_EQ(qmio_seek_frame(media.get(), 0), 0) << name;
+        const std::vector<int64_t> again = sound_times(media, 1);
+        ASSERT_EQ(again.size(), 1U) << name;
+        EXPECT_EQ(again[0] > first[2], has_cover) << name;
+        EXPECT_EQ(again[0] == first[0], !has_cover) << name;
+    }
+}
+
 }  // namespace
 }  // namespace qmio::test

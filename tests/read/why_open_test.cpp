@@ -224,5 +224,17 @@ TEST(FailedSeeking, IsNotASeekToFrameZero) {
     EXPECT_EQ(why().code, 0);
 }
 
+// The last of the options shows that all of them arrived.
+TEST(WideOptions, OfUpTo4095BytesAreTakenWhole) {
+    for (const std::size_t bytes : {1023U, 1024U, 4095U})
+        for (const std::wstring seconds : {L"90", L"-1"}) {
+            const std::wstring begin = L"threads=1,nonesuch=", end = L",open_timeout=" + seconds;
+            const std::wstring options = begin + std::wstring(bytes - begin.size() - end.size(), L'x') + end;
+            why();
+            const Media media(qmio_open_ex_w(wide_name(media_path("plain.mp4")).c_str(), options.c_str()));
+            EXPECT_EQ(media != nullptr, seconds == L"90") << bytes << " " << why();
+        }
+}
+
 }  // namespace
 }  // namespace qmio::test

@@ -251,7 +251,8 @@ TEST_F(Create, ToAContainerThatOpensItsOwnFilesNeedsNoOutput) {
 
 // Without an output of the library's they get no trailer, and they write their last files, or all, with that.
 TEST_F(Create, ToAContainerThatCompletesItsOwnFilesWithATrailerFails) {
-    for (const std::string container : {"dash", "fifo", "hds", "hls", "smoothstreaming", "tee", "webm_chunk"}) {
+    for (const std::string container :
+         {"dash", "fifo", "fifo_test", "hds", "hls", "smoothstreaming", "tee", "webm_chunk"}) {
         testing::internal::CaptureStderr();
         EXPECT_FALSE(opens("fmt=" + container + "," + kVideo)) << container;
         EXPECT_NE(testing::internal::GetCapturedStderr().find("[" + container + "]"), std::string::npos) << container;

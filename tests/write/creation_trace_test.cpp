@@ -9,6 +9,7 @@
 #include "support/made_pictures.h"
 #include "support/media.h"
 #include "support/trace_lines.h"
+#include "support/why.h"
 
 namespace qmio::test {
 namespace {
@@ -275,6 +276,25 @@ TEST_F(FailedCreation, SaysWhatFailed) {
               (Lines{"qmio_create_u8: unused opts:", "qmio_create_u8: open [FOLDER/no folder/film.mov] ERR"}));
     EXPECT_EQ(log_of("fmt=webm," + kVideo),
               (Lines{"qmio_create_u8: unused opts:", "qmio_create_u8: avformat_write_header [FOLDER/film.mov] ERR"}));
+}
+
+// FFmpeg's encoders neither check these values nor survive them.
+TEST_F(FailedCreation, OfAnEncoderThatIsRefusedSaysWhichValueIsMissing) {
+    const auto told = [&](const std::string& options) {
+        const TraceLines trace(TraceSwitch::fifo);  // says nothing here
+        EXPECT_FALSE(Writer(folder_ / "film.avi", "fmt=avi," + options).is_open());
+        EXPECT_TRUE(why().holds("Invalid argument (The ")) << options;
+        Lines lines = trace.read();
+        for (std::string& line : lines)  // FFmpeg's messages have the time before them
+            line.erase(0, line.find('\t') + 1);
+        return lines;
+    };
+    EXPECT_EQ(told("vcodec=rawvideo,size=64x48"),
+              (Lines{"av_log: [AVCodecContext] [-] The pixel format is missing or out of range",
+                     "qmio_create_u8: unused opts:", "qmio_create_u8: fail to avcodec_open2 -22"}));
+    EXPECT_EQ(told("acodec=wavpack,ar=48000,afmt=s16p"),
+              (Lines{"av_log: [AVCodecContext] [-] The number of channels is missing or out of range",
+                     "qmio_create_u8: error open codec 86041 [wavpack], track 0"}));
 }
 
 TEST_F(FailedCreation, WithARefusedHeaderIsClosedWithoutTrailerButItsOutputIsClosed) {

@@ -77,6 +77,13 @@ const Failure kFailures[] = {
      "encoder mpeg4 cannot be opened"},
     {"NoSize", [](const Place& place) { return place.create("fmt=mov,vcodec=mpeg4,pix_fmt=yuv420p"); }, AVERROR(EINVAL),
      "encoder mpeg4 cannot be opened"},
+    {"NoPixelFormat", [](const Place& place) { return place.create("fmt=avi,vcodec=rawvideo,size=64x48"); },
+     AVERROR(EINVAL),
+     "encoder rawvideo cannot be opened: Invalid argument (The pixel format is missing or out of range)"},
+    {"NoChannels", [](const Place& place) { return place.create("fmt=matroska,acodec=wavpack,ar=48000,afmt=s16p"); },
+     AVERROR(EINVAL),
+     "encoder wavpack of track 0 cannot be opened: Invalid argument (The number of channels is missing or out of "
+     "range)"},
     {"UnknownSampleFormat",
      [](const Place& place) { return place.create("fmt=wav,acodec=pcm_s16le,ar=48000,ac=2,afmt=nonsense"); },
      AVERROR(EINVAL), "option afmt: no sample format is called nonsense"},
