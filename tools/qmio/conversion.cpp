@@ -8,6 +8,7 @@
 #include "losses.h"
 #include "output_options.h"
 #include "sound.h"
+#include "time_code.h"
 
 namespace host {
 

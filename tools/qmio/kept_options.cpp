@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <cstdio>
 #include <numeric>
 #include <string_view>
 
@@ -116,23 +114,6 @@ void keep_pictures(OptionList& options, const PictureFacts& facts) {
     keep_aspect(options, facts);
     keep_fields(options, facts);
     keep_colours(options, facts);
-}
-
-std::string time_code_at(const std::string& time_code, double from_rate, double to_rate) {
-    int hours = 0, minutes = 0, seconds = 0, frames = 0;
-    char mark = ':';
-    if (std::sscanf(time_code.c_str(), "%d:%d:%d%c%d", &hours, &minutes, &seconds, &mark, &frames) != 5)
-        return "";
-    const int from = std::max(static_cast<int>(std::lround(from_rate)), 1);
-    const int to = std::max(static_cast<int>(std::lround(to_rate)), 1);
-    if (from == to)
-        return time_code;
-    // Numbers are dropped at multiples of 30 pictures a second alone.
-    const char new_mark = mark != ':' && to % 30 == 0 ? mark : ':';
-    char text[64];
-    std::snprintf(text, sizeof text, "%02d:%02d:%02d%c%02d", hours, minutes, seconds, new_mark,
-                  static_cast<int>(int64_t{frames} * to / from));
-    return text;
 }
 
 std::string tag_options(const Tags& tags, const std::string& prefix) {

@@ -11,9 +11,6 @@ namespace host {
 // Aspect, fields and colours of pictures; the size and the pixel format have to be among the options.
 void keep_pictures(OptionList& options, const PictureFacts& facts);
 
-// A time code for pictures at one rate, as it is at another; both in pictures a second.
-std::string time_code_at(const std::string& time_code, double from_rate, double to_rate);
-
 // "tag:title=..." with `prefix` "tag:", and so on, for all of them; one behind the other, each with a comma in front.
 std::string tag_options(const Tags& tags, const std::string& prefix);
 

@@ -37,7 +37,10 @@ PictureFacts picture_facts(const Source& source, int fields) {
     for (const char* key : kColourKeys)
         if (const auto text = source.text(QMIO_VIDEO, key); text)
             facts.colours[key] = *text;
-    facts.time_code = source.text(QMIO_VIDEO, "timecode").value_or("");
+    // A time code from zero says as little as none, and MPEG-2 always has one.
+    if (const auto code = source.text(QMIO_VIDEO, "timecode");
+        code && code->find_first_not_of("0:;") != std::string::npos)
+        facts.time_code = *code;
     return facts;
 }
 
