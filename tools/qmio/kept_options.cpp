@@ -72,6 +72,10 @@ void keep_fields(OptionList& options, const PictureFacts& facts) {
     if (!is_chosen(options, "flags") &&
         std::find(kFieldCoders.begin(), kFieldCoders.end(), encoder) != kFieldCoders.end())
         options.add_default("flags:v=+ildct+ilme");
+    // x264 writes its first headers before it is told by a picture which field comes first.
+    if (!facts.is_top_first() && (encoder == "libx264" || encoder == "libx264rgb") &&
+        !is_chosen(options, "x264-params") && !is_chosen(options, "x264opts"))
+        options.add_default("x264-params=bff=1");
 }
 
 // The colours as they are once the pictures have come into the new format.
