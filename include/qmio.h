@@ -610,6 +610,8 @@ enum {
  *                                            qmio_set_dst_audio; the encoder has to take it
  *             ab, b:a                        bit rate of the tracks
  *             metadata="key=value,..."       tags of the file
+ *             tag:KEY="value"                one tag of the file, whatever letters are in it but a double quote; of the video
+ *                                            "tag:v:KEY", of the track begun last "tag:a:KEY": tag:a:language=deu
  *             timecode                       start time code, hh:mm:ss:ff
  *             strict:v, strict:a             "experimental" allows experimental encoders
  *           Every other key is handed to FFmpeg: to the container if it knows it, "key:v" or "key" to the video

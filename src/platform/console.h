@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -26,6 +28,22 @@ class QuietErrors {
 
   private:
     std::intptr_t before_;
+};
+
+// Number of this process.
+int64_t process_number();
+
+// While it lives, the file is removed when the program is asked to end: by Ctrl-C, by a terminal that is closed, by SIGTERM.
+// The program then ends as it would have without, with another code than 0. What this process ignored from its start it goes
+// on ignoring. A write beyond the size that the system allows a file is a failed write from then on, and no end.
+// One at a time.
+class RemovedWhenStopped {
+  public:
+    // `let_go` is called first where the system removes no file that is open, on a thread of its own: it has to close it.
+    RemovedWhenStopped(const std::filesystem::path& file, std::function<void()> let_go);
+    RemovedWhenStopped(const RemovedWhenStopped&) = delete;
+    RemovedWhenStopped& operator=(const RemovedWhenStopped&) = delete;
+    ~RemovedWhenStopped();  // `let_go` is not running, and will not be called any more
 };
 
 }  // namespace qmio::platform

@@ -39,6 +39,7 @@ bool must_interleave(const AVOutputFormat& format, uint32_t flags) {
 void set_metadata(const write::Creation& creation) {
     AVDictionary** metadata = &creation.handle.container.format_ctx->metadata;
     write::add_metadata(metadata, creation.options);
+    write::add_tags(metadata, creation.asked.tags);
     av_dict_set(metadata, "product_version", "5.9", 0);
     av_dict_set(metadata, "product_name", "qmstudio", 0);
     av_dict_set(metadata, "company_name", "qmstudio.example", 0);
@@ -248,6 +249,11 @@ void add_metadata(AVDictionary** dictionary, const Options& options) {
         if (creation_key(list.key) == CreationKey::metadata)
             for (const Option& tag : Options(list.value.c_str()))
                 av_dict_set(dictionary, tag.key.c_str(), tag.value.c_str(), 0);
+}
+
+void add_tags(AVDictionary** dictionary, const Options& tags) {
+    for (const Option& tag : tags)
+        av_dict_set(dictionary, tag.key.c_str(), tag.value.c_str(), 0);
 }
 
 void add_timecode(AVDictionary** dictionary, const Options& options) {

@@ -76,4 +76,7 @@ void set_compliance(const Creation& creation, AVCodecContext& codec, CreationKey
 void add_metadata(AVDictionary** dictionary, const Options& options);
 void add_timecode(AVDictionary** dictionary, const Options& options);
 
+// Tags by their names.
+void add_tags(AVDictionary** dictionary, const Options& tags);
+
 }  // namespace qmio::write

@@ -115,6 +115,7 @@ bool open_track(Creation& creation, Track& track, int number) {
     if (track.codec == nullptr)
         return false;
     track.stream_index = track.stream->index;
+    add_tags(&track.stream->metadata, creation.asked.tracks[static_cast<std::size_t>(number)].tags);
     describe(creation, *track.codec, track.file);
     track.stream->time_base = track.codec->time_base;
     if (!open_encoder(creation, track, number) || !adopt_encoder(track))

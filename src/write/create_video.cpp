@@ -132,6 +132,7 @@ bool add_video(Creation& creation) {
     describe(creation, *video.codec, *stream);
     add_timecode(&handle.container.format_ctx->metadata, creation.options);
     add_timecode(&stream->metadata, creation.options);
+    add_tags(&stream->metadata, creation.asked.video_tags);
     return open_encoder(creation, *video.codec) && adopt_encoder(handle, creation.asked);
 }
 

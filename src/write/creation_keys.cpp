@@ -41,6 +41,7 @@ constexpr KeyName kNames[] = {
     {"strict:a", CreationKey::audio_compliance, true},
     {"metadata", CreationKey::metadata, true},
     {"timecode", CreationKey::timecode, true},
+    {"tag", CreationKey::tag, false},
 };
 
 const KeyName* find_name(std::string_view text) {
@@ -58,6 +59,8 @@ bool is_handed_on(std::string_view text) {
 }  // namespace
 
 CreationKey creation_key(std::string_view key) {
+    if (key.starts_with("tag:"))
+        return CreationKey::tag;
     const KeyName* const name = find_name(key);
     return name != nullptr ? name->key : CreationKey::none;
 }

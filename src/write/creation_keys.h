@@ -30,9 +30,10 @@ enum class CreationKey {
     audio_compliance,
     metadata,
     timecode,
+    tag,
 };
 
-// What `key` means, compared byte for byte.
+// What `key` means, compared byte for byte. All of "tag:NAME", "tag:v:NAME" and "tag:a:NAME" are tags.
 CreationKey creation_key(std::string_view key);
 
 // The value of the first pair with a key that means this; null when there is none.

@@ -137,6 +137,22 @@ void set_video_tag(AskedFile& file, const Option& option) {
     trace_option(L"\t%S=%S (%4.4S)\n", option, option.value.c_str());
 }
 
+// "tag:NAME" is the file's, "tag:v:NAME" the video's, "tag:a:NAME" that of the track begun last.
+void add_tag(Pass& pass, const Option& option) {
+    const std::size_t colon = option.key.find(':');
+    if (colon == std::string::npos)
+        return;
+    const std::string name = option.key.substr(colon + 1);
+    const bool of_stream = name.size() > 2 && name[1] == ':';
+    if (of_stream && name[0] == 'v')
+        pass.file.video_tags.add(name.substr(2), option.value);
+    else if (of_stream && name[0] == 'a' && pass.has_track())
+        pass.file.tracks.back().tags.add(name.substr(2), option.value);
+    else if (!of_stream || name[0] != 'a')
+        pass.file.tags.add(name, option.value);
+    trace_option(L"\t%S=%S\n", option);
+}
+
 void apply_to_track(Pass& pass, CreationKey key, const Option& option) {
     if (!pass.has_track())
         return;
@@ -172,6 +188,8 @@ void apply(Pass& pass, const Option& option) {
         case CreationKey::sample_rate:
         case CreationKey::sample_format:
             return apply_to_track(pass, key, option);
+        case CreationKey::tag:
+            return add_tag(pass, option);
         default:
             return;  // looked up where they are needed, or left to FFmpeg; the encoders' own audio tags stay
     }

@@ -12,6 +12,7 @@ namespace qmio::write {
 struct AskedTrack {
     const AVCodec* encoder = nullptr;  // null where the name was unknown
     ffmpeg::SoundForm form{0, AV_SAMPLE_FMT_U8, 0};
+    Options tags = {};
 };
 
 struct AskedFile {
@@ -22,6 +23,8 @@ struct AskedFile {
     AVPixelFormat pix_fmt = AV_PIX_FMT_NONE;
     uint32_t video_tag = 0;
     std::vector<AskedTrack> tracks;
+    Options tags;
+    Options video_tags;
 };
 
 // What the creation keys of `options` ask for. Unknown names are no errors: they leave a null container

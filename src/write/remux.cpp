@@ -42,6 +42,7 @@ write::Creation read_options(MediaHandle& handle, const Request& request) {
 void set_metadata(const write::Creation& creation) {
     AVDictionary** metadata = &creation.handle.container.format_ctx->metadata;
     write::add_metadata(metadata, creation.options);
+    write::add_tags(metadata, creation.asked.tags);
     trace(TraceSwitch::options, write::kMuxTag, L"metadata opts:\n");
     dump_dictionary(*metadata, write::kMuxTag);
 }

@@ -62,6 +62,14 @@ void mark_fields(AVFrame& frame, AVFieldOrder order) {
         ffmpeg::set_top_field_first(frame);
 }
 
+// Some encoders (ProRes) write what the pictures tell of their colours, not what they were opened with.
+void tell_colours(AVFrame& frame, const AVCodecContext& codec) {
+    frame.color_primaries = codec.color_primaries;
+    frame.color_trc = codec.color_trc;
+    frame.colorspace = codec.colorspace;
+    frame.color_range = codec.color_range;
+}
+
 void trace_encoded(const Video& video, int result, bool got, const AVPacket& packet) {
     if (!tracing(TraceSwitch::write))
         return;
@@ -84,6 +92,7 @@ int encode_frame(Writing& writing, const Video& video, const imio_picture& pictu
     // FFmpeg's own encoders take a fixed quantiser from the frame, not from the context.
     frame.quality = video.codec->global_quality;
     mark_fields(frame, video.codec->field_order);
+    tell_colours(frame, *video.codec);
     return writing.encoder.encode(&packet, got, &frame);
 }
 

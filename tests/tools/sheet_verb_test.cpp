@@ -89,8 +89,8 @@ TEST(SheetVerb, TheLastFrameIsAmongThem) {
 TEST(SheetVerb, NameAndTimeCodesAreThoseOfTheFile) {
     const TempDir folder;
     const auto sheet_of_file = [&folder](const std::filesystem::path& file) {
-        const Outcome outcome =
-            run_qmio({"sheet", utf8(file), "--out", utf8(folder / "sheet.png"), "--count", "2", "--columns", "2"});
+        const Outcome outcome = run_qmio(
+            {"sheet", utf8(file), "--out", utf8(folder / "sheet.png"), "--count", "2", "--columns", "2", "--force"});
         EXPECT_EQ(outcome.exit_code, 0) << outcome.error_text;
         return read_png(folder / "sheet.png");
     };

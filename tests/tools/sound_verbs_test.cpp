@@ -105,7 +105,8 @@ Bytes tone_data(std::size_t first_frame, std::size_t end_frame) {
 TEST(AudioVerb, WritesThePartBetweenStartAndEnd) {
     const TempDir folder;
     const auto part = [&folder](const Arguments& more) {
-        Arguments arguments{"audio", made("tone.wav"), "--channels", "1", "--out", utf8(folder / "part.wav")};
+        Arguments arguments{"audio", made("tone.wav"),         "--channels", "1", "--force",
+                            "--out", utf8(folder / "part.wav")};
         arguments.insert(arguments.end(), more.begin(), more.end());
         const Outcome outcome = run_qmio(arguments);
         EXPECT_EQ(outcome.exit_code, 0) << outcome.error_text;

@@ -72,6 +72,19 @@ TEST(CreationOptions, PictureIsDescribedByFormatAndSize) {
     EXPECT_EQ(read("pix_fmt=bgra,size=64x32").pix_fmt, AV_PIX_FMT_BGRA);
 }
 
+TEST(CreationOptions, TagsAreOfTheFileTheVideoOrTheTrackBegunLast) {
+    const AskedFile file = read(
+        "tag:a:title=lost,tag:title=\"One, "
+        "two\",tag:v:title=V,acodec=flac,tag:a:language=deu,acodec=flac,tag:a:title=B b,"
+        "tag=none");
+    const auto pairs = [](const Options& tags) { return std::vector<Option>(tags.begin(), tags.end()); };
+    EXPECT_EQ(pairs(file.tags), (std::vector<Option>{{"title", "One, two"}}));
+    EXPECT_EQ(pairs(file.video_tags), (std::vector<Option>{{"title", "V"}}));
+    ASSERT_EQ(file.tracks.size(), 2U);
+    EXPECT_EQ(pairs(file.tracks[0].tags), (std::vector<Option>{{"language", "deu"}}));
+    EXPECT_EQ(pairs(file.tracks[1].tags), (std::vector<Option>{{"title", "B"}}));
+}
+
 TEST(CreationOptions, AbsurdSizesEndAtTheLimit) {
     EXPECT_EQ(read("width=99G").width, std::numeric_limits<int32_t>::max());
 }

@@ -20,7 +20,7 @@ namespace {
 
 struct AudioOptions {
     std::string file;
-    std::string out = "out.wav";
+    Target out{"out.wav"};
     int track = 0;
     int rate = 48000;
     int channels = 2;
@@ -107,7 +107,7 @@ int64_t copy(Sound& sound, Output& file, const Range& range) {
 }
 
 void audio(const AudioOptions& options) {
-    require_other_file(options.file, options.out);
+    require_free(options.out, options.file);
     const Range range = range_of(options);
     const Held& held = formats().at(options.format);
     Sound sound(options.file, options.track, {options.channels, options.rate, sample_format_code(held.samples)});
@@ -135,7 +135,8 @@ void add_audio(CLI::App& app) {
     const CLI::Validator time(complain_of_time, "TIME");
     verb->add_option("--start", options->start, "Where to begin: seconds, m:ss or h:mm:ss, with decimals")->check(time);
     verb->add_option("--end", options->end, "Where to end, counted from the beginning of the track, too")->check(time);
-    verb->add_option("--out", options->out, "The WAV file to write")->capture_default_str();
+    verb->add_option("--out", options->out.name, "The WAV file to write")->capture_default_str();
+    add_force(*verb, options->out);
     verb->callback([options] { audio(*options); });
 }
 

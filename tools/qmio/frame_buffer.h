@@ -24,6 +24,8 @@ class FrameBuffer {
         record_.width = width;
         record_.height = height;
         record_.alignment = alignment;
+        // Of the formats that may be told to be opaque.
+        record_.line_size = (width * 4 + alignment - 1) / alignment * alignment;
     }
 
     imio_picture& record() { return record_; }

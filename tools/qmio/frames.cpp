@@ -23,6 +23,7 @@ struct FramesOptions {
     std::string numbers;
     std::string folder = ".";
     std::string opening;
+    bool force = false;
 };
 
 // Nothing when the text is no list of numbers from 0 on, separated by commas.
@@ -50,10 +51,10 @@ void make_folder(const std::string& folder) {
         throw Failure(folder, "the folder cannot be made: " + error.message());
 }
 
-std::string frame_name(const std::string& folder, int number) {
+Target frame_target(const FramesOptions& options, int number, bool force) {
     std::ostringstream name;
     name << "frame-" << std::setw(6) << std::setfill('0') << number << ".png";
-    return utf8_of(path_of(folder) / name.str());
+    return {utf8_of(path_of(options.folder) / name.str()), force};
 }
 
 std::string listed(const std::vector<int>& numbers) {
@@ -70,7 +71,8 @@ std::vector<int> write_frames(Source& source, const FramesOptions& options, cons
     std::vector<int> missing;
     for (const int number : numbers) {
         if (source.read_frame(number, picture))
-            write_png(frame_name(options.folder, number), picture);
+            // All of them were looked for before; the same number may be asked for twice.
+            write_png(frame_target(options, number, true), picture);
         else
             missing.push_back(number);
         progress.step();
@@ -82,7 +84,10 @@ void frames(const FramesOptions& options) {
     Source source(options.file, options.opening);
     source.require_pictures();
     make_folder(options.folder);
-    const std::vector<int> missing = write_frames(source, options, parse_numbers(options.numbers).value());
+    const std::vector<int> numbers = parse_numbers(options.numbers).value();
+    for (const int number : numbers)
+        require_free(frame_target(options, number, options.force));
+    const std::vector<int> missing = write_frames(source, options, numbers);
     if (!missing.empty())
         throw Failure(options.file, "no picture at frame " + listed(missing) + " (it counts " +
                                         std::to_string(source.frame_count()) + " frames)");
@@ -98,6 +103,7 @@ void add_frames(CLI::App& app) {
         ->required()
         ->check(CLI::Validator(complain_of_numbers, "NUMBER,..."));
     verb->add_option("--out", options->folder, "Folder for frame-NNNNNN.png, made when missing")->capture_default_str();
+    verb->add_flag("--force", options->force, "Write over what is there");
     verb->add_option("--options", options->opening, kOpeningOptions);
     verb->callback([options] { frames(*options); });
 }

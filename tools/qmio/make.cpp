@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 
+#include "container.h"
 #include "failure.h"
 #include "frame_buffer.h"
 #include "label.h"
@@ -35,7 +36,7 @@ constexpr std::array<Colour, 8> kBars = {{{235, 235, 235, 255},
                                           {16, 16, 16, 255}}};
 
 struct MakeOptions {
-    std::string out;
+    Target out;
     std::string options;
     int frames = 125;
 };
@@ -138,16 +139,17 @@ class TestSound {
 
 // ---- the whole ----
 
-OptionList fill_in(const std::string& text) {
-    OptionList options(text);
-    require_container(options);
+OptionList fill_in(const MakeOptions& asked) {
+    OptionList options(asked.options);
+    add_container(options, asked.out.name);
     add_picture_defaults(options, {kDefaultWidth, kDefaultHeight, "25"});
     options.add_track_defaults([](int, const std::string& encoder) { return track_defaults(encoder, {}); });
     return options;
 }
 
 void make(const MakeOptions& options) {
-    const OptionList filled = fill_in(options.options);
+    require_free(options.out);
+    const OptionList filled = fill_in(options);
     Output output(options.out, filled.text());
     std::vector<TestSound> sounds;
     sounds.reserve(static_cast<std::size_t>(output.track_count()));
@@ -176,10 +178,11 @@ void add_make(CLI::App& app) {
     CLI::App* verb =
         app.add_subcommand("make", "Write a test file: numbered pictures, another sound for every channel");
     auto options = std::make_shared<MakeOptions>();
-    verb->add_option("OUT", options->out, "The file to write")->required();
+    verb->add_option("OUT", options->out.name, kTargetHelp)->required();
+    add_force(*verb, options->out);
     verb->add_option("OPTIONS", options->options,
                      "What to write, for instance fmt=mp4,vcodec=libx264,r=25,acodec=aac; 640x360, 25 frames a second "
-                     "and 48000 Hz stereo unless it says otherwise")
+                     "and 48000 Hz stereo unless it says otherwise; without fmt the name of OUT tells the container")
         ->required();
     verb->add_option("--frames", options->frames, "Number of pictures")
         ->check(CLI::Range(1, 10000000))

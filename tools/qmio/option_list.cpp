@@ -1,6 +1,7 @@
 #include "option_list.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 
 namespace host {
@@ -54,6 +55,12 @@ class Reader {
     std::string_view rest_;
 };
 
+// Options of sound that are the track's, which was begun last.
+bool is_form_of_track(const std::string& option) {
+    constexpr std::string_view keys[] = {"ac", "channels", "ar", "sample_rate", "afmt", "sample_fmt"};
+    return std::find(std::begin(keys), std::end(keys), key_of(option)) != std::end(keys);
+}
+
 bool is_audio_encoder(const std::string& option) {
     const std::string key = key_of(option);
     return key == "acodec" || key == "codec:a" || key == "c:a";
@@ -88,6 +95,26 @@ void OptionList::add_track_defaults(const std::function<std::string(int track, c
             filled.push_back(make(track++, value_of(option)));
     }
     options_ = std::move(filled);
+}
+
+int OptionList::track_count() const {
+    return static_cast<int>(std::count_if(options_.begin(), options_.end(), is_audio_encoder));
+}
+
+void OptionList::set_track_count(int count) {
+    const auto first = std::find_if(options_.begin(), options_.end(), is_audio_encoder);
+    std::vector<std::string> track;
+    std::vector<std::string> rest;
+    for (auto option = options_.begin(); option != options_.end(); ++option) {
+        const bool is_of_track = option == first || (option > first && is_form_of_track(*option));
+        if (is_of_track)
+            track.push_back(*option);
+        else if (!is_audio_encoder(*option))
+            rest.push_back(*option);
+    }
+    options_ = std::move(rest);
+    for (int number = 0; number < count; ++number)
+        options_.insert(options_.end(), track.begin(), track.end());
 }
 
 std::string OptionList::text() const {

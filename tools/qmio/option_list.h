@@ -23,6 +23,12 @@ class OptionList {
     // of the track and its encoder.
     void add_track_defaults(const std::function<std::string(int track, const std::string& encoder)>& make);
 
+    // How many tracks the options begin.
+    int track_count() const;
+
+    // Lets the options begin so many tracks, all of them like the first; with 0 none.
+    void set_track_count(int count);
+
     std::string text() const;
 
   private:

@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
+#include <vector>
 
 #include "failure.h"
+#include "pixel_form.h"
 
 namespace host {
 
@@ -41,20 +44,68 @@ void add_size(OptionList& options, const PictureForm& form) {
         options.add_default("size=" + std::to_string(form.width) + "x" + std::to_string(form.height));
 }
 
-// The one that the encoder names first, or the usual one when it names none.
-std::string pixel_format_for(const std::string& encoder) {
+// What the encoder takes; of those that do not tell, the usual one.
+std::vector<std::string> pixel_formats_of(const std::string& encoder) {
+    std::vector<std::string> names;
     const auto* formats =
         static_cast<const int32_t*>(qmio_get_codec_info(find_encoder(encoder, "video"), nullptr, "format"));
-    const bool has_formats = formats != nullptr && *formats != -1;
-    const char* name = qmio_get_pix_info(has_formats ? *formats : qmio_fmtid("AV_PIX_FMT_YUV420P"), "name");
-    return name != nullptr ? name : "";
+    for (; formats != nullptr && *formats != -1; ++formats)
+        if (const char* name = qmio_get_pix_info(*formats, "name"); name != nullptr)
+            names.emplace_back(name);
+    return names.empty() ? std::vector<std::string>{"yuv420p"} : names;
 }
 
-std::string sample_format_for(const std::string& encoder) {
-    const auto* formats =
-        static_cast<const int*>(qmio_get_codec_info(find_encoder(encoder, "audio"), nullptr, "sample_fmts"));
-    const char* name = formats != nullptr ? qmio_get_pix_info(*formats, "sample") : nullptr;
-    return name != nullptr ? name : "s16";
+std::vector<std::string> sample_formats_of(const AVCodec* encoder) {
+    std::vector<std::string> names;
+    const auto* formats = static_cast<const int*>(qmio_get_codec_info(encoder, nullptr, "sample_fmts"));
+    for (; formats != nullptr && *formats != -1; ++formats)
+        if (const char* name = qmio_get_pix_info(*formats, "sample"); name != nullptr)
+            names.emplace_back(name);
+    return names.empty() ? std::vector<std::string>{"s16"} : names;
+}
+
+std::string without_planes(const std::string& format) {
+    return !format.empty() && format.back() == 'p' ? format.substr(0, format.size() - 1) : format;
+}
+
+bool is_whole(const std::string& format) {
+    return !format.empty() && (format[0] == 's' || format[0] == 'u');
+}
+
+int bits_of(const std::string& format) {
+    const int code = std::abs(static_cast<int>(qmio_get_id(format.c_str(), "sample_bits")));
+    return is_whole(format) && code < 128 ? code : 64;
+}
+
+// The same one, packed or in planes. Else whole numbers go into the shortest that holds them, or the longest there is.
+// Sound that is decoded as floating point goes into the encoder's first one: where that comes from a codec that
+// compresses, there is no number of bits to keep.
+std::string sample_format_for(const AVCodec* encoder, const std::string& source) {
+    const std::vector<std::string> formats = sample_formats_of(encoder);
+    for (const std::string& format : formats)
+        if (without_planes(format) == without_planes(source))
+            return format;
+    if (!is_whole(source))
+        return formats.front();
+    const auto cost = [&](const std::string& format) {
+        const int more = bits_of(format) - bits_of(source);
+        return more >= 0 ? more : 1000 - more;
+    };
+    return *std::min_element(formats.begin(), formats.end(),
+                             [&](const std::string& one, const std::string& other) { return cost(one) < cost(other); });
+}
+
+// The same rate, or the next higher one, or the highest.
+int sample_rate_for(const AVCodec* encoder, int source) {
+    const auto* rates = static_cast<const int*>(qmio_get_codec_info(encoder, nullptr, "sample_rates"));
+    if (rates == nullptr || *rates == 0)
+        return source;
+    const auto cost = [source](int rate) { return rate >= source ? int64_t{rate} : int64_t{1} << 40; };
+    int best = *rates;
+    for (; *rates != 0; ++rates)
+        if (cost(*rates) < cost(best) || (best<source&& * rates> best))
+            best = *rates;
+    return best;
 }
 
 }  // namespace
@@ -63,23 +114,15 @@ void add_picture_defaults(OptionList& options, const PictureForm& form) {
     const std::string encoder = options.value(kVideoEncoderKeys);
     if (encoder.empty())
         return;
-    const std::string usual = pixel_format_for(encoder);
+    const std::string nearest = nearest_pixel_format(form.pixel_format, form.is_full, pixel_formats_of(encoder));
     if (!options.has(kPixelFormatKeys))
-        options.add_default("pix=" + usual);
+        options.add_default("pix=" + nearest);
     if (pixel_format_of(options) < 0)
         throw Failure(options.value(kPixelFormatKeys), "is no pixel format; see: qmio pixfmts");
     add_size(options, form);
     if (!options.has({"r"}))
         options.add_default("r=" + form.rate);
     seconds_per_picture(options);
-}
-
-void require_container(const OptionList& options) {
-    const std::string name = options.value({"fmt", "f"});
-    if (name.empty())
-        throw Failure("the options", "name no container (fmt=mp4, for instance)");
-    if (qmio_get_id(name.c_str(), "ofmt") == 0)
-        throw Failure(name, "is no container; see: qmio formats");
 }
 
 double seconds_per_picture(const OptionList& options) {
@@ -94,9 +137,18 @@ double seconds_per_picture(const OptionList& options) {
     return static_cast<double>(below) / above;
 }
 
+PictureSize picture_size(const OptionList& options) {
+    const std::string size = options.value({"size"});
+    const std::size_t cross = size.find('x');
+    if (cross != std::string::npos)
+        return {number(size.substr(0, cross)), number(size.substr(cross + 1))};
+    return {number(options.value({"width"})), number(options.value({"height"}))};
+}
+
 std::string track_defaults(const std::string& encoder, const TrackForm& form) {
-    return "ac=" + std::to_string(form.channels) + ",ar=" + std::to_string(form.rate) +
-           ",afmt=" + sample_format_for(encoder);
+    const AVCodec* const codec = find_encoder(encoder, "audio");
+    return "ac=" + std::to_string(form.channels) + ",ar=" + std::to_string(sample_rate_for(codec, form.rate)) +
+           ",afmt=" + sample_format_for(codec, form.sample_format);
 }
 
 int pixel_format_of(const OptionList& options) {

@@ -13,25 +13,34 @@ inline const std::vector<std::string> kPixelFormatKeys = {"pix", "pix_fmt"};
 struct PictureForm {
     int width = 0;
     int height = 0;
-    std::string rate;  // N or N/D
+    std::string rate;               // N or N/D
+    std::string pixel_format = {};  // FFmpeg's name; empty when unknown
+    bool is_full = false;           // told to be in full range
 };
 
 struct TrackForm {
     int channels = 2;
     int rate = 48000;
+    std::string sample_format = {};  // FFmpeg's name; empty when unknown
 };
 
-// Size, frame rate and a pixel format that the encoder takes. Nothing when no video is asked for. Throws a Failure
+struct PictureSize {
+    int width = 0;
+    int height = 0;
+};
+
+// Size, frame rate and the encoder's pixel format that is nearest. Nothing when no video is asked for. Throws a Failure
 // for an encoder that there is not.
 void add_picture_defaults(OptionList& options, const PictureForm& form);
-
-// Throws a Failure when the options name no container that can be written.
-void require_container(const OptionList& options);
 
 // How long each picture is shown; of a rate that was not given, the usual one.
 double seconds_per_picture(const OptionList& options);
 
-// "ac=2,ar=48000,afmt=fltp" for an encoder, in a sample format that it takes. Throws a Failure as above.
+// The size that the options give.
+PictureSize picture_size(const OptionList& options);
+
+// "ac=2,ar=48000,afmt=fltp" for an encoder, the rate and the sample format the nearest that it takes. Throws a Failure as
+// above.
 std::string track_defaults(const std::string& encoder, const TrackForm& form);
 
 // The number of the pixel format in which the pictures have to come.

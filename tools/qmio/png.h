@@ -4,10 +4,11 @@
 #include <string>
 
 #include "picture.h"
+#include "target.h"
 
 namespace host {
 
-// Writes `picture` to the file `name` (UTF-8), replacing what is there. Throws a Failure that names the file.
-void write_png(const std::string& name, Picture& picture);
+// Throws a Failure that names the file.
+void write_png(const Target& target, Picture& picture);
 
 }  // namespace host

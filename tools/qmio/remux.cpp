@@ -4,9 +4,9 @@
 #include <memory>
 #include <system_error>
 
+#include "container.h"
 #include "failure.h"
 #include "output.h"
-#include "output_options.h"
 #include "progress.h"
 #include "source.h"
 #include "text.h"
@@ -21,39 +21,13 @@ constexpr const char* kReading = "fflags=+genpts";
 
 struct RemuxOptions {
     std::string in;
-    std::string out;
+    Target out;
     std::string options;
 };
 
-std::string extension_of(const std::string& name) {
-    std::string extension = utf8_of(path_of(name.substr(0, name.find('|'))).extension());
-    return extension.empty() ? extension : extension.substr(1);
-}
-
-bool has_pattern(const AVOutputFormat* format, const std::string& extension) {
-    char text[1024] = {};
-    const std::string description = qmio_get_format_info(format, text, nullptr);
-    return description.find("*." + extension + ";") != std::string::npos ||
-           description.find("*." + extension + ")") != std::string::npos;
-}
-
-// The container that a file's name stands for: by its own name, else the first for video that has the extension.
-std::string container_of(const std::string& name) {
-    std::string extension = extension_of(name);
-    if (extension.empty() || qmio_get_id(extension.c_str(), "ofmt") != 0)
-        return extension;
-    for (const AVOutputFormat* format = qmio_first_format(); format != nullptr; format = qmio_next_format(format))
-        if (qmio_is_format(format, "video") != 0 && has_pattern(format, extension))
-            return qmio_get_format_info(format, nullptr, "name");
-    return "";
-}
-
 OptionList fill_in(const RemuxOptions& options) {
     OptionList filled(options.options);
-    const std::string container = container_of(options.out);
-    if (!filled.has({"fmt", "f"}) && !container.empty())
-        filled.add_default("fmt=" + container);
-    require_container(filled);
+    add_container(filled, options.out.name);
     return filled;
 }
 
@@ -87,7 +61,7 @@ void copy_packets(const Source& source, Output& output) {
     Bytes bytes(source);
     while (qmio_get_frame(source.handle()) >= 0) {
         if (qmio_copy_frame(output.handle(), source.handle()) < 0)
-            throw failure_of_library(output.name(), "cannot be written");
+            throw output.failure("cannot be written");
         qmio_release_frame(source.handle());
         bytes.show();
     }
@@ -95,15 +69,16 @@ void copy_packets(const Source& source, Output& output) {
 }
 
 void remux(const RemuxOptions& options) {
-    require_other_file(options.in, options.out);
+    require_free(options.out, options.in);
     const OptionList filled = fill_in(options);
     const Source source(options.in, kReading);
     source.require_pictures();
     Output output(options.out, filled.text(),
                   [&](const char* name, const char* text) { return copy_of(source, name, text); });
     copy_packets(source, output);
-    output.close();
+    output.finish();
     output.require_readable();
+    output.keep();
 }
 
 }  // namespace
@@ -112,7 +87,8 @@ void add_remux(CLI::App& app) {
     CLI::App* verb = app.add_subcommand("remux", "Copy the video and the first sound of a file into another container");
     auto options = std::make_shared<RemuxOptions>();
     verb->add_option("IN", options->in, "The file to read")->required();
-    verb->add_option("OUT", options->out, "The file to write")->required();
+    verb->add_option("OUT", options->out.name, kTargetHelp)->required();
+    add_force(*verb, options->out);
     verb->add_option(
         "--options", options->options,
         "The container and what it is told, for instance fmt=mp4,movflags=faststart; without fmt the name of "

@@ -25,7 +25,7 @@ constexpr Colour kText{235, 235, 235, 255};
 
 struct SheetOptions {
     std::string file;
-    std::string out;
+    Target out;
     int count = 16;
     int columns = 4;
     std::string opening;
@@ -111,7 +111,7 @@ int draw_cells(Picture& sheet, const Grid& grid, Source& source, int frames) {
 }
 
 void sheet(const SheetOptions& options) {
-    require_other_file(options.file, options.out);
+    require_free(options.out, options.file);
     // Options that are given twice count as they were given last.
     Source source(options.file, "rotate=1," + options.opening);
     source.require_pictures();
@@ -131,7 +131,8 @@ void add_sheet(CLI::App& app) {
     CLI::App* verb = app.add_subcommand("sheet", "Write a contact sheet of a file as a PNG file");
     auto options = std::make_shared<SheetOptions>();
     verb->add_option("FILE", options->file, "The file to read")->required();
-    verb->add_option("--out", options->out, "The PNG file to write")->required();
+    verb->add_option("--out", options->out.name, "The PNG file to write")->required();
+    add_force(*verb, options->out);
     verb->add_option("--count", options->count, "Number of frames")->check(CLI::Range(1, 1000))->capture_default_str();
     verb->add_option("--columns", options->columns, "Frames per row")->check(CLI::Range(1, 100))->capture_default_str();
     verb->add_option("--options", options->opening, kOpeningOptions);

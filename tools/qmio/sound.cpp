@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <limits>
 
 #include "failure.h"
 
@@ -85,17 +86,41 @@ int64_t Sound::duration_ms() const {
     return times.container_duration / 1000;
 }
 
-Sound::Piece Sound::next() {
+// Of the sound decoded last, which is not always that of the packet: its time base is.
+std::optional<double> Sound::time_of_packet() const {
+    constexpr int64_t unknown = std::numeric_limits<int64_t>::min();
+    qmio_time_param times{};
+    const int64_t pts = source_.track_param("apts", track_);
+    if (qmio_get_time_param(source_.handle(), "packet", &times) == 0 || times.time_base_den == 0 || pts == unknown)
+        return {};
+    return static_cast<double>(pts) * times.time_base_num / times.time_base_den;
+}
+
+Sound::Piece Sound::take() {
     for (;;) {
         if (!in_packet_ && !next_packet())
             return {};
         const int bytes = qmio_audio_frame(source_.handle(), buffer_.data());
         in_packet_ = bytes > 0;
-        if (bytes > 0) {
-            delivered_frames_ += bytes / bytes_per_frame();
+        if (bytes > 0)
             return in_form(bytes);
-        }
     }
+}
+
+std::optional<double> Sound::start() {
+    if (!ahead_ && delivered_frames_ == 0) {
+        ahead_ = take();
+        if (ahead_->bytes > 0)
+            start_ = time_of_packet();
+    }
+    return start_;
+}
+
+Sound::Piece Sound::next() {
+    const Piece piece = ahead_ ? *ahead_ : take();
+    ahead_.reset();
+    delivered_frames_ += piece.bytes / bytes_per_frame();
+    return piece;
 }
 
 }  // namespace host

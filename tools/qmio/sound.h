@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,11 +39,16 @@ class Sound {
     };
     Piece next();
 
+    // When the first sample is heard, in seconds on the file's clock; nothing where the file does not tell, or has no sound.
+    std::optional<double> start();
+
     // How much was given so far.
     int64_t delivered_frames() const { return delivered_frames_; }
     int64_t delivered_ms() const { return delivered_frames_ * 1000 / form_.rate; }
 
   private:
+    Piece take();
+    std::optional<double> time_of_packet() const;
     bool next_packet();
     void make_room();
     Piece in_form(int bytes);
@@ -55,6 +61,8 @@ class Sound {
     std::vector<uint8_t> buffer_;
     std::vector<uint8_t> interleaved_;
     bool in_packet_ = false;
+    std::optional<Piece> ahead_;  // decoded, but not yet given
+    std::optional<double> start_;
     int64_t delivered_frames_ = 0;
 };
 

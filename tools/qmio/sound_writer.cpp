@@ -1,6 +1,7 @@
 #include "sound_writer.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace host {
 
@@ -40,12 +41,28 @@ void write_samples(Output& output, int track, const SoundForm& form, const uint8
     }
 }
 
-SoundWriter::SoundWriter(Output& output, int track, const std::string& file, int file_track)
+SoundWriter::SoundWriter(Output& output, int track, const std::string& file, int file_track, double silence)
     : output_(output), track_(track) {
     // A track whose encoder is not known is not written.
     const SoundForm form = form_of_track(output, track);
     if (form.channels > 0 && file_track >= 0)
         sound_ = std::make_unique<Sound>(file, file_track, form);
+    if (sound_ != nullptr && silence > 0) {
+        const auto frames = static_cast<int64_t>(std::llround(silence * form.rate));
+        silence_ = static_cast<double>(frames) / form.rate;
+        write_silence(frames);
+    }
+}
+
+void SoundWriter::write_silence(int64_t frames) {
+    const SoundForm& form = sound_->form();
+    const bool is_unsigned = form.format == 8 || form.format == -8;
+    const std::vector<uint8_t> none(
+        static_cast<std::size_t>(kMostFrames) * static_cast<std::size_t>(sound_->bytes_per_frame()),
+        is_unsigned ? 0x80 : 0);
+    for (; frames > 0; frames -= kMostFrames)
+        output_.write(track_, none.data(),
+                      static_cast<int>(std::min<int64_t>(frames, kMostFrames)) * sound_->bytes_per_frame());
 }
 
 bool SoundWriter::write_piece() {
@@ -58,7 +75,7 @@ bool SoundWriter::write_piece() {
 }
 
 void SoundWriter::write_until(double seconds) {
-    while (sound_ != nullptr && static_cast<double>(sound_->delivered_ms()) < seconds * 1000)
+    while (sound_ != nullptr && silence_ * 1000 + static_cast<double>(sound_->delivered_ms()) < seconds * 1000)
         write_piece();
 }
 

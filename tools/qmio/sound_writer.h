@@ -19,7 +19,8 @@ SoundForm form_of_track(const Output& output, int track);
 
 class SoundWriter {
   public:
-    SoundWriter(Output& output, int track, const std::string& file, int file_track);
+    // `silence`: seconds of it that come first.
+    SoundWriter(Output& output, int track, const std::string& file, int file_track, double silence = 0);
 
     // Writes on to this time, counted from the start; to the end.
     void write_until(double seconds);
@@ -27,10 +28,12 @@ class SoundWriter {
 
   private:
     bool write_piece();
+    void write_silence(int64_t frames);
 
     Output& output_;
     int track_;
     std::unique_ptr<Sound> sound_;
+    double silence_ = 0;  // seconds in front of the sound
 };
 
 }  // namespace host

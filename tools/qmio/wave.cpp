@@ -34,7 +34,7 @@ constexpr Colour kPower{40, 120, 230, 255};
 
 struct WaveOptions {
     std::string file;
-    std::string out;
+    Target out;
     int width = 1200;
 };
 
@@ -166,7 +166,7 @@ void draw_wave(Picture& picture, int top, const Wave& wave) {
 }
 
 void wave(const WaveOptions& options) {
-    require_other_file(options.file, options.out);
+    require_free(options.out, options.file);
     const std::vector<Wave> waves = measure_tracks(options.file);
     int height = label_height() + 2 * kMargin;
     for (const Wave& one : waves)
@@ -188,7 +188,8 @@ void add_wave(CLI::App& app) {
     CLI::App* verb = app.add_subcommand("wave", "Draw peak and power of every channel over time into a PNG file");
     auto options = std::make_shared<WaveOptions>();
     verb->add_option("FILE", options->file, "The file to read")->required();
-    verb->add_option("--out", options->out, "The PNG file to write")->required();
+    verb->add_option("--out", options->out.name, "The PNG file to write")->required();
+    add_force(*verb, options->out);
     verb->add_option("--width", options->width, "Width of the picture in pixels")
         ->check(CLI::Range(64, 16384))
         ->capture_default_str();
