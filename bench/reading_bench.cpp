@@ -17,6 +17,12 @@
 namespace {
 
 constexpr int kSeeks = 12;
+constexpr int kSteps = 240;  // two groups of pictures of the clip
+constexpr int kPlainSteps = 24;
+constexpr int kJogFrom = 50;
+constexpr int kCut = 240;
+constexpr int kAround = 12;
+constexpr int kLeap = 5;
 constexpr unsigned kSeed = 20240305;
 
 std::string clip = QMIO_BENCH_CLIP;
@@ -150,6 +156,73 @@ void random_plain(benchmark::State& state) {
     count_frames(state, state.iterations() * kSeeks);
 }
 
+// ---- jogging ----
+
+// The orders in which people ask for frames: one after the other backwards, to and fro around a cut, forwards in leaps,
+// and one again and again.
+std::vector<int> step_back() {
+    std::vector<int> numbers(kSteps);
+    for (int step = 0; step < kSteps; ++step)
+        numbers[static_cast<std::size_t>(step)] = kJogFrom + kSteps - step;
+    return numbers;
+}
+
+std::vector<int> to_and_fro() {
+    std::vector<int> numbers;
+    for (int round = 0; round < kSteps / (4 * kAround); ++round)
+        for (int place = 0; place < 4 * kAround; ++place)
+            numbers.push_back(kCut + (place < 2 * kAround ? place - kAround : 3 * kAround - place));
+    return numbers;
+}
+
+std::vector<int> scrub_forward() {
+    std::vector<int> numbers;
+    for (int frame = kJogFrom; frame < kJogFrom + kSteps; frame += kLeap)
+        numbers.push_back(frame);
+    return numbers;
+}
+
+std::vector<int> same_again() {
+    return std::vector<int>(kSteps, kCut);
+}
+
+void jog_library(benchmark::State& state, std::vector<int> (*order)(), int64_t frames_each) {
+    const Media media = open_clip();
+    std::vector<uint8_t> bgra = picture_of(media.get());
+    const std::vector<int> numbers = order();
+    read_by_number(media.get(), kJogFrom + kSteps + 1, bgra.data());
+    for ([[maybe_unused]] auto _ : state)
+        for (const int number : numbers)
+            if (!read_by_number(media.get(), number, bgra.data()))
+                state.SkipWithError("a frame is not reached");
+    count_frames(state, state.iterations() * static_cast<int64_t>(numbers.size()) * frames_each);
+}
+
+void step_back_library(benchmark::State& state) {
+    jog_library(state, step_back, 1);
+}
+void to_and_fro_library(benchmark::State& state) {
+    jog_library(state, to_and_fro, 1);
+}
+// In frames of the source that are passed.
+void scrub_library(benchmark::State& state) {
+    jog_library(state, scrub_forward, kLeap);
+}
+void same_again_library(benchmark::State& state) {
+    jog_library(state, same_again, 1);
+}
+
+void step_back_plain(benchmark::State& state) {
+    bench::PlainReader reader(clip);
+    std::vector<uint8_t> bgra(reader.picture_bytes());
+    std::vector<int> numbers = step_back();
+    numbers.resize(kPlainSteps);
+    for ([[maybe_unused]] auto _ : state)
+        for (const int number : numbers)
+            reader.read_frame(number, bgra.data());
+    count_frames(state, state.iterations() * kPlainSteps);
+}
+
 void time_whole_runs(benchmark::internal::Benchmark* benchmark) {
     benchmark->Iterations(1)->UseRealTime()->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
 }
@@ -159,6 +232,11 @@ BENCHMARK(queue_library)->Apply(time_whole_runs);
 BENCHMARK(sequential_plain)->Apply(time_whole_runs);
 BENCHMARK(random_library)->Apply(time_whole_runs);
 BENCHMARK(random_plain)->Apply(time_whole_runs);
+BENCHMARK(step_back_library)->Apply(time_whole_runs);
+BENCHMARK(step_back_plain)->Apply(time_whole_runs);
+BENCHMARK(to_and_fro_library)->Apply(time_whole_runs);
+BENCHMARK(scrub_library)->Apply(time_whole_runs);
+BENCHMARK(same_again_library)->Apply(time_whole_runs);
 
 void print_ratio(const bench::RatioReporter& reporter, const char* what, const char* ours, const char* plain,
                  const char* of = "a plain loop") {
@@ -184,6 +262,12 @@ int run(int argc, char** argv) {
     print_ratio(reporter, "sequential", "sequential_library", "sequential_plain");
     print_ratio(reporter, "random access", "random_library", "random_plain");
     print_ratio(reporter, "through the queue", "queue_library", "sequential_library", "reading without it");
+    const char* const in_order = "reading in order";
+    print_ratio(reporter, "step back by 1", "step_back_library", "sequential_library", in_order);
+    print_ratio(reporter, "step back by 1", "step_back_library", "step_back_plain");
+    print_ratio(reporter, "to and fro", "to_and_fro_library", "sequential_library", in_order);
+    print_ratio(reporter, "scrub forward by 5", "scrub_library", "sequential_library", in_order);
+    print_ratio(reporter, "same frame again", "same_again_library", "sequential_library", in_order);
     return reporter.failed() ? 1 : 0;
 }
 

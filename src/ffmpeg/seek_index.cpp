@@ -1,0 +1,18 @@
+#include "ffmpeg/seek_index.h"
+
+#include <string_view>
+
+namespace qmio::ffmpeg {
+
+IndexedKey indexed_key(const AVStream& stream, int64_t timestamp) {
+    // The search takes a stream that it could change, but only reads it.
+    const int entry = av_index_search_timestamp(const_cast<AVStream*>(&stream), timestamp, AVSEEK_FLAG_BACKWARD);
+    return {entry, entry == avformat_index_get_entries_count(&stream) - 1};
+}
+
+bool is_local_file(const AVFormatContext& container) {
+    const char* const protocol = container.url != nullptr ? avio_find_protocol_name(container.url) : nullptr;
+    return container.pb != nullptr && protocol != nullptr && std::string_view(protocol) == "file";
+}
+
+}  // namespace qmio::ffmpeg

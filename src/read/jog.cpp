@@ -1,0 +1,109 @@
+#include "read/jog.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "core/process/settings.h"
+#include "ffmpeg/seek_index.h"
+#include "read/position.h"
+
+namespace qmio::read {
+
+namespace {
+
+// A host that reads on behind a sought picture may come back; one that plays on need not have its pictures kept.
+constexpr int32_t kKeptBehind = 48;
+
+// Where no index tells where a landing is, it is found by going back further and further, these frames at first.
+constexpr int32_t kCloserThanALanding = 16;
+
+int64_t steady_size(const Container& container) {
+    const bool steady =
+        container.input != nullptr ? container.input->is_steady() : ffmpeg::is_local_file(*container.format_ctx);
+    return steady ? avio_size(container.format_ctx->pb) : -1;
+}
+
+ffmpeg::IndexedKey key_before(const Source& source, int32_t frame) {
+    AVStream& stream = *source.video.stream;
+    return ffmpeg::indexed_key(stream, time_to_seek(source, stream, frame, AVSEEK_FLAG_BACKWARD));
+}
+
+bool has_no_key_between(const Source& source, int32_t from, int32_t frame) {
+    if (const CountedPictures* const counted = source.video.counted.get())
+        return &counted->key_before(from) == &counted->key_before(frame);
+    const ffmpeg::IndexedKey key = key_before(source, frame);
+    const bool is_known = key.entry >= 0 && !key.is_last;
+    return is_known ? key_before(source, from).entry == key.entry : frame - from <= kCloserThanALanding;
+}
+
+}  // namespace
+
+void Jog::follow(const Source& source, int32_t target) {
+    follows_ = sought_ = true;
+    debt = {};
+    straight_ = 0;
+    lowest_ = lowest_ == kNoFrame ? target : std::min(lowest_, target);
+    size_ = steady_size(source.container);
+}
+
+void Jog::put_off(int32_t target) {
+    sought_ = true;
+    straight_ = 0;
+    debt = {true, false, target, 0, nullptr};
+}
+
+bool Jog::take_sought() {
+    return std::exchange(sought_, false);
+}
+
+void Jog::note(const Source& source, bool sound, int32_t whole_from, bool keeps) {
+    if (pass_ != source.reading.decoder.pass()) {
+        pass_ = source.reading.decoder.pass();
+        damaged_ = false;
+        last_ = behind_ = kNoFrame;
+    }
+    const int32_t number = source.video.have_frame;
+    const int32_t before = behind_ >= whole_from - 1 ? behind_ : kNoFrame;
+    // What is damaged is referred to by what follows; and where two pictures have one number the next is not told by it.
+    damaged_ |= !sound;
+    behind_ = !damaged_ && number > last_ && number >= whole_from - 1 ? number : kNoFrame;
+    last_ = number;
+    if (keeps && follows_ && behind_ != kNoFrame && number >= whole_from)
+        pictures.keep(*source.reading.pFrame, number, before);
+}
+
+void Jog::note_on_way(const Source& source, bool sound, int32_t whole_from) {
+    note(source, sound, whole_from, true);
+}
+
+void Jog::note_straight(const Source& source, bool sound) {
+    note(source, sound, 0, ++straight_ <= kKeptBehind);
+}
+
+int32_t Jog::behind(const Source& source) const {
+    return follows_ && pass_ == source.reading.decoder.pass() ? behind_ : kNoFrame;
+}
+
+bool Jog::can_owe_seek(const Source& source, int32_t frame) const {
+    if (size_ < 0 || !is_demuxing(source.container) || steady_size(source.container) != size_)
+        return false;
+    return frame >= lowest_ || source.video.counted != nullptr || key_before(source, frame).entry >= 0;
+}
+
+bool Jog::can_go_on_to(const Source& source, int32_t frame) const {
+    const int32_t from = behind(source);
+    if (from == kNoFrame || frame <= from || frame >= known_frames(source))
+        return false;
+    return frame == from + 1 || has_no_key_between(source, from, frame);
+}
+
+std::shared_ptr<Jog> make_jog(Source& source) {
+    Reading& reading = source.reading;
+    const bool may_keep = settings().frame_cache > 0 && source.container.index_mapping == nullptr &&
+                          !reading.damage.noticed && !reading.decoder.is_on_hardware();
+    if (may_keep && reading.jog == nullptr)
+        reading.jog = std::make_shared<Jog>();
+    return may_keep ? reading.jog : nullptr;
+}
+
+}  // namespace qmio::read
