@@ -10,6 +10,12 @@ IndexedKey indexed_key(const AVStream& stream, int64_t timestamp) {
     return {entry, entry == avformat_index_get_entries_count(&stream) - 1};
 }
 
+// MXF: the times are those of the file's index tables from where the demuxer takes itself to be, and tables that lie are
+// found in the wild.
+bool times_depend_on_way(const AVFormatContext& container) {
+    return std::string_view(container.iformat->name) == "mxf";
+}
+
 bool is_local_file(const AVFormatContext& container) {
     const char* const protocol = container.url != nullptr ? avio_find_protocol_name(container.url) : nullptr;
     return container.pb != nullptr && protocol != nullptr && std::string_view(protocol) == "file";

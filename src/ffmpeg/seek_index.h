@@ -14,6 +14,9 @@ struct IndexedKey {
 
 IndexedKey indexed_key(const AVStream& stream, int64_t timestamp);
 
+// True where the same packet may have other times when the demuxer was put elsewhere before it was read.
+bool times_depend_on_way(const AVFormatContext& container);
+
 // True where the container is a file of this system, read by FFmpeg itself.
 bool is_local_file(const AVFormatContext& container);
 

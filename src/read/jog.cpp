@@ -38,18 +38,25 @@ bool has_no_key_between(const Source& source, int32_t from, int32_t frame) {
 
 }  // namespace
 
+// A seek that was made is no picture that was delivered: it leaves nothing but where the next one begins.
+void Jog::leave_debt(Debt next) {
+    if (!sought_)
+        before_seek = std::move(debt);
+    debt = std::move(next);
+}
+
 void Jog::follow(const Source& source, int32_t target) {
+    leave_debt({});
     follows_ = sought_ = true;
-    debt = {};
     straight_ = 0;
     lowest_ = lowest_ == kNoFrame ? target : std::min(lowest_, target);
     size_ = steady_size(source.container);
 }
 
 void Jog::put_off(int32_t target) {
+    leave_debt({true, false, target, 0, nullptr});
     sought_ = true;
     straight_ = 0;
-    debt = {true, false, target, 0, nullptr};
 }
 
 bool Jog::take_sought() {
@@ -59,11 +66,14 @@ bool Jog::take_sought() {
 void Jog::note(const Source& source, bool sound, int32_t whole_from, bool keeps) {
     if (pass_ != source.reading.decoder.pass()) {
         pass_ = source.reading.decoder.pass();
-        damaged_ = false;
+        damaged_ = drained_ = false;
         last_ = behind_ = kNoFrame;
     }
     const int32_t number = source.video.have_frame;
-    const int32_t before = behind_ >= whole_from - 1 ? behind_ : kNoFrame;
+    // Reading on does not drain the decoder: the first picture that came out so does not follow the one before.
+    const bool follows = drained_ == source.reading.decoder.is_drained() && behind_ >= whole_from - 1;
+    const int32_t before = follows ? behind_ : kNoFrame;
+    drained_ = source.reading.decoder.is_drained();
     // What is damaged is referred to by what follows; and where two pictures have one number the next is not told by it.
     damaged_ |= !sound;
     behind_ = !damaged_ && number > last_ && number >= whole_from - 1 ? number : kNoFrame;
@@ -100,7 +110,8 @@ bool Jog::can_go_on_to(const Source& source, int32_t frame) const {
 std::shared_ptr<Jog> make_jog(Source& source) {
     Reading& reading = source.reading;
     const bool may_keep = settings().frame_cache > 0 && source.container.index_mapping == nullptr &&
-                          !reading.damage.noticed && !reading.decoder.is_on_hardware();
+                          !reading.damage.noticed && !reading.decoder.is_on_hardware() &&
+                          !ffmpeg::times_depend_on_way(*source.container.format_ctx);
     if (may_keep && reading.jog == nullptr)
         reading.jog = std::make_shared<Jog>();
     return may_keep ? reading.jog : nullptr;

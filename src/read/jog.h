@@ -35,6 +35,7 @@ class Jog {
 
     // True once behind each of the two.
     bool take_sought();
+    bool is_sought() const { return sought_; }
 
     // A picture came out, `sound` when nothing speaks against its bytes and its number: on the way to a sought one, where
     // none from `whole_from` on was left out, or behind it.
@@ -52,8 +53,10 @@ class Jog {
 
     PictureCache pictures;
     Debt debt;
+    Debt before_seek;  // what was owed when the seek was made or put off whose picture has not been read yet
 
   private:
+    void leave_debt(Debt next);
     void note(const Source& source, bool sound, int32_t whole_from, bool keeps);
 
     bool follows_ = false;
@@ -62,13 +65,14 @@ class Jog {
     int64_t size_ = 0;           // of the source then, in bytes; negative where it may change
     uint32_t pass_ = 0;          // of the decoder, for what follows
     bool damaged_ = false;
+    bool drained_ = false;
     int32_t last_ = kNoFrame;    // picture that came out
     int32_t behind_ = kNoFrame;  // the same, if the one that comes next follows it in order
     int32_t straight_ = 0;       // pictures since the sought one
 };
 
 // The handle's, made if there may be one; null where nothing is kept: by the configuration, of a file whose frame-position
-// index is attached, of hardware and once something was damaged.
+// index is attached or whose times depend on the way, of hardware and once something was damaged.
 std::shared_ptr<Jog> make_jog(Source& source);
 
 }  // namespace qmio::read

@@ -49,10 +49,25 @@ void pay(Source& source, Jog& jog) {
     read_again(source, debt.read_on + 1);
 }
 
+// Between a seek and the next picture what the way to the one before left behind is still seen: the packets in hand and
+// the position in the file.
+void pay_before_seek(Source& source, Jog& jog) {
+    Jog::Debt before = std::exchange(jog.before_seek, {});
+    if (!jog.is_sought() || !before.pictures || source.reading.pending == nullptr)
+        return;
+    const int32_t target = source.reading.pending->target();
+    jog.debt = std::move(before);
+    pay(source, jog);
+    jog.debt = {true, false, target, 0, nullptr};
+}
+
 // What follows may leave the decoder with packets that were chosen by others.
 void catch_up_with(MediaHandle& handle) {
     Source source(handle);
     const std::shared_ptr<Jog> jog = handle.reading.jog;
+    const int64_t position = source.reading.seek_position;
+    pay_before_seek(source, *jog);
+    source.reading.seek_position = position;
     pay(source, *jog);
     jog->lose_track();
 }
@@ -81,6 +96,7 @@ bool deliver_kept_picture(Source& source, const PictureCache::Kept* kept, imio_p
     source.video.have_frame = kept->number;
     source.video.want_frame = kept->number + 1;
     source.reading.numbered = true;
+    release_frame(source);
     convert_held_picture(source, &picture);
     return true;
 }
