@@ -8,8 +8,9 @@
 namespace qmio::ffmpeg {
 
 struct IndexedKey {
-    int entry = -1;        // where a seek backward to the time goes; negative: the index does not tell
-    bool is_last = false;  // nothing behind it is in the index, which may not reach any further
+    bool is_known = false;               // where a seek backward to the time goes is told by the index
+    bool is_last = false;                // nothing behind it is in the index, which may not reach any further
+    int64_t timestamp = AV_NOPTS_VALUE;  // of the packet, as the index has it
 };
 
 IndexedKey indexed_key(const AVStream& stream, int64_t timestamp);

@@ -1,8 +1,10 @@
 #include "read/jog.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
+#include "core/handle/frame_numbers.h"
 #include "core/process/settings.h"
 #include "ffmpeg/seek_index.h"
 #include "read/position.h"
@@ -28,12 +30,18 @@ ffmpeg::IndexedKey key_before(const Source& source, int32_t frame) {
     return ffmpeg::indexed_key(stream, time_to_seek(source, stream, frame, AVSEEK_FLAG_BACKWARD));
 }
 
-bool has_no_key_between(const Source& source, int32_t from, int32_t frame) {
+// How many packets the decoder has got when a picture comes out, beyond that picture's.
+int32_t fed_ahead(const AVCodecContext& codec) {
+    const bool by_pictures = (codec.active_thread_type & FF_THREAD_FRAME) != 0;
+    return std::max(codec.has_b_frames, 0) + (by_pictures ? std::max(codec.thread_count, 1) - 1 : 0);
+}
+
+// The number of the key frame that a seek to the frame would go to; nothing where that is not known before.
+std::optional<int32_t> key_of(const Source& source, int32_t frame) {
     if (const CountedPictures* const counted = source.video.counted.get())
-        return &counted->key_before(from) == &counted->key_before(frame);
+        return counted->key_before(frame).number;
     const ffmpeg::IndexedKey key = key_before(source, frame);
-    const bool is_known = key.entry >= 0 && !key.is_last;
-    return is_known ? key_before(source, from).entry == key.entry : frame - from <= kCloserThanALanding;
+    return key.is_known && !key.is_last ? std::optional(frame_number_at(source.video, key.timestamp)) : std::nullopt;
 }
 
 }  // namespace
@@ -97,14 +105,16 @@ int32_t Jog::behind(const Source& source) const {
 bool Jog::can_owe_seek(const Source& source, int32_t frame) const {
     if (size_ < 0 || !is_demuxing(source.container) || steady_size(source.container) != size_)
         return false;
-    return frame >= lowest_ || source.video.counted != nullptr || key_before(source, frame).entry >= 0;
+    return frame >= lowest_ || source.video.counted != nullptr || key_before(source, frame).is_known;
 }
 
 bool Jog::can_go_on_to(const Source& source, int32_t frame) const {
     const int32_t from = behind(source);
     if (from == kNoFrame || frame <= from || frame >= known_frames(source))
         return false;
-    return frame == from + 1 || has_no_key_between(source, from, frame);
+    // No key frame lies between, or one that the decoder has already.
+    const std::optional<int32_t> key = key_of(source, frame);
+    return key ? *key <= from + 1 + fed_ahead(*source.video.codec) : frame - from <= kCloserThanALanding;
 }
 
 std::shared_ptr<Jog> make_jog(Source& source) {
