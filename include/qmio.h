@@ -327,6 +327,10 @@ QMIO_API int qmio_set_dst_fmt(MediaHandle* h, int pix_fmt);
  * positioned. After that it answers 0 at once and reading goes on where it stands. With published frame positions a
  * number behind the last published frame means that frame.
  *
+ * Pictures that were passed on the way or delivered behind a seek are kept, as far as the configuration's key
+ * "frame_cache" lets them (256 MiB for all handles), so that stepping back, going to and fro and leaping forward cost little
+ * more than reading in order. No result tells whether a picture was kept.
+ *
  * qmio_seek_frame_ex does the same without looking at published positions or earlier failures.
  *
  * qmio_seek_frame_ex_old positions at the packet of the frame and leaves it to the host to decode from there: what

@@ -63,11 +63,13 @@ ffmpeg::Resampler* resampler_for(Track& track, Sound& sound, const ffmpeg::Sound
     return own ? &own : nullptr;
 }
 
-// Converts the frame into the track's buffer and points `samples` there. False after a conversion error.
-bool resample(Track& track, ffmpeg::Resampler& resampler, Planes& planes, Samples& samples) {
+// Converts the frame into the host's buffer, which takes all that comes out, or where that is null into the track's, and
+// points `samples` there. False after a conversion error.
+bool resample(Track& track, ffmpeg::Resampler& resampler, uint8_t* host, Planes& planes, Samples& samples) {
     const int count = static_cast<int>(samples.count);
     const int capacity = resampler.expected(count, track.codec->sample_rate);
-    uint8_t* const block = track.buffer.at_least(block_size(resampler.to(), capacity));
+    const std::size_t size = std::max<std::size_t>(block_size(resampler.to(), capacity), kTrackBufferSize);
+    uint8_t* const block = host != nullptr ? host : track.buffer.at_least(size);
     if (block == nullptr)
         return false;
     planes = planes_in(block, resampler.to(), capacity);
@@ -141,6 +143,8 @@ int32_t deliver_samples(const Sound& sound, const Delivery& delivery, const Samp
     const std::size_t size = delivery.bytes * samples.count * static_cast<std::size_t>(std::max(delivery.channels, 0));
     if (size == 0 || samples.bytes == 0 || size > std::numeric_limits<int32_t>::max())
         return 0;
+    if (samples.planes[0] == delivery.buffer)
+        return static_cast<int32_t>(size);
     if (av_sample_fmt_is_planar(sound.user.format) != 0)
         deliver_planes(delivery, samples);
     else if (is_plain_copy(sound, delivery, samples))
@@ -161,11 +165,14 @@ std::optional<int32_t> deliver_frame(Track& track, Sound& sound, uint8_t* buffer
     const ffmpeg::SoundForm form = ffmpeg::form_of(frame);
     Planes planes;
     Samples samples = samples_of(frame.extended_data, form, frame.nb_samples);
-    ffmpeg::Resampler* const resampler = resampler_for(track, sound, form);
-    if (resampler != nullptr && !resample(track, *resampler, planes, samples))
-        return std::nullopt;
     const Delivery delivery{buffer, delivered_channels(sound, track),
                             static_cast<std::size_t>(sample_bytes(sound.user.format)), form.channels};
+    ffmpeg::Resampler* const resampler = resampler_for(track, sound, form);
+    if (resampler != nullptr) {
+        const bool is_direct = is_plain_copy(sound, delivery, samples_of(nullptr, resampler->to(), 0));
+        if (!resample(track, *resampler, is_direct ? buffer : nullptr, planes, samples))
+            return std::nullopt;
+    }
     return deliver_samples(sound, delivery, samples);
 }
 

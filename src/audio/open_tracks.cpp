@@ -44,10 +44,10 @@ bool find_track_decoder(const Container& container, Track& track, int number) {
     return track.coder != nullptr;
 }
 
-bool prepare_buffers(Sound& sound, Track& track) {
+bool prepare_frame(Sound& sound) {
     if (sound.audio_frame == nullptr)
         sound.audio_frame.reset(av_frame_alloc());
-    return sound.audio_frame != nullptr && track.buffer.at_least(kTrackBufferSize) != nullptr;
+    return sound.audio_frame != nullptr;
 }
 
 bool open_track(const Container& container, Sound& sound, Track& track, int number) {
@@ -61,7 +61,7 @@ bool open_track(const Container& container, Sound& sound, Track& track, int numb
     sound.audio_dur_ms = duration_ms(*container.format_ctx, *track.stream);
     track.file = track.delivered = ffmpeg::form_of(*track.codec);
     track.decoder.attach(track.codec);
-    return prepare_buffers(sound, track);
+    return prepare_frame(sound);
 }
 
 bool open_all(const Container& container, Sound& sound, Tracks& tracks) {

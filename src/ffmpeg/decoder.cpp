@@ -45,6 +45,12 @@ void Decoder::flush() {
     draining_ = false;
     drained_ = false;
     failed_ = false;
+    ++pass_;
+}
+
+bool Decoder::is_on_hardware() const {
+    return context_ != nullptr && (context_->hw_device_ctx != nullptr || context_->hw_frames_ctx != nullptr ||
+                                   (context_->codec->capabilities & AV_CODEC_CAP_HARDWARE) != 0);
 }
 
 void Decoder::finish_pass() {
@@ -84,6 +90,7 @@ void Decoder::end_drain() {
     avcodec_flush_buffers(context_);
     draining_ = false;
     drained_ = false;
+    ++pass_;
 }
 
 int Decoder::receive(std::size_t count) {

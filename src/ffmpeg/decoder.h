@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <limits>
 #include <utility>
@@ -37,6 +38,12 @@ class Decoder {
     // before those of the packets that follow.
     void finish_pass();
 
+    // Another number after everything that was decoded was forgotten.
+    uint32_t pass() const { return pass_; }
+
+    // True where pictures are not in memory of ours.
+    bool is_on_hardware() const;
+
     // Forgets everything decoded and makes the codec ready for packets of another place.
     void flush();
 
@@ -56,6 +63,7 @@ class Decoder {
     bool draining_ = false;
     bool drained_ = false;
     bool failed_ = false;
+    uint32_t pass_ = 0;
 };
 
 }  // namespace qmio::ffmpeg

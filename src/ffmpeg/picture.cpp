@@ -109,6 +109,15 @@ Picture picture_in_frame(const AVFrame& frame) {
     return picture;
 }
 
+int64_t memory_of(const AVFrame& frame) {
+    if (frame.hw_frames_ctx != nullptr)
+        return 0;
+    int64_t bytes = 0;
+    for (const AVBufferRef* const buffer : frame.buf)
+        bytes += buffer != nullptr ? static_cast<int64_t>(buffer->size) : 0;
+    return bytes;
+}
+
 void copy_picture(const Picture& target, const Picture& source) {
     std::array<uint8_t*, 4> to = target.data;
     std::array<int, 4> to_lines = target.line_size;

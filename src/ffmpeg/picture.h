@@ -34,6 +34,10 @@ Picture picture_in_block(const void* block, AVPixelFormat format, int width, int
 // The picture that a frame holds; not valid() when it holds none.
 Picture picture_in_frame(const AVFrame& frame);
 
+// Bytes of memory that stay taken while somebody refers to the frame's picture; 0 for one on hardware and for one that
+// cannot be shared.
+int64_t memory_of(const AVFrame& frame);
+
 // Copies the pixels, and the palette where there is one, between pictures of one format and size.
 void copy_picture(const Picture& target, const Picture& source);
 

@@ -209,12 +209,12 @@ const char* qmio_get_file_info(MediaHandle* h, const char* key) {
         return info::kVersion;
     if (key != nullptr && av_strcasecmp(key, "build") == 0)
         return info::build_stamp();
-    return with_handle<const char*>(h, nullptr, "",
-                                    [key](MediaHandle& handle) { return info::file_text(handle, key); });
+    return with_handle_as_it_stands<const char*>(h, nullptr, "",
+                                                 [key](MediaHandle& handle) { return info::file_text(handle, key); });
 }
 
 int64_t qmio_get_file_param(MediaHandle* h, const char* key) {
-    return with_handle<int64_t>(h, info::kUnknownKey, info::kUnknownKey, [key](MediaHandle& handle) {
+    return with_handle_as_it_stands<int64_t>(h, info::kUnknownKey, info::kUnknownKey, [key](MediaHandle& handle) {
         if (const info::PartKey* known = info::find_part_key(key); known != nullptr)
             return info::part_number(handle, *known, known->track);
         const info::FileKey* known = info::find_file_key(key);

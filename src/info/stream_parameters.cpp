@@ -119,6 +119,7 @@ int64_t picture_number(MediaHandle& handle, int) {
 }
 
 int64_t byte_position(MediaHandle& handle, int) {
+    catch_up(handle);
     AVIOContext* io = handle.container.format_ctx != nullptr ? handle.container.format_ctx->pb : nullptr;
     // What a background reader reads is its own.
     return io != nullptr && handle.reader_queue == nullptr ? avio_seek(io, 0, SEEK_CUR) : -1;
@@ -195,6 +196,7 @@ std::vector<std::string_view> stream_keys() {
 using namespace qmio;
 
 int64_t qmio_get_stream_param(MediaHandle* h, const char* key, int track) {
-    return with_handle<int64_t>(h, info::kUnknownKey, info::kUnknownKey,
-                                [=](MediaHandle& handle) { return info::stream_param(handle, key, track); });
+    return with_handle_as_it_stands<int64_t>(h, info::kUnknownKey, info::kUnknownKey, [=](MediaHandle& handle) {
+        return info::stream_param(handle, key, track);
+    });
 }

@@ -245,7 +245,7 @@ using namespace qmio;
 
 int qmio_get_text(MediaHandle* h, int track, const char* key, char* buf, int size) {
     copy_text({}, buf, size);
-    return with_handle(h, info::kNothing, info::kNothing, [=](MediaHandle& handle) {
+    return with_handle_as_it_stands(h, info::kNothing, info::kNothing, [=](MediaHandle& handle) {
         info::Value text = info::find_text(handle, track, key);
         if (text)
             text = info::valid_utf8(*text);
@@ -255,7 +255,7 @@ int qmio_get_text(MediaHandle* h, int track, const char* key, char* buf, int siz
 
 int qmio_timecode(MediaHandle* h, long long frame, char* buf, int size) {
     copy_text({}, buf, size);
-    return with_handle(h, info::kNothing, info::kNothing, [=](MediaHandle& handle) {
+    return with_handle_as_it_stands(h, info::kNothing, info::kNothing, [=](MediaHandle& handle) {
         return info::deliver(info::find_time_code(handle, frame), buf, size);
     });
 }

@@ -88,6 +88,7 @@ int get_audio(MediaHandle& handle, qmio_time_param* record) {
 }
 
 int get_packet(MediaHandle& handle, qmio_time_param* record) {
+    catch_up(handle);
     AVStream* const stream = stream_of_packet(handle.container, *handle.reading.packet);
     if (!begin(record, handle, stream))
         return 0;
@@ -134,6 +135,7 @@ int copy_video(MediaHandle& handle, qmio_time_param* record) {
 }
 
 int set_packet(MediaHandle& handle, qmio_time_param* record) {
+    catch_up(handle);
     if (record == nullptr)
         return 0;
     handle.reading.packet->pts = record->pts;
@@ -156,7 +158,7 @@ template <std::size_t count>
 int run(const TimeKey (&table)[count], MediaHandle* h, const char* key, qmio_time_param* record) {
     if (h == nullptr)
         clear(record);
-    return with_handle(h, 0, 0, [&](MediaHandle& handle) {
+    return with_handle_as_it_stands(h, 0, 0, [&](MediaHandle& handle) {
         if (const TimeKey* known = find_key(table, key); known != nullptr)
             return known->run(handle, record);
         clear(record);
@@ -203,5 +205,6 @@ int qmio_set_time_param(MediaHandle* h, const char* key, qmio_time_param* rec) {
 }
 
 int qmio_get_smpte(MediaHandle* h, int frame) {
-    return with_handle(h, -1, -1, [frame](MediaHandle& handle) { return info::timecode_of(handle, frame); });
+    return with_handle_as_it_stands(h, -1, -1,
+                                    [frame](MediaHandle& handle) { return info::timecode_of(handle, frame); });
 }

@@ -178,6 +178,7 @@ void qmio_fifo_ts(MediaHandle* h, int64_t in, int64_t out, int64_t loop_in, int6
         return;
     guarded(0, [=] {
         const std::scoped_lock locks(h->cancel_lock, h->call_lock);
+        catch_up(*h);
         packet::attach_reader_queue(*h, {in, out, loop_in, loop_out, loops});
         return 0;
     });

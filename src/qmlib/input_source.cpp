@@ -50,6 +50,8 @@ class MemorySource final : public InputSource {
         return position_;
     }
 
+    bool is_steady() const override { return true; }
+
   private:
     const uint8_t* data_;
     int64_t size_;

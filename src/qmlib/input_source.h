@@ -18,6 +18,8 @@ class InputSource {
     // whence 0 start, 1 current, 2 end, AVSEEK_SIZE the size; the new position or -1.
     virtual int64_t seek(int64_t offset, int whence) = 0;
     virtual bool can_seek() const { return true; }
+    // True where the bytes stay as they are and can be had again at any time.
+    virtual bool is_steady() const { return false; }
 };
 
 // The block stays the caller's and must live as long as the source.

@@ -6,8 +6,10 @@
 #include "core/handle/frame_numbers.h"
 #include "ffmpeg/frame_flags.h"
 #include "read/deliver.h"
+#include "read/jog.h"
 #include "read/open.h"
 #include "read/position.h"
+#include "read/release.h"
 #include "read/walk.h"
 
 namespace qmio::read {
@@ -83,6 +85,15 @@ Passed passed_picture(const Source& source, const Step& step) {
             ffmpeg::is_whole(picture)};
 }
 
+Verdict judge_picture(const Source& source, const Step& step) {
+    PendingSeek& pending = *source.reading.pending;
+    const Passed passed = passed_picture(source, step);
+    const Verdict verdict = pending.judge_picture(passed);
+    if (Jog* const jog = source.reading.jog.get(); jog != nullptr && pending.has_begun())
+        jog->note_on_way(source, !passed.damaged && passed.has_time, pending.whole_from());
+    return verdict;
+}
+
 Verdict judge(const Source& source, const Step& step) {
     PendingSeek& pending = *source.reading.pending;
     // With a picture of an earlier packet, too.
@@ -90,7 +101,7 @@ Verdict judge(const Source& source, const Step& step) {
         return Verdict::step_back;
     switch (step.kind) {
         case Step::Kind::picture:
-            return pending.judge_picture(passed_picture(source, step));
+            return judge_picture(source, step);
         case Step::Kind::broken_packet:
             return Verdict::go_on;
         case Step::Kind::stopped:
@@ -118,6 +129,7 @@ bool land_earlier(Source& source) {
 bool step_back(Source& source) {
     PendingSeek& pending = *source.reading.pending;
     if (pending.met_damage()) {
+        release_kept(source.reading);
         renew_decoder(source);
         pending.begin_again();
     }
@@ -162,6 +174,23 @@ int read_target(Source& source, imio_picture& picture) {
         forget_target(source);
         if (verdict == Verdict::step_back || step.result <= 0)
             return 0;
+        convert_held_picture(source, &picture);
+        return step.result;
+    }
+}
+
+std::optional<int> go_on_to_target(Source& source, imio_picture& picture) {
+    imio_picture unconverted = picture;
+    unconverted.data = nullptr;
+    TowardsTarget way(source);
+    for (;;) {
+        const Step step = next_picture(source, unconverted, way);
+        const Verdict verdict = judge(source, step);
+        if (verdict == Verdict::go_on)
+            continue;
+        if (verdict == Verdict::step_back || step.result <= 0)
+            return std::nullopt;
+        forget_target(source);
         convert_held_picture(source, &picture);
         return step.result;
     }

@@ -1,6 +1,8 @@
 // Which picture comes out after a seek.
 #pragma once
 
+#include <optional>
+
 #include "qmio.h"
 #include "read/pending_seek.h"
 #include "read/source.h"
@@ -21,5 +23,9 @@ bool land(Source& source);
 
 // Delivers the wanted picture: a decode result, or 0 when the source ends before it.
 int read_target(Source& source, imio_picture& picture);
+
+// The same from where container and decoder stand, which is before the target. Nothing where the picture does not come
+// out so: the way to it then has to begin with a landing.
+std::optional<int> go_on_to_target(Source& source, imio_picture& picture);
 
 }  // namespace qmio::read

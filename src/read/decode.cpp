@@ -39,12 +39,6 @@ int check_arguments(const Source& source, const imio_picture* picture, const AVP
     return QMIO_NO_PICTURE;
 }
 
-int field_result(const AVFrame& frame) {
-    if (ffmpeg::is_top_field_first(frame))
-        return QMIO_PICTURE_TOP_FIELD_FIRST;
-    return ffmpeg::is_interlaced(frame) ? QMIO_PICTURE_BOTTOM_FIELD_FIRST : QMIO_PICTURE_PROGRESSIVE;
-}
-
 // A decoder hands the time of a packet on to its picture, whatever the order in which pictures come out. Where pictures
 // were counted, the packet's place among all of them goes that way.
 class PlaceForTime {
@@ -167,6 +161,12 @@ int take_still(Source& source, imio_picture* picture, const AVPacket& packet) {
 }
 
 }  // namespace
+
+int field_result(const AVFrame& frame) {
+    if (ffmpeg::is_top_field_first(frame))
+        return QMIO_PICTURE_TOP_FIELD_FIRST;
+    return ffmpeg::is_interlaced(frame) ? QMIO_PICTURE_BOTTOM_FIELD_FIRST : QMIO_PICTURE_PROGRESSIVE;
+}
 
 bool can_drain_after_packet(const Video& video) {
     if (video.codec->codec_id == AV_CODEC_ID_PNG || (video.stream != nullptr && video.stream->nb_frames == 1))

@@ -11,6 +11,9 @@ namespace qmio::read {
 // QMIO_NO_PICTURE or a negative code: what qmio_video_pkt returns.
 int decode_packet(Source& source, imio_picture* picture, AVPacket* packet);
 
+// What is returned for this picture.
+int field_result(const AVFrame& frame);
+
 // True where the codec may be drained in mid-stream and go on: it does not refer to earlier pictures, or the packet was
 // the only one.
 bool can_drain_after_packet(const Video& video);

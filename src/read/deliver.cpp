@@ -134,7 +134,7 @@ int convert_held_picture(Source& source, imio_picture* picture) {
 using namespace qmio;
 
 int qmio_set_dst_fmt(MediaHandle* h, int pix_fmt) {
-    return with_handle(h, 0, 0, [=](MediaHandle& handle) {
+    return with_handle_as_it_stands(h, 0, 0, [=](MediaHandle& handle) {
         handle.video.dst_pix_fmt = ffmpeg::pixel_format_from_interface(pix_fmt);
         return 1;
     });

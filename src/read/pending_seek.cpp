@@ -20,12 +20,18 @@ constexpr int32_t kFurtherBack = kEnoughPassed + 16;
 PendingSeek::PendingSeek(int32_t target, Landing landing, KnownDamage& known)
     : known_(known),
       target_(target),
+      whole_from_(target),
       goal_(target),
       aims_at_goal_(landing == Landing::any_packet),
       by_time_(landing == Landing::any_packet || landing == Landing::nowhere),
       must_land_(landing == Landing::nowhere),
       at_start_(landing == Landing::start) {
     note_landing();
+    if (landing != Landing::here)
+        return;
+    need_key_ = false;
+    begun_ = true;
+    seen_earlier_ = true;
 }
 
 // A packet that is decoded after the goal without a key packet before it means that the landing was too late.
@@ -41,7 +47,7 @@ PendingSeek::Verdict PendingSeek::judge_packet(int32_t number, bool key) {
 }
 
 bool PendingSeek::may_leave_out(int32_t number) const {
-    return !known_.noticed && number < target_ - 1;
+    return !known_.noticed && number < whole_from_ - 1;
 }
 
 PendingSeek::Verdict PendingSeek::judge_picture(const Passed& picture) {

@@ -21,6 +21,7 @@ enum class Landing {
     key_packet,  // or before one
     any_packet,
     start,    // of the source
+    here,     // it was not put anywhere: a picture before came out, and the decoder goes on
     nowhere,  // it could not be put, or lost the time: it is put by time before anything is read
 };
 
@@ -63,6 +64,13 @@ class PendingSeek {
     // it. A field may round up to the next number, so the one just before the target is decoded like the target.
     bool may_leave_out(int32_t number) const;
 
+    // None from this one on, which is not behind the target, is left out.
+    void decode_whole_from(int32_t number) { whole_from_ = number; }
+    int32_t whole_from() const { return whole_from_; }
+
+    // True when pictures that come out are whole.
+    bool has_begun() const { return begun_; }
+
     Verdict judge_picture(const Passed& picture);
 
     // About the end of the input: the target does not exist, unless the landing was too late to see anything.
@@ -87,6 +95,7 @@ class PendingSeek {
 
     KnownDamage& known_;
     int32_t target_;
+    int32_t whole_from_;
     int32_t goal_;           // the way begins with a key packet that is not behind this frame
     int32_t first_key_ = 0;  // number of the key packet that ways to the target itself begin with
     int32_t back_off_ = 0;   // how many frames before the goal the last landing aimed

@@ -10,7 +10,7 @@
 using namespace qmio;
 
 int qmio_read_sound(MediaHandle* h, int track, int64_t start, int samples, void* buf, int size) {
-    return with_handle(h, int{QMIO_SOUND_NO_TRACK}, int{QMIO_SOUND_FAILED}, [&](MediaHandle& handle) {
+    return with_handle_as_it_stands(h, int{QMIO_SOUND_NO_TRACK}, int{QMIO_SOUND_FAILED}, [&](MediaHandle& handle) {
         return read::read_sound(handle, track, {start, samples}, static_cast<uint8_t*>(buf), size);
     });
 }

@@ -5,30 +5,12 @@
 #include "read/choose.h"
 #include "read/decode.h"
 #include "read/deliver.h"
+#include "read/jogging.h"
 #include "read/packets.h"
-#include "read/position.h"
-#include "read/walk.h"
 
 namespace qmio::read {
 
 namespace {
-
-// Every packet is decoded.
-class StraightOn : public Way {
-  public:
-    explicit StraightOn(const Video& video) : video_(video) {}
-
-    Packet judge(const AVPacket&) override { return Packet::decode; }
-
-    // A source with one picture whose decoder still holds it when its only packets are read. Others are drained by
-    // the host.
-    bool drains_at_end() const override { return video_.frame_count <= 1 && video_.have_frame == kNoFrame; }
-
-  private:
-    const Video& video_;
-};
-
-int read_picture(Source& source, imio_picture& picture);
 
 void tell_no_video() {
     why::failed(AVERROR(EINVAL), "there is no video to decode");
@@ -42,35 +24,11 @@ int refuse_null(int result) {
     });
 }
 
-// While a file grows, input goes on after an end at which the decoder gave all that it held. The next picture is found
-// as a sought one is.
-int read_on_after_drain(Source& source, imio_picture& picture) {
-    const int32_t next = source.video.want_frame;
-    if (position_before(source, next, false)) {
-        source.video.want_frame = next;
-        set_target(source, next, Landing::key_packet);
-        return read_target(source, picture);
-    }
-    // The container stays where it is, and so does the packet in hand.
-    source.reading.decoder.flush();
-    const int result = decode_packet(source, &picture, source.reading.packet.get());
-    release_frame(source);
-    return result != QMIO_NO_PICTURE ? result : read_picture(source, picture);
-}
-
 int read_picture(Source& source, imio_picture& picture) {
-    if (source.video.stream_index == -1) {
-        tell_no_video();
-        return 0;
-    }
-    if (source.reading.pending != nullptr) {
-        if (land(source))
-            return read_target(source, picture);
-        forget_target(source);
-    }
-    StraightOn way(source.video);
-    const Step step = next_picture(source, picture, way);
-    return step.kind == Step::Kind::gone_on ? read_on_after_drain(source, picture) : step.result;
+    if (source.video.stream_index != -1)
+        return read_jogging(source, picture);
+    tell_no_video();
+    return 0;
 }
 
 int decode_given(Source& source, imio_picture& picture, AVPacket* packet) {
@@ -113,12 +71,20 @@ int is_valid(const MediaHandle& handle, int kind) {
 
 // Runs `routine` with the source that the handle reads; -1 where there is no video to decode.
 template <class Routine>
-int with_decoder(MediaHandle* h, Routine&& routine) {
-    return reading(h, -1, -1, [&](Source& source) {
+int with_decoder_as_it_stands(MediaHandle* h, Routine&& routine) {
+    return reading_as_it_stands(h, -1, -1, [&](Source& source) {
         if (decoding_context(source.media) != nullptr)
             return routine(source);
         tell_no_video();
         return -1;
+    });
+}
+
+template <class Routine>
+int with_decoder(MediaHandle* h, Routine&& routine) {
+    return with_decoder_as_it_stands(h, [&](Source& source) {
+        catch_up(source.media);
+        return routine(source);
     });
 }
 
@@ -146,14 +112,14 @@ int qmio_video_frame(MediaHandle* h, uint8_t* buffer) {
 int qmio_read_frame(MediaHandle* h, uint8_t* buffer) {
     if (buffer == nullptr)
         return read::refuse_null(0);
-    return read::reading(h, 0, 0, [=](read::Source& source) {
+    return read::reading_as_it_stands(h, 0, 0, [=](read::Source& source) {
         imio_picture picture = read::plain_buffer(source.video, buffer);
         return read::read_picture(source, picture);
     });
 }
 
 int qmio_get_buf(MediaHandle* h, uint8_t* buffer) {
-    return read::with_decoder(h, [=](read::Source& source) {
+    return read::with_decoder_as_it_stands(h, [=](read::Source& source) {
         imio_picture picture = read::plain_buffer(source.video, buffer);
         return buffer != nullptr ? read::convert_held_picture(source, &picture) : 0;
     });
@@ -180,11 +146,12 @@ int imio_video_frame(MediaHandle* h, imio_picture* pic) {
 int imio_read_frame(MediaHandle* h, imio_picture* pic) {
     if (pic == nullptr)
         return read::refuse_null(0);
-    return read::reading(h, 0, 0, [=](read::Source& source) { return read::read_picture(source, *pic); });
+    return read::reading_as_it_stands(h, 0, 0, [=](read::Source& source) { return read::read_picture(source, *pic); });
 }
 
 int imio_get_buf(MediaHandle* h, imio_picture* pic) {
     if (pic == nullptr)
         return read::refuse_null(-1);
-    return read::with_decoder(h, [=](read::Source& source) { return read::convert_held_picture(source, pic); });
+    return read::with_decoder_as_it_stands(
+        h, [=](read::Source& source) { return read::convert_held_picture(source, pic); });
 }

@@ -10,8 +10,10 @@
 #include "core/text/names.h"
 #include "qmio.h"
 #include "read/choose.h"
+#include "read/jogging.h"
 #include "read/packets.h"
 #include "read/position.h"
+#include "read/release.h"
 
 namespace qmio::read {
 
@@ -40,6 +42,8 @@ int rewind_audio(Source& source) {
 
 // From now on frame seeks answer frame 0.
 int refuse_seeking(Source& source, int result) {
+    catch_up(source.media);
+    release_kept(source.reading);
     tell_source_failure(source.container, result, "");
     source.reading.no_seek = true;
     source.reading.seek_position = 0;
@@ -112,6 +116,11 @@ void trace_byte_seek(const Source& source, const wchar_t* tag, int32_t frame, in
 
 // ---- ways to seek ----
 
+// The microseconds that a seek to the time counts as.
+int64_t seek_position(const AVStream& stream, int64_t timestamp) {
+    return scale_time(timestamp, stream.time_base, AV_TIME_BASE);
+}
+
 int64_t time_of_frame(const Source& source, AVStream& stream, int32_t frame) {
     const CountedPictures* const counted = source.video.counted.get();
     const int64_t pts = counted != nullptr ? counted->picture(frame).pts : AV_NOPTS_VALUE;
@@ -133,6 +142,19 @@ int seek_by_index(Source& source, const wchar_t* tag, int32_t frame, int64_t fra
     return clamped;
 }
 
+// All that a seek by the frame's timestamp leaves behind but where container and video decoder stand.
+int put_off_seek(Source& source, int32_t frame) {
+    flush_audio_decoders(source.tracks, source.sound);
+    source.video.have_frame = kNoFrame;
+    source.video.want_frame = frame;
+    set_target(source, frame, Landing::here);
+    source.reading.seek_position =
+        seek_position(*source.video.stream, time_of_frame(source, *source.video.stream, frame));
+    source.container.clock.note_seek();
+    owe_seek(source, frame);
+    return frame;
+}
+
 // Positions the container by the frame's timestamp and makes it the wanted one.
 int seek_by_timestamp(Source& source, const wchar_t* tag, AVStream& stream, int32_t frame, int flags) {
     trace_rate(source, tag, stream);
@@ -142,7 +164,7 @@ int seek_by_timestamp(Source& source, const wchar_t* tag, AVStream& stream, int3
     if (result < 0)
         return refuse_seeking(source, result);
     want(source, frame, (flags & AVSEEK_FLAG_ANY) != 0 ? Landing::any_packet : Landing::key_packet);
-    source.reading.seek_position = scale_time(timestamp, stream.time_base, AV_TIME_BASE);
+    source.reading.seek_position = seek_position(stream, timestamp);
     return frame;
 }
 
@@ -221,6 +243,13 @@ int64_t seek_timestamp(Source& source, int64_t timestamp, int kind) {
 
 }  // namespace
 
+bool make_seek(Source& source, int32_t frame) {
+    const int result = seek_by_timestamp(source, kSeekFrame, *source.video.stream, frame, AVSEEK_FLAG_BACKWARD);
+    if (result >= 0)
+        note_seek(source, kNoFrame);
+    return result >= 0;
+}
+
 int seek_frame(Source& source, int32_t frame) {
     const Video& video = source.video;
     if (video.stream_index == -1)
@@ -240,7 +269,12 @@ int seek_frame(Source& source, int32_t frame) {
         set_target(source, 0, Landing::start);
         return 0;
     }
+    const int32_t left = video.have_frame;
+    if (can_put_off_seek(source, wanted))
+        return put_off_seek(source, wanted);
     const int result = seek_by_timestamp(source, kSeekFrame, *video.stream, wanted, AVSEEK_FLAG_BACKWARD);
+    if (result >= 0)
+        note_seek(source, left);
     if (result >= 0)
         trace_clock(source, *video.stream, frame_to_timestamp(source.container, *video.stream, wanted));
     return result;
@@ -255,8 +289,8 @@ namespace {
 // In a writer there is nothing to seek; its frame counter is the time of its next picture. A source that is read in the
 // background is its reader's alone.
 template <class Result, class Routine>
-Result seek_reader(MediaHandle* h, Result failure, Routine&& routine) {
-    return told_with_handle<Result>(h, 0, failure, [&](MediaHandle& handle) -> Result {
+Result seek_reader_as_it_stands(MediaHandle* h, Result failure, Routine&& routine) {
+    return told_with_handle_as_it_stands<Result>(h, 0, failure, [&](MediaHandle& handle) -> Result {
         read::Source source(handle);
         const bool can_seek = !is_writer(handle) && handle.reader_queue == nullptr;
         if (!can_seek)
@@ -268,11 +302,19 @@ Result seek_reader(MediaHandle* h, Result failure, Routine&& routine) {
     });
 }
 
+template <class Result, class Routine>
+Result seek_reader(MediaHandle* h, Result failure, Routine&& routine) {
+    return seek_reader_as_it_stands(h, failure, [&](read::Source& source) -> Result {
+        catch_up(source.media);
+        return routine(source);
+    });
+}
+
 }  // namespace
 
 int qmio_seek_frame(MediaHandle* h, int frame) {
-    return seek_reader<int>(h, read::kSeekFailed,
-                            [=](read::Source& source) { return read::seek_frame(source, frame); });
+    return seek_reader_as_it_stands<int>(h, read::kSeekFailed,
+                                         [=](read::Source& source) { return read::seek_frame(source, frame); });
 }
 
 int qmio_seek_frame_ex(MediaHandle* h, int frame) {

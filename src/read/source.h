@@ -25,15 +25,25 @@ struct Source {
     Sound& sound;
 };
 
-// What a call that reads is made of: `routine` gets the source that the handle reads, and its failures are told.
+// What a call that reads is made of: `routine` gets the source that the handle reads, wherever container and decoder
+// stand, and its failures are told.
 template <class Routine>
-int reading(MediaHandle* h, int null_handle, int failure, Routine&& routine) noexcept {
-    return told_with_handle(h, null_handle, failure, [&](MediaHandle& handle) {
+int reading_as_it_stands(MediaHandle* h, int null_handle, int failure, Routine&& routine) noexcept {
+    return told_with_handle_as_it_stands(h, null_handle, failure, [&](MediaHandle& handle) {
         Source source(handle);
         const int result = routine(source);
         if (why::is_failure_value(result) && why::has_failed())
             why::within("cannot read %s", shown_name(handle).c_str());
         return result;
+    });
+}
+
+// The same where the host's packets are concerned.
+template <class Routine>
+int reading(MediaHandle* h, int null_handle, int failure, Routine&& routine) noexcept {
+    return reading_as_it_stands(h, null_handle, failure, [&](Source& source) {
+        catch_up(source.media);
+        return routine(source);
     });
 }
 

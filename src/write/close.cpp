@@ -119,6 +119,7 @@ int cancel(MediaHandle& handle) {
     if (tracing(TraceSwitch::close))
         trace(TraceSwitch::close, L"qmio_cancel", L"%s\n", wide_name(handle));
     handle.reading.positioned.reset();
+    read::release_kept(handle.reading);
     if (is_writer(handle))
         write::close_output(handle);
     else if (packet::end_reader_queue(handle))

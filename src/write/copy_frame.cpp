@@ -42,6 +42,7 @@ bool has_bytes(const AVPacket& packet) {
 // The source's packet in a record of the file's own, with the times that it has there.
 int take_packet(MediaHandle& handle, MediaHandle& source, Destination& destination) {
     const std::lock_guard lock(source.call_lock);
+    catch_up(source);
     const AVPacket& read = *source.reading.packet;
     const AVStream* const from = stream_of_packet(source.container, read);
     if (is_writer(source) || from == nullptr || !has_bytes(read))

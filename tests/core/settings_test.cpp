@@ -34,6 +34,7 @@ TEST(Settings, DefaultsHoldForEveryMissingKey) {
         EXPECT_EQ(value, 0);
     EXPECT_EQ(settings.scale_algorithm, 1);
     EXPECT_EQ(settings.core_count, 0);
+    EXPECT_EQ(settings.frame_cache, 256);
     EXPECT_EQ(settings.code_page, 65001u);
     EXPECT_EQ(settings.log_level, 16);
     EXPECT_EQ(settings.nested_open, 0);
@@ -86,6 +87,8 @@ TEST(Settings, NumbersBeyond32BitsAreHeldWithin) {
 TEST(Settings, CoreCountTakesDecimalHexadecimalAndOctal) {
     EXPECT_EQ(configured("<num_cores>8</num_cores>").core_count, 8);
     EXPECT_EQ(configured("<num_cores>0x10</num_cores>").core_count, 16);
+    EXPECT_EQ(configured("<frame_cache>0</frame_cache>").frame_cache, 0);
+    EXPECT_EQ(configured("<frame_cache>1024</frame_cache>").frame_cache, 1024);
 }
 
 TEST(Settings, EmptyEntriesKeepTheDefault) {

@@ -55,10 +55,11 @@ MediaHandle* told_handle(Routine&& routine) noexcept {
     });
 }
 
-// The same for a routine that works on a handle. It runs inside the handle's call lock, which qmio_cancel waits for
-// before it takes the format context away; a null handle gives `null_handle`.
+// The same for a routine that works on a handle and does not care where container and decoder stand. It runs inside the
+// handle's call lock, which qmio_cancel waits for before it takes the format context away; a null handle gives
+// `null_handle`.
 template <class Result, class Routine>
-Result with_handle(MediaHandle* handle, Result null_handle, Result failure, Routine&& routine) noexcept {
+Result with_handle_as_it_stands(MediaHandle* handle, Result null_handle, Result failure, Routine&& routine) noexcept {
     if (handle == nullptr)
         return null_handle;
     return guarded(failure, [&]() -> Result {
@@ -67,13 +68,31 @@ Result with_handle(MediaHandle* handle, Result null_handle, Result failure, Rout
     });
 }
 
-// The same for a call whose failures qmio_why tells, a null handle among them.
+// The same for any other routine.
 template <class Result, class Routine>
-Result told_with_handle(MediaHandle* handle, Result null_handle, Result failure, Routine&& routine) noexcept {
+Result with_handle(MediaHandle* handle, Result null_handle, Result failure, Routine&& routine) noexcept {
+    return with_handle_as_it_stands(handle, null_handle, failure, [&](MediaHandle& standing) -> Result {
+        catch_up(standing);
+        return std::forward<Routine>(routine)(standing);
+    });
+}
+
+// The same two for calls whose failures qmio_why tells, a null handle among them.
+template <class Result, class Routine>
+Result told_with_handle_as_it_stands(MediaHandle* handle, Result null_handle, Result failure,
+                                     Routine&& routine) noexcept {
     return told(failure, [&] {
         if (handle == nullptr)
             why::failed(AVERROR(EINVAL), "no handle");
-        return with_handle(handle, null_handle, failure, std::forward<Routine>(routine));
+        return with_handle_as_it_stands(handle, null_handle, failure, std::forward<Routine>(routine));
+    });
+}
+
+template <class Result, class Routine>
+Result told_with_handle(MediaHandle* handle, Result null_handle, Result failure, Routine&& routine) noexcept {
+    return told_with_handle_as_it_stands(handle, null_handle, failure, [&](MediaHandle& standing) -> Result {
+        catch_up(standing);
+        return std::forward<Routine>(routine)(standing);
     });
 }
 

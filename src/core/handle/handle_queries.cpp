@@ -8,7 +8,7 @@
 using namespace qmio;
 
 int qmio_get_vstream(MediaHandle* h) {
-    return with_handle(h, -1, -1, [](MediaHandle& handle) { return handle.reading.packet->stream_index; });
+    return with_handle_as_it_stands(h, -1, -1, [](MediaHandle& handle) { return handle.reading.packet->stream_index; });
 }
 
 int qmio_get_astream(MediaHandle* h) {
@@ -16,7 +16,7 @@ int qmio_get_astream(MediaHandle* h) {
 }
 
 int qmio_get_dur(MediaHandle* h) {
-    return with_handle(h, 0, 0, [](MediaHandle& handle) { return handle.sound.audio_dur_ms; });
+    return with_handle_as_it_stands(h, 0, 0, [](MediaHandle& handle) { return handle.sound.audio_dur_ms; });
 }
 
 int qmio_print(MediaHandle* h, const char* what) {

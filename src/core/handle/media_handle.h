@@ -46,6 +46,13 @@ struct MediaHandle {
 
 namespace qmio {
 
+// Puts container and decoder where the host takes them to be. Pictures that were sought may have been delivered without
+// that; every call that does not deliver sought pictures, and does more than to ask, comes here first.
+inline void catch_up(MediaHandle& handle) {
+    if (handle.reading.catch_up != nullptr)
+        handle.reading.catch_up(handle);
+}
+
 // A new handle with empty packets and the identity channel map; null when memory is short.
 MediaHandle* create_handle();
 void destroy_handle(MediaHandle* handle);

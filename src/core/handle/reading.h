@@ -11,11 +11,14 @@
 #include "ffmpeg/owners.h"
 #include "ffmpeg/turn.h"
 
+struct MediaHandle;
+
 namespace qmio {
 
 struct Request;
 
 namespace read {
+class Jog;
 class PendingSeek;
 class PositionedSound;
 }  // namespace read
@@ -40,6 +43,8 @@ struct Reading {
     ffmpeg::Dictionary decoder_options;        // what the decoder was opened with
     AVDiscard skip_frame = AVDISCARD_DEFAULT;  // what the host's options leave out, whatever a seek does
     std::shared_ptr<read::PendingSeek> pending;  // a sought picture that has not been delivered yet; null: none
+    std::shared_ptr<read::Jog> jog;              // what makes the next sought picture cheap; null: none was sought yet
+    void (*catch_up)(MediaHandle&) = nullptr;    // set with it; see catch_up() below the handle
     ffmpeg::ConcealmentWatch concealment;        // of the decoder
     KnownDamage damage;
     std::optional<int32_t> landing;  // number of the packet that comes next, where its time does not tell

@@ -32,7 +32,7 @@ struct Track {
     const AVCodec* coder = nullptr;   // the decoder or encoder that it is opened with
     ffmpeg::SoundForm file;           // what the decoder gave when the host last chose, or what the encoder takes
     ffmpeg::SoundForm delivered = kNoSound;  // what the host is told: the form it gets, or the encoder's
-    ffmpeg::Block buffer;  // resampled sound; at least kTrackBufferSize bytes, more after a longer frame
+    ffmpeg::Block buffer;  // resampled sound that the host gets otherwise arranged; taken when it is first needed
 
     int64_t pts =
         0;  // of the frame decoded last; of a file that is written of the next frame, in the codec's time base

@@ -92,6 +92,7 @@ void apply_configuration(const qmlib::XmlDatabase& database, Settings& settings)
         apply_integer(database, key, 10, settings.trace[static_cast<std::size_t>(category)]);
     apply_integer(database, "//scale_alg", 0, settings.scale_algorithm);
     apply_integer(database, "//num_cores", 0, settings.core_count);
+    apply_integer(database, "//frame_cache", 10, settings.frame_cache);
     apply_integer(database, "//log_to_file", 10, settings.log_to_file);
     apply_integer(database, "//nested_open", 10, settings.nested_open);
     apply_integer(database, "//max_pixels", 10, settings.max_pixels);
