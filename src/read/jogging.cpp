@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <utility>
 
+#include "core/handle/frame_numbers.h"
 #include "core/process/trace.h"
 #include "read/choose.h"
 #include "read/decode.h"
 #include "read/deliver.h"
 #include "read/jog.h"
 #include "read/packets.h"
+#include "read/position.h"
 #include "read/seek.h"
 #include "read/straight_on.h"
 
@@ -158,8 +160,16 @@ bool can_put_off_seek(Source& source, int32_t frame) {
     return jog->pictures.find(frame) != nullptr || jog->can_go_on_to(source, frame);
 }
 
-void owe_seek(Source& source, int32_t frame) {
+int owe_seek(Source& source, int32_t frame) {
+    AVStream& stream = *source.video.stream;
+    flush_audio_decoders(source.tracks, source.sound);
+    source.video.have_frame = kNoFrame;
+    source.video.want_frame = frame;
+    set_target(source, frame, Landing::here);
+    source.reading.seek_position = scale_time(time_of_frame(source, stream, frame), stream.time_base, AV_TIME_BASE);
+    source.container.clock.note_seek();
     source.reading.jog->put_off(frame);
+    return frame;
 }
 
 void note_seek(Source& source, int32_t left) {

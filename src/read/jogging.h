@@ -10,8 +10,8 @@ namespace qmio::read {
 // would succeed, and the picture is kept or lies a little ahead.
 bool can_put_off_seek(Source& source, int32_t frame);
 
-// That seek was put off: its target is set.
-void owe_seek(Source& source, int32_t frame);
+// Puts that seek off and does all else that it leaves behind; the frame.
+int owe_seek(Source& source, int32_t frame);
 
 // A seek was made and its target set; `left` is the picture that the handle held before, kNoFrame for none.
 void note_seek(Source& source, int32_t left);

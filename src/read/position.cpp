@@ -133,6 +133,12 @@ int position_by_time(Source& source, int64_t timestamp, int flags) {
     return seek_container(source.container, source.video.stream_index, timestamp, flags);
 }
 
+int64_t time_of_frame(const Source& source, AVStream& stream, int32_t frame) {
+    const CountedPictures* const counted = source.video.counted.get();
+    const int64_t pts = counted != nullptr ? counted->picture(frame).pts : AV_NOPTS_VALUE;
+    return pts != AV_NOPTS_VALUE ? pts : frame_to_timestamp(source.container, stream, frame);
+}
+
 int64_t time_to_seek(const Source& source, AVStream& stream, int32_t frame, int flags) {
     const CountedPictures* const counted = source.video.counted.get();
     if (counted == nullptr)

@@ -24,6 +24,9 @@ bool lands_inside_frames(const Container& container);
 int position_by_index(Source& source, int32_t frame);
 int position_by_time(Source& source, int64_t timestamp, int flags);
 
+// When `frame` is shown, in the time base of the stream.
+int64_t time_of_frame(const Source& source, AVStream& stream, int32_t frame);
+
 // What the container is asked for where it is put by time: the time of `frame`, or of the packet where its decoding
 // begins.
 int64_t time_to_seek(const Source& source, AVStream& stream, int32_t frame, int flags);

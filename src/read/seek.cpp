@@ -116,17 +116,6 @@ void trace_byte_seek(const Source& source, const wchar_t* tag, int32_t frame, in
 
 // ---- ways to seek ----
 
-// The microseconds that a seek to the time counts as.
-int64_t seek_position(const AVStream& stream, int64_t timestamp) {
-    return scale_time(timestamp, stream.time_base, AV_TIME_BASE);
-}
-
-int64_t time_of_frame(const Source& source, AVStream& stream, int32_t frame) {
-    const CountedPictures* const counted = source.video.counted.get();
-    const int64_t pts = counted != nullptr ? counted->picture(frame).pts : AV_NOPTS_VALUE;
-    return pts != AV_NOPTS_VALUE ? pts : frame_to_timestamp(source.container, stream, frame);
-}
-
 // A byte seek that fails is no error: the host is told the frame and nothing has moved. Only when it reads on is the
 // container put there by time.
 int seek_by_index(Source& source, const wchar_t* tag, int32_t frame, int64_t frames) {
@@ -142,19 +131,6 @@ int seek_by_index(Source& source, const wchar_t* tag, int32_t frame, int64_t fra
     return clamped;
 }
 
-// All that a seek by the frame's timestamp leaves behind but where container and video decoder stand.
-int put_off_seek(Source& source, int32_t frame) {
-    flush_audio_decoders(source.tracks, source.sound);
-    source.video.have_frame = kNoFrame;
-    source.video.want_frame = frame;
-    set_target(source, frame, Landing::here);
-    source.reading.seek_position =
-        seek_position(*source.video.stream, time_of_frame(source, *source.video.stream, frame));
-    source.container.clock.note_seek();
-    owe_seek(source, frame);
-    return frame;
-}
-
 // Positions the container by the frame's timestamp and makes it the wanted one.
 int seek_by_timestamp(Source& source, const wchar_t* tag, AVStream& stream, int32_t frame, int flags) {
     trace_rate(source, tag, stream);
@@ -164,7 +140,7 @@ int seek_by_timestamp(Source& source, const wchar_t* tag, AVStream& stream, int3
     if (result < 0)
         return refuse_seeking(source, result);
     want(source, frame, (flags & AVSEEK_FLAG_ANY) != 0 ? Landing::any_packet : Landing::key_packet);
-    source.reading.seek_position = seek_position(stream, timestamp);
+    source.reading.seek_position = scale_time(timestamp, stream.time_base, AV_TIME_BASE);
     return frame;
 }
 
@@ -271,7 +247,7 @@ int seek_frame(Source& source, int32_t frame) {
     }
     const int32_t left = video.have_frame;
     if (can_put_off_seek(source, wanted))
-        return put_off_seek(source, wanted);
+        return owe_seek(source, wanted);
     const int result = seek_by_timestamp(source, kSeekFrame, *video.stream, wanted, AVSEEK_FLAG_BACKWARD);
     if (result >= 0)
         note_seek(source, left);
