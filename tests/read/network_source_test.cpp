@@ -1,12 +1,16 @@
 // Sources that come over a network, from servers of this machine: how long they may stand still, and what they are told.
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <chrono>
+
 #include "ffmpeg/protocol.h"
 #include "read/open.h"
 #include "support/http_server.h"
 #include "support/loopback_server.h"
 #include "support/media.h"
 #include "support/open_media.h"
+#include "support/why.h"
 
 namespace qmio::read {
 namespace {
@@ -49,6 +53,17 @@ TEST(NetworkSource, MayStandStillForHalfAMinuteUnlessToldOtherwise) {
     EXPECT_EQ(time_limit(dictionary("timeout", "1500000")), std::chrono::milliseconds(1500));
     EXPECT_EQ(time_limit(dictionary("timeout", "0")).count(), 0);
     EXPECT_LT(time_limit(dictionary("timeout", "-1")).count(), 0);
+}
+
+// Half a minute by itself, which is waited for here; twice that is for a machine that has much else to do.
+TEST(NetworkSource, ThatSaysNothingFailsTheOpenWithoutBeingToldATime) {
+    using Clock = std::chrono::steady_clock;
+    const LoopbackServer server({});
+    const Clock::time_point begin = Clock::now();
+    EXPECT_FALSE(open_media(server.url()));
+    EXPECT_EQ(test::why().code, AVERROR(ETIMEDOUT));
+    EXPECT_GE(Clock::now() - begin, std::chrono::seconds(29));
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(60));
 }
 
 TEST(NetworkSource, ThatStandsStillBeforeItsStreamsAreKnownFailsTheOpen) {
