@@ -140,7 +140,7 @@ TEST(AudioTrace, HasNoComplaintsOfPacketsThatHoldSeveralFrames) {
 // The resampler gets no memory of its own for a frame that is the first of its size.
 TEST(AudioTrace, TellsThatAConversionFailed) {
     const Media media = open_sound(sound("stereo_s16.wav"));
-    ASSERT_TRUE(choose(media, 0, {2, 22050, AV_SAMPLE_FMT_FLTP}));
+    ASSERT_TRUE(choose(media, 0, {2, 22050, AV_SAMPLE_FMT_FLT}));
     Bytes buffer(1 << 20);
     ASSERT_EQ(qmio_get_frame(media.get()), 2);
     const TraceLines trace(TraceSwitch::open);
