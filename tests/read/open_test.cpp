@@ -23,7 +23,7 @@ std::string last_error() {
 std::filesystem::path patched_copy(const TempDir& folder, const std::string& made, const char* from, const char* to) {
     Bytes bytes = read_bytes(media_path(made));
     EXPECT_GT(replace_bytes(bytes, from, to), 0) << made << " holds no " << from;
-    const auto path = folder / ("patched_" + made);
+    auto path = folder / ("patched_" + made);
     write_bytes(path, bytes);
     return path;
 }

@@ -146,9 +146,9 @@ TEST(KeptPictures, AreNoneWhereTheConfigurationSaysSo) {
 
 TEST(KeptPictures, OfManyHandlesStayInsideTheBudget) {
     const Budget budget(2);
-    std::vector<std::unique_ptr<Player>> players;
-    for (int number = 0; number < 20; ++number)
-        players.push_back(std::make_unique<Player>(media_path("long_gop.mp4")));
+    std::vector<std::unique_ptr<Player>> players(20);
+    for (std::unique_ptr<Player>& player : players)
+        player = std::make_unique<Player>(media_path("long_gop.mp4"));
     for (int frame = 40; frame > 30; --frame)
         for (const std::unique_ptr<Player>& player : players) {
             ASSERT_EQ(player->read_at(frame).number, frame);

@@ -123,7 +123,7 @@ void keep_pictures(OptionList& options, const PictureFacts& facts) {
 std::string tag_options(const Tags& tags, const std::string& prefix) {
     std::string text;
     for (const auto& [key, value] : tags)
-        text += "," + prefix + key + "=" + quoted(value);
+        text.append(",").append(prefix).append(key).append("=").append(quoted(value));
     return text;
 }
 
