@@ -40,7 +40,7 @@ int64_t process_number();
 class RemovedWhenStopped {
   public:
     // `let_go` is called first where the system removes no file that is open, on a thread of its own: it has to close it.
-    RemovedWhenStopped(const std::filesystem::path& file, std::function<void()> let_go);
+    RemovedWhenStopped(const std::filesystem::path& file, const std::function<void()>& let_go);
     RemovedWhenStopped(const RemovedWhenStopped&) = delete;
     RemovedWhenStopped& operator=(const RemovedWhenStopped&) = delete;
     ~RemovedWhenStopped();  // `let_go` is not running, and will not be called any more

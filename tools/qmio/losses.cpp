@@ -107,13 +107,18 @@ Lines picture_losses(const PictureFacts& before, const PictureFacts& after, cons
     return lines;
 }
 
+std::string change_of_tag(const std::string& part, const std::string& key, const std::string& before,
+                          const std::string& after) {
+    return change(key + " of " + part, "\"" + before + "\"", after.empty() ? "" : "\"" + after + "\"");
+}
+
 Lines tag_losses(const std::string& part, const Tags& before, const Tags& after) {
     Lines lines;
     for (const auto& [key, value] : before) {
         const auto found = after.find(key);
         const std::string has = found != after.end() ? found->second : "";
         if (has != value)
-            lines.push_back(change(key + " of " + part, "\"" + value + "\"", has.empty() ? "" : "\"" + has + "\""));
+            lines.push_back(change_of_tag(part, key, value, has));
     }
     return lines;
 }

@@ -64,7 +64,7 @@ int64_t process_number() {
     return getpid();
 }
 
-RemovedWhenStopped::RemovedWhenStopped(const std::filesystem::path& file, std::function<void()> /*let_go*/) {
+RemovedWhenStopped::RemovedWhenStopped(const std::filesystem::path& file, const std::function<void()>& /*let_go*/) {
     const std::string& name = file.native();
     file_is_removed = false;
     if (name.size() >= removed_file.size())

@@ -75,12 +75,12 @@ int64_t process_number() {
     return GetCurrentProcessId();
 }
 
-RemovedWhenStopped::RemovedWhenStopped(const std::filesystem::path& file, std::function<void()> let_go) {
+RemovedWhenStopped::RemovedWhenStopped(const std::filesystem::path& file, const std::function<void()>& let_go) {
     static const BOOL handled = SetConsoleCtrlHandler(remove_and_end, TRUE);
     RemovedFile& removed = removed_file();
     const std::lock_guard lock(removed.mutex);
     removed.path = handled != 0 ? file : std::filesystem::path();
-    removed.let_go = std::move(let_go);
+    removed.let_go = let_go;
 }
 
 RemovedWhenStopped::~RemovedWhenStopped() {
