@@ -62,6 +62,17 @@ TEST(Queue, OrdersByTimeThenTypeThenStream) {
     EXPECT_EQ(take_all(queue), expected);
 }
 
+TEST(Queue, PicturesComeBeforeSoundOfTheirTimeInWhateverStream) {
+    Queue queue;
+    queue.push_sorted(sound(20, 0));
+    queue.push_sorted(entry(20, QMIO_PACKET_VIDEO, 3));
+    queue.push_sorted(sound(20, 1));
+    queue.close();
+    const std::vector<Seen> expected{
+        {20, QMIO_PACKET_VIDEO, 3}, {20, QMIO_PACKET_AUDIO, 0}, {20, QMIO_PACKET_AUDIO, 1}};
+    EXPECT_EQ(take_all(queue), expected);
+}
+
 TEST(Queue, EqualEntriesKeepTheOrderOfTheirArrival) {
     Queue queue;
     for (int mark = 0; mark < 5; ++mark)
