@@ -136,6 +136,30 @@ bool step_back(Source& source) {
     return land_earlier(source);
 }
 
+enum class StepBack { allowed, refused };
+
+// The step at which the way to the target ends, its picture not converted; nothing where there is no target, or where it
+// would have to begin further back and may not or cannot.
+std::optional<Step> reach_target(Source& source, const imio_picture& picture, StepBack stepping_back) {
+    imio_picture unconverted = picture;
+    unconverted.data = nullptr;
+    TowardsTarget way(source);
+    for (;;) {
+        const Step step = next_picture(source, unconverted, way);
+        const Verdict verdict = judge(source, step);
+        const bool begins_again =
+            verdict == Verdict::step_back && stepping_back == StepBack::allowed && step_back(source);
+        if (verdict == Verdict::go_on || begins_again)
+            continue;
+        return verdict == Verdict::reached && step.result > 0 ? std::optional(step) : std::nullopt;
+    }
+}
+
+int deliver(Source& source, const Step& step, imio_picture& picture) {
+    convert_held_picture(source, &picture);
+    return step.result;
+}
+
 }  // namespace
 
 void set_target(Source& source, int32_t target, Landing landing) {
@@ -163,37 +187,17 @@ bool land(Source& source) {
 }
 
 int read_target(Source& source, imio_picture& picture) {
-    imio_picture unconverted = picture;
-    unconverted.data = nullptr;
-    TowardsTarget way(source);
-    for (;;) {
-        const Step step = next_picture(source, unconverted, way);
-        const Verdict verdict = judge(source, step);
-        if (verdict == Verdict::go_on || (verdict == Verdict::step_back && step_back(source)))
-            continue;
-        forget_target(source);
-        if (verdict == Verdict::step_back || step.result <= 0)
-            return 0;
-        convert_held_picture(source, &picture);
-        return step.result;
-    }
+    const std::optional<Step> step = reach_target(source, picture, StepBack::allowed);
+    forget_target(source);
+    return step ? deliver(source, *step, picture) : 0;
 }
 
 std::optional<int> go_on_to_target(Source& source, imio_picture& picture) {
-    imio_picture unconverted = picture;
-    unconverted.data = nullptr;
-    TowardsTarget way(source);
-    for (;;) {
-        const Step step = next_picture(source, unconverted, way);
-        const Verdict verdict = judge(source, step);
-        if (verdict == Verdict::go_on)
-            continue;
-        if (verdict == Verdict::step_back || step.result <= 0)
-            return std::nullopt;
-        forget_target(source);
-        convert_held_picture(source, &picture);
-        return step.result;
-    }
+    const std::optional<Step> step = reach_target(source, picture, StepBack::refused);
+    if (!step)
+        return std::nullopt;
+    forget_target(source);
+    return deliver(source, *step, picture);
 }
 
 }  // namespace qmio::read
