@@ -26,6 +26,7 @@ struct Contender {
     std::function<std::string()> check;
 
     bool is_program = false;  // its processor time is another process's
+    double part = 1;          // of the row's units that a run of it does
 };
 
 struct Row {

@@ -7,6 +7,7 @@
 #include <ctime>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -65,15 +66,24 @@ std::string formatted(const char* format, double number) {
     return text;
 }
 
+using Seconds = double (Times::*)() const;
+
+// Units in a second; nothing where the contender has not run.
+std::optional<double> speed(const Row& row, const char* column, const TimesReporter& times, Seconds seconds) {
+    const Times* const found = times.find(name_of(row, column));
+    for (const Contender& contender : row.contenders)
+        if (found != nullptr && contender.name == column)
+            return row.amount * contender.part / (found->*seconds)();
+    return std::nullopt;
+}
+
 std::string figure(const Row& row, const char* column, const TimesReporter& times, const Remarks& remarks) {
-    const std::string name = name_of(row, column);
-    const Times* const found = times.find(name);
-    if (found == nullptr)
+    const std::optional<double> clocked = speed(row, column, times, &Times::clock);
+    if (!clocked)
         return "";
-    const double speed = row.amount / found->clock();
-    const auto remark = remarks.find(name);
+    const auto remark = remarks.find(name_of(row, column));
     const bool remarked = remark != remarks.end() && !remark->second.empty();
-    return formatted(speed < 100 ? "%.1f" : "%.0f", speed) + (remarked ? " (" + remark->second + ")" : "");
+    return formatted(*clocked < 100 ? "%.1f" : "%.0f", *clocked) + (remarked ? " (" + remark->second + ")" : "");
 }
 
 bool is_timed_here(const Row& row) {
@@ -84,12 +94,12 @@ bool is_timed_here(const Row& row) {
 }
 
 // How many times as fast as the plain loop, or else as OpenCV, the library is.
-std::string ratio(const Row& row, const TimesReporter& times, double (Times::*seconds)() const) {
-    const Times* const ours = times.find(name_of(row, kLibrary));
-    const Times* plain = times.find(name_of(row, kPlain));
-    if (plain == nullptr)
-        plain = times.find(name_of(row, kOpenCv));
-    return ours != nullptr && plain != nullptr ? formatted("%.2f", (plain->*seconds)() / (ours->*seconds)()) : "";
+std::string ratio(const Row& row, const TimesReporter& times, Seconds seconds) {
+    const std::optional<double> ours = speed(row, kLibrary, times, seconds);
+    std::optional<double> plain = speed(row, kPlain, times, seconds);
+    if (!plain)
+        plain = speed(row, kOpenCv, times, seconds);
+    return ours && plain ? formatted("%.2f", *ours / *plain) : "";
 }
 
 bool has_run(const Row& row, const TimesReporter& times) {

@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "media.h"
-#include "peak_memory.h"
+#include "memory_use.h"
 #include "reader.h"
 #include "rows.h"
 

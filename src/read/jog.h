@@ -10,6 +10,7 @@
 #include "read/pending_seek.h"
 #include "read/picture_cache.h"
 #include "read/source.h"
+#include "read/steps_back.h"
 
 namespace qmio::read {
 
@@ -52,6 +53,7 @@ class Jog {
     bool can_go_on_to(const Source& source, int32_t frame) const;
 
     PictureCache pictures;
+    StepsBack steps_back;
     Debt debt;
     Debt before_seek;  // what was owed when the seek was made or put off whose picture has not been read yet
 

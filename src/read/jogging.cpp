@@ -18,9 +18,6 @@ namespace qmio::read {
 
 namespace {
 
-// Nearer than that a frame before the one held is a step back, and likely not the last one.
-constexpr int32_t kStepBack = 32;
-
 // A way that is to be gone again begins anew with a picture this far behind the sought one.
 constexpr int32_t kReadOn = 120;
 
@@ -162,6 +159,7 @@ bool can_put_off_seek(Source& source, int32_t frame) {
 
 int owe_seek(Source& source, int32_t frame) {
     AVStream& stream = *source.video.stream;
+    source.reading.jog->steps_back.note(source.video.have_frame, frame);
     flush_audio_decoders(source.tracks, source.sound);
     source.video.have_frame = kNoFrame;
     source.video.want_frame = frame;
@@ -180,9 +178,11 @@ void note_seek(Source& source, int32_t left) {
     PendingSeek& pending = *source.reading.pending;
     const int32_t target = pending.target();
     jog->follow(source, target);
-    if (left > target && left - target <= kStepBack)
-        pending.decode_whole_from(
-            std::max(target - std::max(jog->pictures.capacity_for(*source.reading.pFrame) - 1, 0), 0));
+    jog->steps_back.note(left, target);
+    const int32_t room = std::max(jog->pictures.capacity_for(*source.reading.pFrame) - 1, 0);
+    const int32_t whole = StepsBack::is_step_back(left, target) ? room : std::min(jog->steps_back.expected(), room);
+    if (whole > 0)
+        pending.decode_whole_from(std::max(target - whole, 0));
 }
 
 int read_jogging(Source& source, imio_picture& picture) {
