@@ -82,7 +82,9 @@ double length_of(const std::filesystem::path& path) {
                                                 "packet=pts_time,duration_time", "-of", "csv=p=0", utf8(path)});
         std::istringstream lines(outcome.output);
         for (std::string line; std::getline(lines, line);) {
-            const std::size_t comma = std::min(line.find(','), line.size() - 1);
+            const std::size_t comma = line.find(',');
+            if (comma == std::string::npos || comma == 0)  // of a packet's side data
+                continue;
             const double begin = number_of(line.substr(0, comma));
             first = last == 0 ? begin : std::min(first, begin);
             last = std::max(last, begin + number_of(line.substr(comma + 1)));
