@@ -156,7 +156,8 @@ int find_stream_info(AVFormatContext& container) {
     std::vector<ffmpeg::Dictionary> options;
     for (unsigned stream = 0; stream < container.nb_streams; ++stream) {
         options.push_back(configured_options("codec"));
-        options.back().set_default("max_pixels", std::to_string(most_pixels()).c_str());
+        options.back().set_default("max_pixels",
+                                   std::to_string(most_pixels(container, *container.streams[stream])).c_str());
         keep_holes_closed(*container.streams[stream], options.back());
     }
     // Streams that come up later, as such containers have them, are under no option of theirs.
@@ -183,8 +184,12 @@ bool probe_streams(MediaHandle& handle) {
         tell_source_failure(handle.container, result, "cannot find out what it holds");
         return false;
     }
-    for (unsigned stream = 0; stream < container.nb_streams; ++stream)
-        handle.container.stream_codec.push_back(make_stream_codec(*container.streams[stream]));
+    for (unsigned stream = 0; stream < container.nb_streams; ++stream) {
+        ffmpeg::CodecContextPtr codec = make_stream_codec(*container.streams[stream]);
+        if (codec != nullptr)
+            codec->max_pixels = most_pixels(container, *container.streams[stream]);
+        handle.container.stream_codec.push_back(std::move(codec));
+    }
     find_first_video(handle.container, handle.video);
     audio::find_tracks(handle.container, handle.tracks);
     return true;

@@ -1,5 +1,6 @@
 #include "core/handle/codec_open.h"
 
+#include <algorithm>
 #include <limits>
 #include <mutex>
 #include <system_error>
@@ -8,6 +9,7 @@
 
 #include "core/process/settings.h"
 #include "ffmpeg/encoder_values.h"
+#include "ffmpeg/packed_pixels.h"
 
 namespace qmio {
 
@@ -67,6 +69,11 @@ int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary
 
 int most_pixels() {
     return settings().max_pixels > 0 ? settings().max_pixels : std::numeric_limits<int>::max();
+}
+
+int most_pixels(const AVFormatContext& container, const AVStream& stream) {
+    return static_cast<int>(
+        std::min<int64_t>(most_pixels(), ffmpeg::most_pixels_in(stream.codecpar->codec_id, container.pb)));
 }
 
 ffmpeg::CodecContextPtr make_stream_codec(const AVStream& stream) {
