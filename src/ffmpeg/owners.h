@@ -15,12 +15,15 @@ struct Deleter {
     void operator()(AVCodecParserContext* parser) const { av_parser_close(parser); }
     void operator()(AVAudioFifo* fifo) const { av_audio_fifo_free(fifo); }
     void operator()(SwrContext* context) const { swr_free(&context); }
-    // A demuxer is closed, a muxer only freed: its output is closed before, by who opened it.
+    // A muxer's output is closed before, by who wants to know what became of it; here it is where that came to nothing.
     void operator()(AVFormatContext* context) const {
         if (context->iformat != nullptr)
-            avformat_close_input(&context);
-        else
-            avformat_free_context(context);
+            return avformat_close_input(&context);
+        const bool is_own = context->oformat != nullptr && (context->oformat->flags & AVFMT_NOFILE) == 0 &&
+                            (context->flags & AVFMT_FLAG_CUSTOM_IO) == 0;
+        if (is_own)
+            avio_closep(&context->pb);
+        avformat_free_context(context);
     }
     // FFmpeg may have replaced the buffer that the context was made with, so the one it holds now is freed.
     void operator()(AVIOContext* context) const {

@@ -105,8 +105,9 @@ Verdict judge(const Source& source, const Step& step) {
         case Step::Kind::broken_packet:
             return Verdict::go_on;
         case Step::Kind::stopped:
-        case Step::Kind::gone_on:
             return Verdict::step_back;
+        case Step::Kind::gone_on:
+            return pending.judge_packet_behind_end();
         case Step::Kind::end:
             break;
     }

@@ -7,6 +7,7 @@
 #include "core/process/settings.h"
 #include "core/process/trace.h"
 #include "core/text/names.h"
+#include "ffmpeg/open_holes.h"
 #include "platform/system.h"
 #include "qmio.h"
 #include "read/cancel_open.h"
@@ -142,12 +143,27 @@ bool open_source(Container& container, const Request& request) {
     return open_container(container, request, dictionary);
 }
 
+void keep_holes_closed(const AVStream& stream, ffmpeg::Dictionary& options) {
+    const char* const hole = ffmpeg::open_hole(stream.codecpar->codec_id);
+    if (hole == nullptr)
+        return;
+    report(kOpenTag, L"stream %d is not decoded: FFmpeg's decoder of %S has an open hole, %S\n", stream.index,
+           avcodec_get_name(stream.codecpar->codec_id), hole);
+    options.set("codec_whitelist", "none");
+}
+
 int find_stream_info(AVFormatContext& container) {
     std::vector<ffmpeg::Dictionary> options;
     for (unsigned stream = 0; stream < container.nb_streams; ++stream) {
         options.push_back(configured_options("codec"));
-        options.back().set_default("max_pixels", std::to_string(most_pixels()).c_str());
+        options.back().set_default("max_pixels",
+                                   std::to_string(most_pixels(container, *container.streams[stream])).c_str());
+        keep_holes_closed(*container.streams[stream], options.back());
     }
+    // Streams that come up later, as such containers have them, are under no option of theirs.
+    const std::string whole = ffmpeg::decoders_without_holes();
+    if (!whole.empty() && (container.ctx_flags & AVFMTCTX_NOHEADER) != 0 && container.codec_whitelist == nullptr)
+        container.codec_whitelist = av_strdup(whole.c_str());
     std::vector<AVDictionary*> entries;
     entries.reserve(options.size());
     for (ffmpeg::Dictionary& dictionary : options)
@@ -168,8 +184,12 @@ bool probe_streams(MediaHandle& handle) {
         tell_source_failure(handle.container, result, "cannot find out what it holds");
         return false;
     }
-    for (unsigned stream = 0; stream < container.nb_streams; ++stream)
-        handle.container.stream_codec.push_back(make_stream_codec(*container.streams[stream]));
+    for (unsigned stream = 0; stream < container.nb_streams; ++stream) {
+        ffmpeg::CodecContextPtr codec = make_stream_codec(*container.streams[stream]);
+        if (codec != nullptr)
+            codec->max_pixels = most_pixels(container, *container.streams[stream]);
+        handle.container.stream_codec.push_back(std::move(codec));
+    }
     find_first_video(handle.container, handle.video);
     audio::find_tracks(handle.container, handle.tracks);
     return true;

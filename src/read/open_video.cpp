@@ -11,6 +11,7 @@
 #include "core/text/option_passes.h"
 #include "ffmpeg/codec_lookup.h"
 #include "ffmpeg/frame_threads.h"
+#include "ffmpeg/open_holes.h"
 #include "ffmpeg/pixel_format.h"
 #include "read/open.h"
 #include "read/seek.h"
@@ -34,8 +35,10 @@ bool find_decoder(const Container& container, Video& video) {
     }
     video.coder = ffmpeg::find_decoder(video.codec->codec_id);
     if (video.coder == nullptr) {
-        why::failed(AVERROR_DECODER_NOT_FOUND, "there is no decoder of %s for video stream %d",
-                    avcodec_get_name(video.codec->codec_id), video.stream_index);
+        const char* const hole = ffmpeg::open_hole(video.codec->codec_id);
+        why::failed(AVERROR_DECODER_NOT_FOUND, "there is no decoder of %s for video stream %d%s%s",
+                    avcodec_get_name(video.codec->codec_id), video.stream_index,
+                    hole != nullptr ? ": FFmpeg's has an open hole, " : "", hole != nullptr ? hole : "");
         return false;
     }
     trace(TraceSwitch::open, kOpenTag, L"\tavcodec_find_decoder OK\n");

@@ -73,6 +73,10 @@ PendingSeek::Verdict PendingSeek::judge_end() const {
     return seen_earlier_ || at_start_ ? Verdict::reached : Verdict::step_back;
 }
 
+PendingSeek::Verdict PendingSeek::judge_packet_behind_end() const {
+    return at_start_ ? Verdict::reached : Verdict::step_back;
+}
+
 PendingSeek::Verdict PendingSeek::judge_broken_packet() {
     // Before the first whole picture nothing needs to decode.
     return begun_ && damage_counts() ? give_up_damaged() : Verdict::go_on;

@@ -76,6 +76,10 @@ class PendingSeek {
     // About the end of the input: the target does not exist, unless the landing was too late to see anything.
     Verdict judge_end() const;
 
+    // About a packet behind what was taken for the end, by which the decoder was drained: a demuxer that went on after an
+    // error. The way from the start has nothing further back to begin with, and would meet that for ever.
+    Verdict judge_packet_behind_end() const;
+
     // About a packet that gave nothing but an error.
     Verdict judge_broken_packet();
 

@@ -213,7 +213,7 @@ void remark_unused_options(const Creation& creation) {
 }
 
 AVCodecContext* add_codec(Container& container, const AVCodec& encoder) {
-    container.stream_codec.emplace_back(avcodec_alloc_context3(&encoder));
+    container.stream_codec.push_back(ffmpeg::CodecContextPtr(avcodec_alloc_context3(&encoder)));
     if (container.stream_codec.back() == nullptr)
         tell_no_memory();
     return container.stream_codec.back().get();

@@ -67,7 +67,12 @@ int finish(MediaHandle& handle) {
 }  // namespace
 
 void complete(MediaHandle& handle) {
-    finish_streams(handle);
+    // What cannot be finished for want of memory does not keep the rest from being completed.
+    const int finished = guarded(AVERROR(ENOMEM), [&handle] {
+        finish_streams(handle);
+        return 0;
+    });
+    note_error(handle.writing, finished);
     trace_close(L"write\n");
     if (handle.container.format_ctx == nullptr)
         return;

@@ -6,6 +6,7 @@
 #include <regex>
 
 #include "support/dynamic_library.h"
+#include "support/made_file.h"
 #include "support/media.h"
 #include "support/process.h"
 #include "support/temp_dir.h"
@@ -240,6 +241,24 @@ TEST_F(Configuration, VetoedEncoderDoesNotTouchDecoding) {
     EXPECT_EQ(ask("open " + write("a.ppm", kPicture)), "opened");
 }
 
+// Where the linked FFmpeg has the hole; elsewhere the file opens both ways.
+TEST_F(Configuration, ADecoderWithAnOpenHoleIsUsedOnlyWhereThatIsAllowed) {
+    const auto film = folder_ / "film.avi";
+    ASSERT_TRUE(make_file(film, video_options("avi", "magicyuv"), 3));
+    start();
+    if (ask("open " + utf8(film)) == "opened")
+        GTEST_SKIP() << "this FFmpeg has no such hole";
+    EXPECT_TRUE(
+        holds(ask("why"), "there is no decoder of magicyuv for video stream 0: FFmpeg's has an open hole, CVE-"));
+    EXPECT_EQ(ask("unload"), "unloaded");
+    configure("<unsafe_decoder>magicyuv</unsafe_decoder>");
+    ask("load " + utf8(library_));
+    EXPECT_EQ(ask("open " + utf8(film)), "opened");
+    const std::string lines = console();
+    EXPECT_TRUE(holds(lines, "stream 0 is not decoded: FFmpeg's decoder of magicyuv has an open hole, CVE-")) << lines;
+    EXPECT_TRUE(holds(lines, "Codec (magicyuv) not on whitelist 'none'")) << "probing has used it";
+}
+
 TEST_F(Configuration, FormatOptionsReachTheDemuxer) {
     const std::string name = write("a.ppm", kPicture);
     configure("<format option='format_whitelist'>wav</format>");
@@ -303,6 +322,25 @@ TEST_F(Configuration, HostsKeepTheirOwnFFmpegAfterUnloading) {
     std::string text = console();
     std::erase(text, '\r');  // FFmpeg's own messages end as the system has it
     EXPECT_EQ(text, "after unloading\n");
+}
+
+TEST_F(Configuration, FFmpegsLogMayBeLeftToTheHost) {
+    configure("<log>quiet</log><ffmpeg_log>0</ffmpeg_log>");
+    start();
+    EXPECT_EQ(ask("message while loaded"), "level 32");
+    EXPECT_EQ(ask("unload"), "unloaded");
+    EXPECT_EQ(ask("message after unloading"), "level 32");
+    std::string text = console();
+    std::erase(text, '\r');
+    EXPECT_EQ(text, "while loaded\nafter unloading\n");
+}
+
+TEST_F(Configuration, ACallbackThatTheHostHasSetSinceStaysAfterUnloading) {
+    start();
+    EXPECT_EQ(ask("callback"), "set");
+    EXPECT_EQ(ask("unload"), "unloaded");
+    EXPECT_EQ(ask("message to the callback"), "level 32");
+    EXPECT_EQ(console(), "heard\n");
 }
 
 TEST_F(Configuration, CredentialsAreNeverTraced) {

@@ -37,9 +37,14 @@ TEST(Settings, DefaultsHoldForEveryMissingKey) {
     EXPECT_EQ(settings.frame_cache, 256);
     EXPECT_EQ(settings.code_page, 65001u);
     EXPECT_EQ(settings.log_level, 16);
+    EXPECT_EQ(settings.ffmpeg_log, 1);
     EXPECT_EQ(settings.nested_open, 0);
     EXPECT_EQ(settings.max_pixels, 268435456);
     EXPECT_EQ(settings.max_streams, 256);
+}
+
+TEST(Settings, FFmpegsLogMayBeLeftAlone) {
+    EXPECT_EQ(configured("<ffmpeg_log>0</ffmpeg_log>").ffmpeg_log, 0);
 }
 
 TEST(Settings, LimitsAreDecimal) {

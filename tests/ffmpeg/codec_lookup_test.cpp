@@ -18,6 +18,7 @@ std::string name_of(const AVCodec* codec) {
 
 class CodecLookup : public testing::Test {
   protected:
+    CodecLookup() { clear_vetoes(); }  // those of start-up
     ~CodecLookup() override { clear_vetoes(); }
 };
 

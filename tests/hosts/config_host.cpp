@@ -62,6 +62,8 @@ class Host {
             return error();
         if (command == "demuxers")
             return demuxers();
+        if (command == "callback")
+            return set_callback();
         if (command == "message")
             return message(argument);
         return "unknown command";
@@ -121,6 +123,14 @@ class Host {
         while (const AVInputFormat* demuxer = av_demuxer_iterate(&position))
             named = named && demuxer->name != nullptr;
         return named ? "all named" : "nameless";
+    }
+
+    static std::string set_callback() {
+        av_log_set_callback([](void*, int level, const char*, va_list) {
+            if (level <= AV_LOG_ERROR)
+                std::cerr << "heard" << std::endl;
+        });
+        return "set";
     }
 
     static std::string message(const std::string& text) {

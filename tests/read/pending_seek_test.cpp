@@ -56,6 +56,14 @@ TEST_F(SeekPending, APacketBehindTheTargetMeansThatTheLandingWasTooLate) {
     EXPECT_EQ(pending.judge_packet(101, true), Verdict::step_back);
 }
 
+TEST_F(SeekPending, PacketsBehindTheEndMeanAnotherWayButFromTheStartThereIsNone) {
+    PendingSeek pending(100, Landing::key_packet, damage_);
+    EXPECT_EQ(pending.judge_packet_behind_end(), Verdict::step_back);
+    while (!pending.is_at_start())
+        pending.earlier_landing(1000);
+    EXPECT_EQ(pending.judge_packet_behind_end(), Verdict::reached);
+}
+
 TEST_F(SeekPending, APictureIsTheTargetWhenItsNumberIsOrWhenEarlierOnesWereSeen) {
     EXPECT_EQ(PendingSeek(100, Landing::key_packet, damage_).judge_picture({100}), Verdict::reached);
     EXPECT_EQ(PendingSeek(100, Landing::key_packet, damage_).judge_picture({101}), Verdict::step_back);

@@ -56,7 +56,8 @@ TEST_P(ScarceThreads, AreHeededBeforeTheHostsWord) {
 class ScarceThreadsForWriting : public testing::TestWithParam<const char*> {};
 INSTANTIATE_TEST_SUITE_P(Encoders, ScarceThreadsForWriting,
                          testing::Values("mpeg4", "mjpeg,pix=yuvj420p", "huffyuv,pix=yuv422p", "ffv1", "png,pix=rgb24",
-                                         "mpeg2video"));
+                                         "mpeg2video", "libx264", "libx264,preset=veryfast,bf=2", "libvpx",
+                                         "libvpx-vp9"));
 
 TEST_P(ScarceThreadsForWriting, LeaveItAsItIs) {
     const TempDir folder;

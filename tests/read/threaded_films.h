@@ -48,7 +48,6 @@ inline const Film kFilms[] = {
     {"hap", "mov", "pix_fmt=rgba", "AV_PIX_FMT_RGBA"},
     {"huffyuv", "avi", "pix_fmt=yuv422p", "AV_PIX_FMT_YUV422P"},
     {"jpeg2000", "matroska", "pix_fmt=yuv420p"},
-    {"magicyuv", "avi", "pix_fmt=yuv420p"},
     {"prores_ks", "mov", "pix_fmt=yuv422p10le", "AV_PIX_FMT_YUV422P10LE"},
     {"tiff", "matroska", "pix_fmt=rgb24", "AV_PIX_FMT_RGB24"},
     {"utvideo", "avi", "pix_fmt=yuv420p"},

@@ -1,11 +1,15 @@
 #include "core/handle/codec_open.h"
 
+#include <algorithm>
 #include <limits>
 #include <mutex>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 #include "core/process/settings.h"
 #include "ffmpeg/encoder_values.h"
+#include "ffmpeg/packed_pixels.h"
 
 namespace qmio {
 
@@ -22,6 +26,24 @@ int open_once(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary*
     return avcodec_open2(&context, &codec, options != nullptr ? options->address() : nullptr);
 }
 
+bool can_have_thread() {
+    try {
+        std::thread([] {}).join();
+        return true;
+    } catch (const std::system_error&) {
+        return false;
+    }
+}
+
+// FFmpeg gives up altogether when the system has no thread left to give. So do the encoders of other makers, and few of
+// them say why.
+bool may_be_for_threads(int result, const AVCodec& codec) {
+    if (result == AVERROR(EAGAIN) || result == AVERROR(ENOMEM))
+        return true;
+    return result < 0 && (codec.capabilities & AV_CODEC_CAP_OTHER_THREADS) != 0 &&
+           (result == AVERROR_EXTERNAL || !can_have_thread());
+}
+
 }  // namespace
 
 int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary* options) {
@@ -33,8 +55,7 @@ int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary
     ffmpeg::Dictionary options_again = options != nullptr ? options->copy() : ffmpeg::Dictionary();
     const ffmpeg::ChannelLayout layout(context.ch_layout);
     const int result = open_once(context, codec, options);
-    // FFmpeg gives up altogether when the system has no thread left to give.
-    if (result != AVERROR(EAGAIN) && result != AVERROR(ENOMEM))
+    if (!may_be_for_threads(result, codec))
         return result;
     layout.copy_to(context.ch_layout);
     context.thread_count = 1;
@@ -48,6 +69,11 @@ int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary
 
 int most_pixels() {
     return settings().max_pixels > 0 ? settings().max_pixels : std::numeric_limits<int>::max();
+}
+
+int most_pixels(const AVFormatContext& container, const AVStream& stream) {
+    return static_cast<int>(
+        std::min<int64_t>(most_pixels(), ffmpeg::most_pixels_in(stream.codecpar->codec_id, container.pb)));
 }
 
 ffmpeg::CodecContextPtr make_stream_codec(const AVStream& stream) {

@@ -14,6 +14,9 @@ int open_codec(AVCodecContext& context, const AVCodec& codec, ffmpeg::Dictionary
 // Pictures of more pixels are not decoded unless a host's options say otherwise.
 int most_pixels();
 
+// The same of a stream in an open source, whose size may tell that it holds no picture of so many.
+int most_pixels(const AVFormatContext& container, const AVStream& stream);
+
 // A codec context of our own for the stream, filled from its parameters; null when memory is short.
 ffmpeg::CodecContextPtr make_stream_codec(const AVStream& stream);
 

@@ -37,6 +37,9 @@ const char* object_name(const void* context, const char* kind) {
     return url != nullptr ? url : "-";
 }
 
+constexpr char kQuestion[] = " ";  // known by its address
+thread_local bool was_asked = false;
+
 void write_message(int level, const char* kind, const char* object, const char* message) {
     std::array<char, kMessageSize + 2 * std::size_t{kNameLength} + 32> line;
     const int length = std::snprintf(line.data(), line.size(), "av_log: [%.*s] [%.*s] %s", kNameLength, kind,
@@ -57,6 +60,10 @@ void write_message(int level, const char* kind, const char* object, const char* 
 }  // namespace
 
 void log_ffmpeg_message(void* context, int level, const char* format, va_list arguments) noexcept {
+    if (format == kQuestion) {
+        was_asked = true;
+        return;
+    }
     ffmpeg::note_message(context, format);
     const bool is_error = without_tint(level) <= AV_LOG_ERROR;
     const bool is_shown = without_tint(level) <= log_level();
@@ -76,6 +83,12 @@ void log_ffmpeg_message(void* context, int level, const char* format, va_list ar
     } catch (...) {
         // Nothing may throw into FFmpeg.
     }
+}
+
+bool takes_ffmpeg_messages() noexcept {
+    was_asked = false;
+    av_log(nullptr, AV_LOG_TRACE, kQuestion);
+    return was_asked;
 }
 
 std::string log_time_stamp(const platform::LocalTime& time) {

@@ -94,6 +94,7 @@ void apply_configuration(const qmlib::XmlDatabase& database, Settings& settings)
     apply_integer(database, "//num_cores", 0, settings.core_count);
     apply_integer(database, "//frame_cache", 10, settings.frame_cache);
     apply_integer(database, "//log_to_file", 10, settings.log_to_file);
+    apply_integer(database, "//ffmpeg_log", 10, settings.ffmpeg_log);
     apply_integer(database, "//nested_open", 10, settings.nested_open);
     apply_integer(database, "//max_pixels", 10, settings.max_pixels);
     apply_integer(database, "//max_streams", 10, settings.max_streams);

@@ -22,6 +22,7 @@ struct Settings {
     int32_t frame_cache = 256;     // MiB that all handles may keep of pictures; below 1: none is kept
     int32_t log_level = 16;        // FFmpeg messages above it are dropped
     int32_t log_to_file = 1;       // 0: messages and traces go to the console alone
+    int32_t ffmpeg_log = 1;        // 0: FFmpeg's log callback and level stay as they are found
     int32_t nested_open = 0;       // 0: bytes that come from us may not make FFmpeg open other sources
     int32_t max_pixels = 1 << 28;  // of a picture that is decoded
     int32_t max_streams = 256;     // of a source
@@ -39,7 +40,7 @@ std::string configuration_path(const std::string& library_path);
 std::string codec_mutex_name(const std::string& configuration_path);
 
 // Takes over the values of the keys that `database` has: trace switches, //scale_alg, //num_cores, //frame_cache,
-// //encoding, //log, //log_to_file, //nested_open, //max_pixels, //max_streams.
+// //encoding, //log, //log_to_file, //ffmpeg_log, //nested_open, //max_pixels, //max_streams.
 // A key that is missing or empty leaves its setting as it is.
 void apply_configuration(const qmlib::XmlDatabase& database, Settings& settings);
 

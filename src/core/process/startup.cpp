@@ -6,6 +6,7 @@
 #include "ffmpeg/catalogue.h"
 #include "ffmpeg/codec_lookup.h"
 #include "ffmpeg/ffmpeg.h"
+#include "ffmpeg/open_holes.h"
 #include "platform/leftovers.h"
 #include "platform/load_notification.h"
 #include "platform/loaded_library.h"
@@ -42,6 +43,8 @@ void configure(Settings& settings) {
     const std::string path = configuration_path(library_path);
     settings.codec_mutex = platform::NamedMutex::open(codec_mutex_name(path));
     settings.database = qmlib::XmlDatabase::read(path);
+    ffmpeg::veto_open_holes(settings.database != nullptr ? settings.database->values("unsafe_decoder")
+                                                         : std::vector<std::string>());
     if (settings.database != nullptr) {
         apply_vetoes(*settings.database);
         apply_configuration(*settings.database, settings);
@@ -55,6 +58,8 @@ void configure_ffmpeg(const Settings& settings) {
     // after libavdevice had left the process together with this library.
     avdevice_register_all();
     platform::keep_loaded(avdevice_configuration());
+    if (settings.ffmpeg_log == 0)
+        return;
     level_before = av_log_get_level();
     av_log_set_level(settings.log_level);
     av_log_set_callback(log_ffmpeg_message);
@@ -66,6 +71,17 @@ LogCallback ffmpegs_own_log_callback() {
     const auto stub = reinterpret_cast<platform::Function>(av_log_default_callback);
     return reinterpret_cast<LogCallback>(
         platform::function_of_library(avutil_configuration(), "av_log_default_callback", stub));
+}
+
+// FFmpeg may outlive this library in the process: the callback's code is about to go, and the level was ours. FFmpeg does not
+// tell whose callback there was before; one that was set since then stays.
+void give_log_back() {
+    if (current.value.ffmpeg_log == 0)
+        return;
+    if (takes_ffmpeg_messages())
+        av_log_set_callback(ffmpegs_own_log_callback());
+    if (av_log_get_level() == current.value.log_level)
+        av_log_set_level(level_before);
 }
 
 void attach_library() {
@@ -82,10 +98,7 @@ void attach_library() {
 
 void detach_library() {
     set_host_log(nullptr, nullptr, 0);
-    // FFmpeg may outlive this library in the process: the callback's code is about to go, and the level was ours.
-    av_log_set_callback(ffmpegs_own_log_callback());
-    if (av_log_get_level() == current.value.log_level)
-        av_log_set_level(level_before);
+    give_log_back();
     current.value = Settings();
     ffmpeg::clear_vetoes();
     ffmpeg::forget_pixel_formats();

@@ -23,17 +23,24 @@ class FileMapping;
 constinit std::mutex registry;
 constinit FileMapping* first_mapping = nullptr;
 
-// Made, forgotten by a child and destroyed under the registry.
+// Made first of all, as memory may be short; begun, forgotten by a child and destroyed under the registry.
 class FileMapping final : public SharedMapping {
   public:
-    FileMapping(void* data, std::size_t size, Descriptor file, std::string file_name)
-        : data_(data), size_(size), file_(std::move(file)), file_name_(std::move(file_name)), next_(first_mapping) {
-        first_mapping = this;
-    }
+    explicit FileMapping(std::string file_name) : file_name_(std::move(file_name)) {}
     FileMapping(const FileMapping&) = delete;
     FileMapping& operator=(const FileMapping&) = delete;
 
+    void begin(void* data, std::size_t size, Descriptor file) {
+        data_ = data;
+        size_ = size;
+        file_ = std::move(file);
+        next_ = first_mapping;
+        first_mapping = this;
+    }
+
     ~FileMapping() override {
+        if (data_ == nullptr)
+            return;
         const std::lock_guard guard(registry);
         FileMapping** link = &first_mapping;
         while (*link != this)
@@ -46,6 +53,7 @@ class FileMapping final : public SharedMapping {
 
     void* data() const override { return data_; }
     std::size_t size() const override { return size_; }
+    const std::string& file_name() const { return file_name_; }
 
     // After a fork the child holds the parent's descriptors, and with them its locks, beyond the parent's death. It
     // keeps the memory, but is no user whom others could attach to.
@@ -62,11 +70,11 @@ class FileMapping final : public SharedMapping {
             remove_name(file_.get(), file_name_);
     }
 
-    void* data_;
-    std::size_t size_;
+    void* data_ = nullptr;
+    std::size_t size_ = 0;
     Descriptor file_;  // none in a child of the process that made the mapping
     std::string file_name_;
-    FileMapping* next_;
+    FileMapping* next_ = nullptr;
 };
 
 void watch_forks() {
@@ -80,28 +88,30 @@ std::size_t file_size(int descriptor) {
     return ::fstat(descriptor, &status) == 0 ? static_cast<std::size_t>(status.st_size) : 0;
 }
 
-// Becomes a user of the file and leaves the gate. The caller is inside the gate and has made sure that this is right.
-std::unique_ptr<SharedMapping> become_user(Descriptor file, const std::string& file_name) {
+// Becomes a user of the file, which is taken then, and leaves the gate. The caller is inside the gate and has made sure that
+// this is right.
+bool become_user(FileMapping& mapping, Descriptor& file) {
     const std::size_t size = file_size(file.get());
     // Memory keeps alive the open file that it was made of, locks and all, also in a child of this process: it is made of
     // one without locks.
-    const Descriptor unlocked = open_shared_file(file_name, IfMissing::kFail);
+    const Descriptor unlocked = open_shared_file(mapping.file_name(), IfMissing::kFail);
     if (!unlocked)
-        return nullptr;
+        return false;
     void* data = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, unlocked.get(), 0);
     if (data == MAP_FAILED)
-        return nullptr;
+        return false;
     try_lock_byte(file.get(), kUserByte, ByteLock::kShared);
     unlock_byte(file.get(), kGateByte);
-    return std::make_unique<FileMapping>(data, size, std::move(file), file_name);
+    mapping.begin(data, size, std::move(file));
+    return true;
 }
 
 // posix_fallocate reports a full /dev/shm here and now; ftruncate would succeed and the first store be a SIGBUS.
-std::unique_ptr<SharedMapping> fill_and_use(Descriptor file, const std::string& file_name, std::size_t size) {
-    if (::posix_fallocate(file.get(), 0, static_cast<off_t>(size)) == 0)
-        return become_user(std::move(file), file_name);
-    remove_name(file.get(), file_name);
-    return nullptr;
+bool fill_and_use(FileMapping& mapping, Descriptor file, std::size_t size) {
+    if (::posix_fallocate(file.get(), 0, static_cast<off_t>(size)) == 0 && become_user(mapping, file))
+        return true;
+    remove_name(file.get(), mapping.file_name());
+    return false;
 }
 
 enum class Found { kNothing, kLiving, kEmpty };
@@ -134,22 +144,23 @@ std::unique_ptr<SharedMapping> SharedMapping::create(const std::string& name, st
     // First, as their memory may be what is missing.
     remove_leftovers();
     watch_forks();
+    auto mapping = std::make_unique<FileMapping>(shared_file_name(kMappingKind, name));
     const std::lock_guard guard(registry);
-    const std::string file_name = shared_file_name(kMappingKind, name);
-    Inside inside = enter_gate(file_name, IfMissing::kCreate);
+    Inside inside = enter_gate(mapping->file_name(), IfMissing::kCreate);
+    bool is_used = false;
     if (inside.found == Found::kEmpty)
-        return fill_and_use(std::move(inside.file), file_name, size);
-    if (inside.found == Found::kLiving && file_size(inside.file.get()) == size)
-        return become_user(std::move(inside.file), file_name);
-    return nullptr;
+        is_used = fill_and_use(*mapping, std::move(inside.file), size);
+    else if (inside.found == Found::kLiving && file_size(inside.file.get()) == size)
+        is_used = become_user(*mapping, inside.file);
+    return is_used ? std::move(mapping) : nullptr;
 }
 
 std::unique_ptr<SharedMapping> SharedMapping::open(const std::string& name) {
     watch_forks();
+    auto mapping = std::make_unique<FileMapping>(shared_file_name(kMappingKind, name));
     const std::lock_guard guard(registry);
-    const std::string file_name = shared_file_name(kMappingKind, name);
-    Inside inside = enter_gate(file_name, IfMissing::kFail);
-    return inside.found == Found::kLiving ? become_user(std::move(inside.file), file_name) : nullptr;
+    Inside inside = enter_gate(mapping->file_name(), IfMissing::kFail);
+    return inside.found == Found::kLiving && become_user(*mapping, inside.file) ? std::move(mapping) : nullptr;
 }
 
 }  // namespace qmio::platform
