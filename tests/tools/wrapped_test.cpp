@@ -23,6 +23,11 @@ TEST(WrappedText, GoesOnBelowTheColumnThatWasTooLong) {
               "  --count INT     Number of frames of\n                  the file\n");
 }
 
+TEST(WrappedText, GoesOnBelowAColumnOfItsOwn) {
+    EXPECT_EQ(wrapped("            Number of frames of the file\n", 34),
+              "            Number of frames of\n            the file\n");
+}
+
 TEST(WrappedText, FitsIntoEveryWidth) {
     for (const int columns : {30, 44, 60, 80}) {
         std::istringstream lines(wrapped(kHelp, columns));

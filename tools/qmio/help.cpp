@@ -82,7 +82,9 @@ void add_manual(CLI::App& app) {
 }  // namespace
 
 void add_help(CLI::App& app) {
+    constexpr int narrow = 64, usual_column = 30, narrow_column = 8;
     const auto formatter = std::make_shared<FittingFormatter>();
+    formatter->column_width(columns() < narrow ? narrow_column : usual_column);
     app.formatter(formatter);
     app.footer(examples_of("") + "\n\"qmio VERB --help\" tells the rest.");
     for (CLI::App* verb : app.get_subcommands([](CLI::App*) { return true; })) {

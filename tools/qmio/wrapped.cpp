@@ -7,12 +7,15 @@ namespace host {
 
 namespace {
 
+constexpr std::size_t kColumn = 8;  // a line that begins here or behind is a column of text by itself
+
 // Where the last column of a line begins: behind two blanks or more, else where the line itself does.
 std::size_t hanging_indent(const std::string& line, std::size_t columns) {
     const std::size_t begin = std::min(line.find_first_not_of(' '), line.size());
-    std::size_t gap = line.find("  ", begin);
+    const std::size_t gap = line.find("  ", begin);
     const std::size_t text = gap == line.npos ? line.npos : line.find_first_not_of(' ', gap);
-    const std::size_t place = text == line.npos ? begin + (begin > 0 ? 4 : 0) : text;
+    const std::size_t below = begin == 0 || begin >= kColumn ? begin : begin + 4;
+    const std::size_t place = text == line.npos ? below : text;
     return place < columns / 2 ? place : std::min(begin + 4, columns / 2);
 }
 
