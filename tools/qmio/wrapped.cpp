@@ -32,7 +32,7 @@ std::string wrapped_line(std::string line, std::size_t columns) {
         const std::size_t end = line.find_last_not_of(' ', cut);
         const std::size_t rest = line.find_first_not_of(' ', cut);
         text += line.substr(0, end + 1) + '\n';
-        line = indent + (rest == line.npos ? "" : line.substr(rest));
+        line = rest == line.npos ? indent : std::string(indent).append(line, rest);
     }
     return text + line;
 }
