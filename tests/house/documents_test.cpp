@@ -20,7 +20,7 @@ const fs::path kProject = QMIO_PROJECT_DIR;
 
 std::string text_of(const std::string& name) {
     std::ifstream file(kProject / name, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     EXPECT_NE(text, "") << name;
     return text;
 }
