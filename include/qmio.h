@@ -38,21 +38,87 @@
  * Memory
  *   Buffers for pictures are the caller's. Nothing outside the size that a function asks for is written.
  *
- * Example: counts the frames of a video. (examples/read_frames.c)
+ * Sample formats
+ *   A sample format is a code of this interface: its bits per sample, negative where each channel lies in a plane of its
+ *   own (the QMIO_SAMPLES_ constants). Float is 0, or -1 in planes, since 32 is the integer. What asks FFmpeg's numbers
+ *   instead says so ("sample_fmt_id", "sample_fmts").
+ *
+ * Time
+ *   Frames and samples are counted, from 0. Times come in one of three units, and each call and key says in which:
+ *   the time base of a stream (packets, qmio_seek_ts: pts x num / den is seconds), microseconds (containers, "duration_us",
+ *   qmio_fifo_ts) and milliseconds (qmio_get_dur). An unknown time is QMIO_UNKNOWN_TIME, an unknown length of a stream
+ *   mostly 0; each says so. Nothing is guessed.
+ *
+ * What loading does to the process
+ *   No call initialises the library. Loading it reads the configuration file beside it, sets FFmpeg's log callback and
+ *   level, which all users of the same FFmpeg in the process share, registers FFmpeg's devices, and opens the lock by which
+ *   processes of one user take turns at opening codecs: on Linux a file in /dev/shm/qmio-UID, on Windows a kernel object.
+ *   No thread, no process and no connection is begun. Unloading gives the callback and the level back.
+ *
+ * Configuration
+ *   An XML file of the library's name with the extension .cfx beside the library: libqmio.cfx, qmio.cfx. It is read once;
+ *   without it, and where it is malformed, every default holds. It chooses messages, traces and the log file, code page,
+ *   scaler, bounds of what files may ask for, codecs that are passed over and options of every open. A commented sample is
+ *   installed as libqmio.cfx.sample; docs/configuration.md tells all keys.
+ *
+ * Families of names
+ *   qmio_     works on a plain buffer, or on no picture at all
+ *   imio_     the same on an imio_picture, which brings its own size
+ *   _a _w _u8 a name in the system's narrow code page, in wide characters, in UTF-8
+ *   _ex       with options or flags, or without a short cut that the plain form takes
+ *   _frame    of the packet that the handle holds;  _pkt  of a packet of the host's
+ *
+ *   For handles of open:    reading, seeking, decoding, packets, the queue, qmio_read_sound, qmio_set_dst_fmt, qmio_set_track
+ *   For handles of create:  writing, qmio_resample_track, qmio_finish
+ *   For handles of mux:     qmio_copy_frame, qmio_put_frame, qmio_finish; qmio_write_track where the tracks are encoded
+ *   For all:                qmio_set_dst_audio, parameters, texts, qmio_flush, qmio_cancel, qmio_close
+ *   For none:               pictures, the catalogue, memory, qmio_why, qmio_cancel_open, qmio_set_log
+ *
+ * The order that works
+ *   Reading:   open; the track, then the form of sound (qmio_set_track, qmio_set_dst_audio); the pixel format; seek, then
+ *              read; at the end drain with qmio_video_pkt(h, buffer, NULL); close.
+ *   Writing:   create; pictures and their sound in turns, the sound converted by qmio_resample_track where it has another
+ *              form; finish, where the result matters; close.
+ *   Remuxing:  open; mux; qmio_get_frame, qmio_copy_frame, qmio_release_frame until the end; finish; close.
+ *
+ * Results
+ *   What                                  Well                        Failure
+ *   open, create, mux                     a handle                    null
+ *   qmio_read_frame, _video_ (a picture)  3, 5, 7; 1 held; 0 none     -1, -4, -5, -6 (QMIO_PICTURE_ and below)
+ *   qmio_get_buf                          rows                        0, -1
+ *   qmio_get_frame                        0, 1, 2 (QMIO_PACKET_)      -1, the end as well
+ *   qmio_seek_frame                       the frame; 0 nothing to do  -1
+ *   qmio_audio_frame                      bytes                       0
+ *   qmio_read_sound                       samples; 0 at the end       below 0 (QMIO_SOUND_)
+ *   qmio_write_frame, qmio_put_frame      0                           FFmpeg's negative number
+ *   qmio_write_track, qmio_write_audio    0 or more                   below 0 (QMIO_TRACK_)
+ *   qmio_copy_frame                       1, 2; 0 nothing to copy     -1, FFmpeg's negative number
+ *   qmio_finish                           0                           FFmpeg's negative number
+ *   pictures: cvt, scale                  rows                        0
+ *   qmio_get_file_param                   the number                  -1 (some keys have -1 as an answer: they say so)
+ *   qmio_get_text, qmio_timecode          bytes of the text           -1
+ *
+ * Versions and ABI
+ *   QMIO_VERSION is that of this header. All versions of one major number run hosts that were built with an older one of
+ *   them: functions, records, numbers and texts stay, new ones come. libqmio.so.3 is the name that hosts are linked with.
+ *   FFmpeg's types are named and never laid open, so a host depends on no version of FFmpeg.
+ *
+ * Example: counts the frames of a video, and has each of them as BGRA pixels on the way. (examples/read_frames.c)
  *
  *     #include <qmio.h>
  *     #include <stdio.h>
  *
  *     int main(int argc, char** argv) {
  *         MediaHandle* media = qmio_open_a(argc > 1 ? argv[1] : "");
- *         if (media == NULL || qmio_get_file_param(media, "nvideo") < 1)
- *             return fprintf(stderr, "usage: read_frames VIDEO\n"), qmio_close(media), 1;
- *         int width = (int)qmio_get_file_param(media, "width"), height = (int)qmio_get_file_param(media, "height");
- *         uint8_t* picture = qmio_alloc(width * height * 4);
+ *         const int width = (int)qmio_get_file_param(media, "width"), height = (int)qmio_get_file_param(media, "height");
+ *         const int size = qmio_get_bufsize(AV_PIX_FMT_BGRA, width, height);  // negative without a picture
+ *         uint8_t* picture = (uint8_t*)qmio_alloc(size);
+ *         if (picture == NULL || size <= 0)
+ *             return fprintf(stderr, "usage: read_frames VIDEO\n"), qmio_free(picture), qmio_close(media), 1;
  *         int frames = 0, result;
- *         while ((result = qmio_read_frame(media, picture)) != 0)
- *             frames += result > 1;
- *         while (qmio_video_pkt(media, picture, NULL) > 1)
+ *         while ((result = qmio_read_frame(media, picture)) != QMIO_NO_PICTURE)
+ *             frames += result > QMIO_PICTURE_HELD;  // below 0: a damaged packet, after which reading goes on
+ *         while (qmio_video_pkt(media, picture, NULL) > QMIO_PICTURE_HELD)  // what the decoder still holds at the end
  *             ++frames;
  *         printf("%d frames of %d x %d\n", frames, width, height);
  *         qmio_free(picture);
@@ -68,6 +134,16 @@
 #ifndef __cplusplus
 #include <wchar.h>
 #endif
+
+/*
+ * The version of this header: of a program, the one that it was built with. The library that runs tells its own by
+ * qmio_get_file_info(NULL, "ver"). See "Versions and ABI" above.
+ */
+#define QMIO_VERSION_MAJOR 3
+#define QMIO_VERSION_MINOR 2
+#define QMIO_VERSION_PATCH 2
+#define QMIO_VERSION_STRING "3.2.2"
+#define QMIO_VERSION (QMIO_VERSION_MAJOR * 10000 + QMIO_VERSION_MINOR * 100 + QMIO_VERSION_PATCH)
 
 /* A host that links the library's objects themselves defines QMIO_STATIC. */
 #if defined(QMIO_STATIC)
@@ -94,6 +170,9 @@ typedef struct AVCodec AVCodec;
 typedef struct AVOutputFormat AVOutputFormat;
 typedef struct SwsContext SwsContext;
 typedef struct SwsFilter SwsFilter;
+
+/* A time that is not known. */
+#define QMIO_UNKNOWN_TIME INT64_MIN
 
 /* ---- Records ---------------------------------------------------------------------------------------------------- */
 
@@ -125,7 +204,7 @@ typedef struct qmio_planes {
     int32_t linesize[8];
 } qmio_planes;
 
-/* Times of a packet, in units of its stream's time base; an unknown timestamp is the smallest 64-bit integer. */
+/* Times of a packet, in units of its stream's time base; an unknown timestamp is QMIO_UNKNOWN_TIME. */
 typedef struct pkt_time_info {
     int64_t pts;        /* when it is shown */
     int64_t dts;        /* when it is decoded */
@@ -136,7 +215,7 @@ typedef struct pkt_time_info {
     int64_t reserved[3];
 } pkt_time_info;
 
-/* Times of a stream or packet, in units of its time base; what is unknown is the smallest 64-bit integer. */
+/* Times of a stream or packet, in units of its time base; what is unknown is QMIO_UNKNOWN_TIME. */
 typedef struct qmio_time_param {
     int64_t pts;      /* of a packet */
     int64_t dts;      /* of a packet */
@@ -226,7 +305,7 @@ QMIO_API MediaHandle* qmio_open_ex_w(const wchar_t* name, const wchar_t* options
 
 /* ---- Reading video ---------------------------------------------------------------------------------------------- */
 
-/* What qmio_get_frame found. */
+/* What qmio_get_frame found; the latter two also name a kind where one is asked for. */
 enum { QMIO_PACKET_OTHER = 0, QMIO_PACKET_VIDEO = 1, QMIO_PACKET_AUDIO = 2 };
 
 /*
@@ -303,7 +382,7 @@ QMIO_API int imio_video_pkt(MediaHandle* h, imio_picture* pic, AVPacket* pkt);
 QMIO_API int imio_video_frame(MediaHandle* h, imio_picture* pic);
 
 /*
- * 1 when the packet of this kind (1 video, 2 audio) that was read last does not lie before the start of the video;
+ * 1 when the packet of this kind (QMIO_PACKET_VIDEO or _AUDIO) that was read last does not lie before the start of the video;
  * else 0, also for a null handle and any other kind.
  */
 QMIO_API int qmio_is_valid_frame(MediaHandle* h, int kind);
@@ -341,8 +420,8 @@ QMIO_API int qmio_seek_frame_ex(MediaHandle* h, int frame);
 QMIO_API int qmio_seek_frame_ex_old(MediaHandle* h, int frame);
 
 /*
- * Moves to the key packet at or before a timestamp of the stream, in its time base. kind: 1 video, 2 the current audio
- * track. Returns the timestamp; 0 on failure, for a still picture and for any other kind.
+ * Moves to the key packet at or before a timestamp of the stream, in its time base. kind: QMIO_PACKET_VIDEO, or
+ * QMIO_PACKET_AUDIO for the current audio track. Returns the timestamp; 0 on failure, for a still picture and for any other kind.
  */
 QMIO_API int64_t qmio_seek_ts(MediaHandle* h, int64_t ts, int kind);
 
@@ -419,14 +498,29 @@ QMIO_API int qmio_trch2stream(MediaHandle* h, int trch);
 QMIO_API int qmio_audio_remap(MediaHandle* h, void* dst, const void* src, int samples, int track);
 QMIO_API int qmio_remap_audio(MediaHandle* h, void* dst, const void* src, int samples, int track);
 
+/* Codes of sample formats. Unsigned in 8 bits, signed above; QMIO_SAMPLES_DOUBLE is floating and S64 an integer. */
+enum {
+    QMIO_SAMPLES_U8 = 8,
+    QMIO_SAMPLES_S16 = 16,
+    QMIO_SAMPLES_S32 = 32,
+    QMIO_SAMPLES_S64 = 128,
+    QMIO_SAMPLES_FLOAT = 0,
+    QMIO_SAMPLES_DOUBLE = 64,
+    QMIO_SAMPLES_U8_PLANES = -8,
+    QMIO_SAMPLES_S16_PLANES = -16,
+    QMIO_SAMPLES_S32_PLANES = -32,
+    QMIO_SAMPLES_S64_PLANES = -128,
+    QMIO_SAMPLES_FLOAT_PLANES = -1,
+    QMIO_SAMPLES_DOUBLE_PLANES = -64
+};
+
 /*
  * Chooses the form in which sound is delivered from the chosen track, or in a writer the form that qmio_resample_track
  * takes; maps every channel to itself.
  *
  * chans      channels; each count stands for its usual speakers. Tracks that are read all together keep their own.
  * rate       Hz
- * fmt_code   bits per sample: 8 (unsigned), 16, 32, 64 (floating), 128 (64-bit integers), 0 for float; negative, or -1
- *            for float, for planes. All tracks together are always delivered packed. With any other number, nothing is
+ * fmt_code   a QMIO_SAMPLES_ code. All tracks together are always delivered packed. With any other number, nothing is
  *            delivered.
  * Where the source has this form already the samples are delivered as they were decoded. Where libswresample cannot
  * convert to it (a channel count without usual speakers, a rate below 1) they are, too, each in the first bytes of its
@@ -972,8 +1066,8 @@ QMIO_API int64_t qmio_get_file_param(MediaHandle* h, const char* key);
  * Numbers about the streams, by keys in any case. -1 for a null handle and an unknown key. `track` counts only for the
  * keys of sound, which give 0 for a track that there is not, and for "set_gop".
  *
- *   "vpts"                        pts of the picture decoded last in its stream's time base, 0 before any, the
- *                                 smallest 64-bit integer when unknown; in a writer the number of the next picture
+ *   "vpts"                        pts of the picture decoded last in its stream's time base, 0 before any,
+ *                                 QMIO_UNKNOWN_TIME when unknown; in a writer the number of the next picture
  *   "apts"                        the same for the track's sound decoded last; in a writer the track's next sample
  *   "frame_type"                  letter of the picture decoded last ('I', 'P', 'B'), '?' before any
  *   "frame_num"                   number of the picture decoded last by its time, or by that of the packet read last
@@ -1298,7 +1392,7 @@ enum {
  * Further keys of qmio_get_file_param and qmio_get_stream_param, in any case. The first five are about a part: the container
  * or, for the latter function, `track` as for qmio_get_text. A part that there is not knows nothing.
  *
- *   "duration_us", "start_us"   length and first time in microseconds; the smallest 64-bit integer when unknown
+ *   "duration_us", "start_us"   length and first time in microseconds; QMIO_UNKNOWN_TIME when unknown
  *   "bit_rate"                  bits per second; 0 when unknown
  *   "bits_per_raw_sample"       bits of each colour or sample that the codec tells; 0 when it does not. Without a part: of the
  *                               video

@@ -47,6 +47,27 @@ TEST(Settings, FFmpegsLogMayBeLeftAlone) {
     EXPECT_EQ(configured("<ffmpeg_log>0</ffmpeg_log>").ffmpeg_log, 0);
 }
 
+// What is installed as a sample tells every default and changes nothing.
+TEST(Settings, AreTheDefaultsOfTheSample) {
+    const auto sample = qmlib::XmlDatabase::read(QMIO_SAMPLE_CONFIGURATION);
+    ASSERT_NE(sample, nullptr);
+    Settings settings;
+    apply_configuration(*sample, settings);
+    const Settings defaults;
+    EXPECT_EQ(settings.trace, defaults.trace);
+    EXPECT_EQ(settings.scale_algorithm, defaults.scale_algorithm);
+    EXPECT_EQ(settings.core_count, defaults.core_count);
+    EXPECT_EQ(settings.code_page, defaults.code_page);
+    EXPECT_EQ(settings.frame_cache, defaults.frame_cache);
+    EXPECT_EQ(settings.log_level, defaults.log_level);
+    EXPECT_EQ(settings.log_to_file, defaults.log_to_file);
+    EXPECT_EQ(settings.ffmpeg_log, defaults.ffmpeg_log);
+    EXPECT_EQ(settings.nested_open, defaults.nested_open);
+    EXPECT_EQ(settings.max_pixels, defaults.max_pixels);
+    EXPECT_EQ(settings.max_streams, defaults.max_streams);
+    EXPECT_TRUE(sample->values("decoder").empty());
+}
+
 TEST(Settings, LimitsAreDecimal) {
     const Settings settings =
         configured("<nested_open>1</nested_open><max_pixels>1000000</max_pixels><max_streams>012</max_streams>");

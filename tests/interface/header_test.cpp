@@ -3,6 +3,7 @@
 #include <qmio.h>
 
 #include <cstddef>
+#include <string>
 #include <type_traits>
 
 #if defined(AVUTIL_AVUTIL_H) || defined(AVCODEC_AVCODEC_H)
@@ -31,6 +32,31 @@ TEST(Header, PlanesRecordHas96BytesWithItsFieldsInPlace) {
     EXPECT_EQ(sizeof(qmio_planes), 96U);
     EXPECT_EQ(offsetof(qmio_planes, data), 0U);
     EXPECT_EQ(offsetof(qmio_planes, linesize), 64U);
+}
+
+TEST(Header, TellsTheVersionOfTheBuild) {
+    EXPECT_STREQ(QMIO_VERSION_STRING, QMIO_PROJECT_VERSION);
+    EXPECT_STREQ(QMIO_VERSION_STRING, qmio_get_file_info(nullptr, "ver"));
+    const std::string parts = std::to_string(QMIO_VERSION_MAJOR) + "." + std::to_string(QMIO_VERSION_MINOR) + "." +
+                              std::to_string(QMIO_VERSION_PATCH);
+    EXPECT_EQ(parts, QMIO_VERSION_STRING);
+    EXPECT_EQ(QMIO_VERSION / 10000, QMIO_VERSION_MAJOR);
+}
+
+TEST(Header, NamesTheSampleFormatsThatTheLibraryLooksUp) {
+    const auto code = [](const char* name) { return qmio_get_id(name, "sample_bits"); };
+    EXPECT_EQ(code("u8"), QMIO_SAMPLES_U8);
+    EXPECT_EQ(code("s16"), QMIO_SAMPLES_S16);
+    EXPECT_EQ(code("s32"), QMIO_SAMPLES_S32);
+    EXPECT_EQ(code("s64"), QMIO_SAMPLES_S64);
+    EXPECT_EQ(code("flt"), QMIO_SAMPLES_FLOAT);
+    EXPECT_EQ(code("dbl"), QMIO_SAMPLES_DOUBLE);
+    EXPECT_EQ(code("u8p"), QMIO_SAMPLES_U8_PLANES);
+    EXPECT_EQ(code("s16p"), QMIO_SAMPLES_S16_PLANES);
+    EXPECT_EQ(code("s32p"), QMIO_SAMPLES_S32_PLANES);
+    EXPECT_EQ(code("s64p"), QMIO_SAMPLES_S64_PLANES);
+    EXPECT_EQ(code("fltp"), QMIO_SAMPLES_FLOAT_PLANES);
+    EXPECT_EQ(code("dblp"), QMIO_SAMPLES_DOUBLE_PLANES);
 }
 
 TEST(Header, MemoryAndErrorFunctionsKeepTheirPrototypes) {

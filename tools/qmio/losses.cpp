@@ -4,6 +4,7 @@
 
 #include "output_options.h"
 #include "pixel_form.h"
+#include "quiet.h"
 
 namespace host {
 
@@ -88,7 +89,8 @@ void compare_colours(Lines& lines, const PictureFacts& before, const PictureFact
 }  // namespace
 
 void say(const std::string& file, const std::string& text) {
-    std::cerr << "qmio: " << file << ": " << text << '\n';
+    if (!is_quiet())
+        std::cerr << "qmio: " << file << ": " << text << '\n';
 }
 
 Lines picture_losses(const PictureFacts& before, const PictureFacts& after, const OptionList& options,

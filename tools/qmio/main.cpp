@@ -7,7 +7,9 @@
 #include <stdexcept>
 
 #include "failure.h"
+#include "help.h"
 #include "platform/console.h"
+#include "quiet.h"
 #include "verbs.h"
 
 namespace {
@@ -59,6 +61,8 @@ int run(std::vector<std::string> arguments) {
     app.require_subcommand(1);
     app.failure_message(usage_message);
     add_verbs(app);
+    host::add_quiet(app);
+    host::add_help(app);
     if (const std::string complaint = complain_of_verb(app, arguments); !complaint.empty()) {
         std::cerr << "qmio: " << complaint << "\nSee: qmio --help\n";
         return kWrongUsage;

@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "platform/console.h"
+#include "quiet.h"
 
 namespace host {
 
@@ -28,7 +29,7 @@ int columns() {
 
 Progress::Progress(std::string work, int64_t total, Unit unit)
     : state_{std::move(work), unit, 0, std::max<int64_t>(total, 1), 0.0},
-      visible_(qmio::platform::error_output_is_terminal()) {
+      visible_(!is_quiet() && qmio::platform::error_output_is_terminal()) {
     if (visible_)
         draw();
 }
