@@ -29,7 +29,7 @@ const std::vector<char>& film() {
     static const std::vector<char> made = [] {
         std::vector<char> block = empty_block();
         qmio::fuzz::write_film(qmio_create_a(
-            block.data(), "fmt=mpegts,vcodec=mpeg2video,pix_fmt=yuv420p,size=32x32,acodec=mp2,ar=48000,ac=2"));
+            block.data(), "fmt=mpegts,vcodec=mpeg2video,pix_fmt=yuv420p,size=32x32,acodec=mp2,afmt=s16,ar=48000,ac=2"));
         const unsigned long size = std::strtoul(block.data() + std::strlen("mem:"), nullptr, 16);
         return std::vector<char>(block.begin() + kHeaderBytes, block.begin() + kHeaderBytes + static_cast<long>(size));
     }();

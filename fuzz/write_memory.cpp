@@ -19,12 +19,25 @@ constexpr const char* kContainers[] = {"mp4", "mov",  "avi",        "matroska", 
                                        "caf", "ivf",  "swf",        "yuv4mpegpipe", "null",   "nothing"};
 constexpr const char* kVideo[] = {
     "mpeg4",   "mpeg2video", "mjpeg", "ffv1",  "png",  "rawvideo", "libx264,preset=ultrafast", "prores", "huffyuv",
-    "dvvideo", "gif",        "flv1",  "qtrle", "snow", "v210",     "libvpx,deadline=realtime", "none",   ""};
+    "dvvideo", "gif",        "flv",   "qtrle", "snow", "v210",     "libvpx,deadline=realtime", "none",   ""};
 constexpr const char* kPixels[] = {"yuv420p", "yuv422p",     "yuvj420p", "yuv444p",  "rgb24", "bgra",  "gray",
                                    "pal8",    "yuv422p10le", "rgb8",     "gray16be", "monow", "vaapi", "nonsense"};
-constexpr const char* kSound[] = {
-    "pcm_s16le", "aac",     "mp2",    "ac3",       "flac", "libmp3lame", "libopus", "vorbis,strict:a=experimental",
-    "adpcm_ms",  "wavpack", "pcm_u8", "pcm_s24le", "alac", "wmav2",      "nothing", ""};
+constexpr const char* kSound[] = {"pcm_s16le,afmt=s16",
+                                  "aac,afmt=fltp",
+                                  "mp2,afmt=s16",
+                                  "ac3,afmt=fltp",
+                                  "flac,afmt=s16",
+                                  "libmp3lame,afmt=fltp",
+                                  "libopus,afmt=s16",
+                                  "adpcm_ms,afmt=s16",
+                                  "vorbis,strict:a=experimental,afmt=fltp",
+                                  "wavpack,afmt=s16p",
+                                  "pcm_u8,afmt=u8",
+                                  "pcm_s24le,afmt=s32",
+                                  "alac,afmt=s16p",
+                                  "wmav2,afmt=fltp",
+                                  "nothing",
+                                  "flac"};
 constexpr const char* kMore[] = {"",
                                  ",movflags=frag_keyframe+empty_moov",
                                  ",bf=2,g=4",

@@ -9,6 +9,7 @@
 
 #include <mutex>
 
+#include "platform/file.h"
 #include "platform/leftovers.h"
 #include "platform/posix/byte_lock.h"
 #include "platform/posix/shared_directory.h"
@@ -98,6 +99,7 @@ std::unique_ptr<SharedMapping> become_user(Descriptor file, const std::string& f
 
 // posix_fallocate reports a full /dev/shm here and now; ftruncate would succeed and the first store be a SIGBUS.
 std::unique_ptr<SharedMapping> fill_and_use(Descriptor file, const std::string& file_name, std::size_t size) {
+    const FailedNotEnded limit;
     if (::posix_fallocate(file.get(), 0, static_cast<off_t>(size)) == 0)
         return become_user(std::move(file), file_name);
     remove_name(file.get(), file_name);
