@@ -145,7 +145,7 @@ class Session {
         packet_ = qmio_encode_frame(media_, picture_.empty() ? nullptr : picture_.data());
     }
     void write_sound(Input& in) {
-        const int track = in.below(5) - 1, bytes = static_cast<int>(in.bits(2));
+        const int track = in.below(5) - 1, bytes = in.below(8) == 0 ? static_cast<int>(in.bits(2)) : in.byte() * 16;
         const std::vector<uint8_t> sound(static_cast<std::size_t>(bytes), in.byte());
         qmio_write_track(media_, track, in.below(8) == 0 ? nullptr : sound.data(), bytes);
     }
