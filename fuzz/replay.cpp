@@ -26,7 +26,8 @@ std::vector<uint8_t> bytes_of(const std::filesystem::path& path) {
 int run_files(const char* folder) {
     int count = 0;
     std::error_code missing;  // nothing was found yet
-    for (const auto& entry : std::filesystem::directory_iterator(folder, missing)) {
+    // A target may change the current folder.
+    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::absolute(folder), missing)) {
         std::printf("%s\n", entry.path().filename().string().c_str());
         std::fflush(stdout);
         run(bytes_of(entry.path()));

@@ -14,6 +14,9 @@ export ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1:handle_abort=1 UB
 # Configuration beside the program would be the fuzzers', and they do not write a log.
 export QMIO_LOG=/dev/null
 
+# Of one target, before it is left alone.
+most_findings=20
+
 targets=("$@")
 if [[ ${#targets[@]} -eq 0 ]]; then
     for program in "$build"/bin/fuzz_*; do
@@ -28,10 +31,14 @@ fuzz_one() {
     [[ ! -f $words ]] || dictionary=("-dict=$words")
     rm -rf "$findings"
     mkdir -p "$corpus" "$findings"
-    # In processes of its own, so that it goes on behind a finding.
-    "$build/bin/fuzz_$target" -fork=1 -ignore_crashes=1 -ignore_timeouts=1 -ignore_ooms=1 -max_total_time="$seconds" \
-        -timeout=20 -rss_limit_mb=3000 -max_len=70000 -print_final_stats=1 "${dictionary[@]}" -artifact_prefix="$findings/" \
-        "$corpus" "$build/fuzz/seeds/$target" "${found[@]}" >"$build/fuzz/$target.log" 2>&1 || true
+    local end=$((SECONDS + seconds)) left TIMEFORMAT='processor %U %S'
+    : >"$build/fuzz/$target.log"
+    # libFuzzer ends with the first finding; what is left of the time belongs to a new one.
+    while left=$((end - SECONDS)) && [[ $left -gt 0 && $(find "$findings" -type f | wc -l) -lt $most_findings ]]; do
+        { time "$build/bin/fuzz_$target" -max_total_time="$left" -timeout=20 -rss_limit_mb=3000 -max_len=70000 \
+            -print_final_stats=1 "${dictionary[@]}" -artifact_prefix="$findings/" \
+            "$corpus" "$build/fuzz/seeds/$target" "${found[@]}"; } >>"$build/fuzz/$target.log" 2>&1 || true
+    done
 }
 
 # The innermost frame that is neither the sanitizer's nor the C library's: "lib" where it lies in a shared library.
@@ -75,14 +82,15 @@ done
 wait
 
 all_ours=0
-printf '%-16s %12s %12s %9s %9s %9s\n' target executions 'per second' seconds findings "FFmpeg's"
+printf '%-16s %12s %12s %10s %9s %9s\n' target executions 'per second' 'processor' findings "FFmpeg's"
 for target in "${targets[@]}"; do
     count_findings "$target"
     all_ours=$((all_ours + ours))
-    # Of the last line of the run: "#52341: cov: 1234 ft: 2345 corp: 345 exec/s: 87 oom/timeout/crash: 0/0/0 time: 60s ..."
+    # Per second of processor time, as another process may have the processor.
     awk -v target="$target" -v ours="$ours" -v ffmpegs="$ffmpegs" '
-        /^#[0-9]+: cov/ { executions = substr($1, 2) + 0; for (i = 1; i < NF; ++i) if ($i == "time:") time = $(i + 1) + 0 }
-        END { printf "%-16s %12d %12d %9d %9d %9d\n", target, executions, (time > 0 ? executions / time : 0), time, ours, ffmpegs }
+        /^stat::number_of_executed_units:/ { executions += $2 }
+        /^processor / { time += $2 + $3 }
+        END { printf "%-16s %12d %12d %8d s %9d %9d\n", target, executions, (time > 0 ? executions / time : 0), time, ours, ffmpegs }
     ' "$build/fuzz/$target.log"
 done
 [[ $all_ours -eq 0 ]]
