@@ -24,6 +24,10 @@ struct KilledFilm {
     int lost;  // of the pictures that were flushed, at the end; kAll: nothing can be read
 };
 
+void PrintTo(const KilledFilm& film, std::ostream* out) {
+    *out << film.name;
+}
+
 constexpr int kAll = -1;
 
 // One begins at the first key frame behind 4 KB.

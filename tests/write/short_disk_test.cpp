@@ -33,6 +33,10 @@ constexpr Container kContainers[] = {
     {"asf", "wmv2", "wmav2", "fltp", 44100},
 };
 
+void PrintTo(const Container& container, std::ostream* out) {
+    *out << container.name;
+}
+
 enum Content { kPictures, kBoth, kSoundAlone };
 constexpr const char* kContentNames[] = {"Pictures", "Both", "SoundAlone"};
 
