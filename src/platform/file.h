@@ -31,6 +31,20 @@ class AppendFile {
     static std::unique_ptr<AppendFile> open(const std::string& path);
 };
 
+// While it lives, a write beyond the size that this process's files may have (RLIMIT_FSIZE) fails as one on a full disk
+// does, instead of ending the process by a signal. A host that has its own word for that signal is not overruled. Of one
+// thread, for the calls between.
+class FailedNotEnded {
+  public:
+    FailedNotEnded();
+    ~FailedNotEnded();
+    FailedNotEnded(const FailedNotEnded&) = delete;
+    FailedNotEnded& operator=(const FailedNotEnded&) = delete;
+
+  private:
+    bool blocked_;
+};
+
 // A file's name, narrow text of `code_page`, as libraries take it that know nothing of code pages: on Linux names are bytes
 // in whatever code page, on Windows they are UTF-8 to such libraries.
 std::string library_file_name(const std::string& name, uint32_t code_page);

@@ -32,7 +32,7 @@ bool reach_first_byte(Source& source) {
 // and the first byte last.
 bool reach_start(Source& source, const AVStream& stream) {
     const int64_t long_before = av_sat_sub64(
-        start_or_zero(stream), av_rescale_q(int64_t{86400} * AV_TIME_BASE, AV_TIME_BASE_Q, stream.time_base));
+        start_or_zero(stream), av_rescale_q(int64_t{86400} * AV_TIME_BASE, av_get_time_base_q(), stream.time_base));
     if (position_by_time(source, long_before, AVSEEK_FLAG_BACKWARD) < 0 && position_by_time(source, long_before, 0) < 0)
         return reach_first_byte(source);
     // Demuxers that look for a time among packets may find the first one that pleases them behind the start. What comes

@@ -5,6 +5,7 @@
 #include "core/process/why.h"
 #include "core/text/names.h"
 #include "packet/reader_queue.h"
+#include "platform/file.h"
 #include "qmio.h"
 #include "read/release.h"
 #include "write/create.h"
@@ -132,6 +133,7 @@ int flush(MediaHandle& handle) {
     if (context == nullptr)
         return 0;
     if (context->pb != nullptr && context->oformat != nullptr) {
+        const platform::FailedNotEnded limit;
         avio_flush(context->pb);
         note_error(handle.writing, context->pb->error);
     }

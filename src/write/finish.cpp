@@ -8,6 +8,7 @@
 #include "core/process/why.h"
 #include "core/text/memory_block.h"
 #include "core/text/names.h"
+#include "platform/file.h"
 #include "qmio.h"
 #include "write/create.h"
 #include "write/packet_out.h"
@@ -43,6 +44,7 @@ void write_trailer(const Container& container, Writing& writing) {
     if (writing.header_result < 0)
         return;
     trace_close(L"before write trailer\n");
+    const platform::FailedNotEnded limit;
     if (const int result = note_error(writing, av_write_trailer(container.format_ctx.get())); result < 0)
         why::failed(result, "the trailer cannot be written");
     trace_close(L"after write trailer\n");

@@ -3,6 +3,7 @@
 #include "core/process/why.h"
 #include "core/text/memory_block.h"
 #include "core/text/names.h"
+#include "platform/file.h"
 #include "write/create.h"
 
 namespace qmio::write {
@@ -95,6 +96,7 @@ bool write_header(Creation& creation) {
     trace_times(handle.video, L"before");
     add_timecode(creation.format_options.address(), creation.options);
     trace_before(handle);
+    const platform::FailedNotEnded limit;
     handle.writing.header_result =
         avformat_write_header(handle.container.format_ctx.get(), creation.format_options.address());
     if (handle.writing.header_result < 0) {
@@ -109,6 +111,7 @@ bool write_header(Creation& creation) {
 // A container without a stream fails over that; what is missing is an encoder that FFmpeg has.
 // FFmpeg's closing does not tell what became of the last bytes.
 void close_file(Writing& writing, AVIOContext*& file) {
+    const platform::FailedNotEnded limit;
     avio_flush(file);
     const int flushed = file->error;
     const int closed = avio_closep(&file);

@@ -1,6 +1,7 @@
 #include "write/packet_out.h"
 
 #include "core/process/why.h"
+#include "platform/file.h"
 
 namespace qmio::write {
 
@@ -9,6 +10,7 @@ namespace {
 int hand_over(const Container& container, const Writing& writing, AVPacket& packet) {
     if (container.format_ctx == nullptr || writing.header_result < 0)
         return AVERROR_EXIT;
+    const platform::FailedNotEnded limit;
     if ((writing.mode & mode::interleaved) != 0)
         return av_interleaved_write_frame(container.format_ctx.get(), &packet);
     return av_write_frame(container.format_ctx.get(), &packet);

@@ -8,6 +8,7 @@
 #include "core/process/why.h"
 #include "core/text/names.h"
 #include "core/text/option_passes.h"
+#include "platform/file.h"
 #include "platform/text.h"
 #include "qmio.h"
 
@@ -73,6 +74,7 @@ void trace_times(const Video& video, const wchar_t* when) {
 bool write_copy_header(write::Creation& creation) {
     MediaHandle& handle = creation.handle;
     trace_times(handle.video, L"before");
+    const platform::FailedNotEnded limit;
     const int result = avformat_write_header(handle.container.format_ctx.get(), creation.format_options.address());
     handle.writing.header_result = result;
     trace_times(handle.video, L"after");

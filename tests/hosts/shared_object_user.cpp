@@ -1,6 +1,7 @@
 // A process that makes, uses, leaves and sweeps mappings and mutexes in a random order (arguments: a seed, the beginning
 // of their names, a mapping that another process holds all the time). It says "busy" now and then, and ends when the
 // mapping tells it to, or with 1 and a word about it when something was not as it must be. It may be killed at any moment.
+#include <chrono>
 #include <iostream>
 #include <mutex>
 #include <random>
@@ -95,8 +96,18 @@ class User {
         }
         if (random_() % 2 == 0)
             qmio::platform::remove_leftovers();
+        const auto begin = std::chrono::steady_clock::now();
         const std::lock_guard inside(*mutex);
+        const auto waited = std::chrono::steady_clock::now() - begin;
+        keep_longest(churn, std::chrono::duration_cast<std::chrono::microseconds>(waited).count());
         visit(churn.counts[name.back() - '0'], own_mark_);
+    }
+
+    static void keep_longest(SharedChurn& churn, int64_t waited) {
+        const std::atomic_ref longest(churn.longest_wait);
+        int64_t known = longest.load();
+        while (known < waited && !longest.compare_exchange_weak(known, waited)) {
+        }
     }
 
     std::atomic_ref<int64_t> own_number(const SharedMapping& mapping) const {

@@ -2,7 +2,9 @@
 //   create PATH     publishes where its frames begin; each can be decoded by itself
 //   delayed PATH    the same with frames that refer to others, behind and before them
 //   long PATH       the same with frames that all refer to the first
+//   film OPTIONS PATH   a film of these options besides the form of the pictures, without blanks
 //   write COUNT     the next pictures, all of them on the disk when the answer comes
+//   go COUNT        the same again and again, with an answer each time, until the host is killed
 //   close
 #include <iostream>
 #include <memory>
@@ -31,8 +33,12 @@ class Host {
             return create(order, kDelayed);
         if (verb == "long")
             return create(order, kLong);
+        if (verb == "film")
+            return film(order);
         if (verb == "write")
             return write(order);
+        if (verb == "go")
+            go_on(order);
         writer_.reset();
         return "closed";
     }
@@ -45,9 +51,27 @@ class Host {
         return writer_->is_open() ? "created" : "null";
     }
 
+    std::string film(std::istringstream& order) {
+        std::string options, path;
+        order >> options >> std::ws;
+        std::getline(order, path);
+        writer_ = std::make_unique<Writer>(path_of(path), "pix_fmt=yuv420p,size=160x96,r=25," + options);
+        return writer_->is_open() ? "created" : "null";
+    }
+
+    [[noreturn]] void go_on(std::istringstream& order) {
+        int count = 1;
+        for (order >> count;;)
+            std::cout << write(count) << std::endl;
+    }
+
     std::string write(std::istringstream& order) {
         int count = 0;
         order >> count;
+        return write(count);
+    }
+
+    std::string write(int count) {
         for (int written = 0; written < count; ++written)
             writer_->write_picture(maker_, next_++);
         qmio_flush(writer_->handle());

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <iterator>
 #include <random>
+#include <string_view>
 
 namespace qmio::test {
 
@@ -25,6 +26,12 @@ constexpr int sample_size(int usual) {
 #else
     return usual;
 #endif
+}
+
+// Whether everything runs that a sweep has, instead of a sample of it.
+inline bool runs_whole_sweep() {
+    const char* text = std::getenv("QMIO_SWEEP");
+    return text != nullptr && std::string_view(text) == "all";
 }
 
 // Not the distributions of the standard library: those draw other numbers with every library.

@@ -4,14 +4,34 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <csignal>
 
 #include "platform/posix/descriptor.h"
 
 namespace qmio::platform {
 namespace {
 
+sigset_t file_size_signal() {
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    ::sigaddset(&signals, SIGXFSZ);
+    return signals;
+}
+
+bool would_end_process() {
+    struct sigaction action {};
+    return ::sigaction(SIGXFSZ, nullptr, &action) == 0 && action.sa_handler == SIG_DFL;
+}
+
+// False where this thread has it blocked already.
+bool block(const sigset_t& signals) {
+    sigset_t before;
+    return ::pthread_sigmask(SIG_BLOCK, &signals, &before) == 0 && ::sigismember(&before, SIGXFSZ) == 0;
+}
+
 // One write even when the text does not fit (a full disk): a second one could land behind another process's line.
 void write_once(int descriptor, std::string_view text) {
+    const FailedNotEnded limit;
     while (::write(descriptor, text.data(), text.size()) < 0 && errno == EINTR) {
     }
 }
@@ -59,6 +79,19 @@ bool is_directory(int descriptor) {
 }
 
 }  // namespace
+
+FailedNotEnded::FailedNotEnded() : blocked_(would_end_process() && block(file_size_signal())) {}
+
+// The system sends it to the thread that writes, where it waits by now.
+FailedNotEnded::~FailedNotEnded() {
+    if (!blocked_)
+        return;
+    const sigset_t signals = file_size_signal();
+    constexpr timespec kAtOnce{};
+    while (::sigtimedwait(&signals, nullptr, &kAtOnce) < 0 && errno == EINTR) {
+    }
+    ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
 
 // Names of files are bytes here, in whatever code page.
 std::unique_ptr<ReadFile> ReadFile::open(const std::string& path, uint32_t /*code_page*/, int* error) {

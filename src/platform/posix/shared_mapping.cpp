@@ -9,6 +9,7 @@
 
 #include <mutex>
 
+#include "platform/file.h"
 #include "platform/leftovers.h"
 #include "platform/posix/byte_lock.h"
 #include "platform/posix/shared_directory.h"
@@ -108,6 +109,7 @@ bool become_user(FileMapping& mapping, Descriptor& file) {
 
 // posix_fallocate reports a full /dev/shm here and now; ftruncate would succeed and the first store be a SIGBUS.
 bool fill_and_use(FileMapping& mapping, Descriptor file, std::size_t size) {
+    const FailedNotEnded limit;
     if (::posix_fallocate(file.get(), 0, static_cast<off_t>(size)) == 0 && become_user(mapping, file))
         return true;
     remove_name(file.get(), mapping.file_name());

@@ -75,6 +75,10 @@ class KernelAppendFile final : public AppendFile {
 
 }  // namespace
 
+// There is no such limit here.
+FailedNotEnded::FailedNotEnded() : blocked_(false) {}
+FailedNotEnded::~FailedNotEnded() = default;
+
 std::unique_ptr<ReadFile> ReadFile::open(const std::string& path, uint32_t code_page, int* error) {
     KernelHandle file = owned(::CreateFileW(widen(path, code_page).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
