@@ -148,6 +148,15 @@ int read_on(Source& source, Jog& jog, imio_picture& picture) {
     return read_from_here(source, picture);
 }
 
+// How many pictures before the target are decoded whole on the way to it, as the host is likely to ask for them. Behind the
+// last picture it is seen by the number of the one held which of those before it were left out.
+int32_t worth_keeping(const Source& source, const Jog& jog, int32_t left, int32_t target) {
+    if (target >= known_frames(source))
+        return 0;
+    const int32_t room = std::max(jog.pictures.capacity_for(*source.reading.pFrame) - 1, 0);
+    return StepsBack::is_step_back(left, target) ? room : std::min(jog.steps_back.expected(), room);
+}
+
 }  // namespace
 
 bool can_put_off_seek(Source& source, int32_t frame) {
@@ -179,9 +188,7 @@ void note_seek(Source& source, int32_t left) {
     const int32_t target = pending.target();
     jog->follow(source, target);
     jog->steps_back.note(left, target);
-    const int32_t room = std::max(jog->pictures.capacity_for(*source.reading.pFrame) - 1, 0);
-    const int32_t whole = StepsBack::is_step_back(left, target) ? room : std::min(jog->steps_back.expected(), room);
-    if (whole > 0)
+    if (const int32_t whole = worth_keeping(source, *jog, left, target); whole > 0)
         pending.decode_whole_from(std::max(target - whole, 0));
 }
 

@@ -107,12 +107,11 @@ Holder* add_holder(const std::string& file_name) {
     Descriptor file = open_lock_file(file_name);
     if (!file)
         return nullptr;
-    auto* holder = new Holder;
+    auto holder = std::make_unique<Holder>();
     holder->file_name = file_name;
     holder->file = std::move(file);
     holder->next = first_holder;
-    first_holder = holder;
-    return holder;
+    return first_holder = holder.release();
 }
 
 Holder* join_holder(const std::string& file_name) {
@@ -140,10 +139,19 @@ void leave_holder(Holder* holder) {
 
 class LockFileMutex final : public NamedMutex {
   public:
-    explicit LockFileMutex(Holder* holder) : holder_(holder) {}
+    LockFileMutex() = default;
     LockFileMutex(const LockFileMutex&) = delete;
     LockFileMutex& operator=(const LockFileMutex&) = delete;
-    ~LockFileMutex() override { leave_holder(holder_); }
+    ~LockFileMutex() override {
+        if (holder_ != nullptr)
+            leave_holder(holder_);
+    }
+
+    // Before all else, and to be called once.
+    bool join(const std::string& file_name) {
+        holder_ = join_holder(file_name);
+        return holder_ != nullptr;
+    }
 
     void lock() override {
         holder_->threads.lock();
@@ -165,7 +173,7 @@ class LockFileMutex final : public NamedMutex {
     }
 
   private:
-    Holder* holder_;
+    Holder* holder_ = nullptr;
 };
 
 }  // namespace
@@ -173,8 +181,9 @@ class LockFileMutex final : public NamedMutex {
 std::unique_ptr<NamedMutex> NamedMutex::open(const std::string& name) {
     watch_forks();
     watch_end();
-    Holder* holder = join_holder(shared_file_name(kMutexKind, name));
-    return holder ? std::make_unique<LockFileMutex>(holder) : nullptr;
+    // Made first, as there may be no memory for it.
+    auto mutex = std::make_unique<LockFileMutex>();
+    return mutex->join(shared_file_name(kMutexKind, name)) ? std::move(mutex) : nullptr;
 }
 
 }  // namespace qmio::platform
