@@ -26,6 +26,7 @@ constexpr int kMostCallers = 8;
 
 Point* shared = nullptr;  // with the process of the point
 bool fault_is_ours = false;
+bool fault_is_anyones = false;  // FFmpeg may call what it did not make then: the place is unknown
 
 void append(const char* format, const char* text, unsigned long number) {
     const std::size_t length = std::strlen(shared->text);
@@ -69,7 +70,7 @@ bool describe_stack() {
         append_address(frames[static_cast<std::size_t>(frame)]);
         ++named;
     }
-    return ours || named == 0;
+    return ours || (named == 0 && !fault_is_anyones);
 }
 
 void on_signal(int signal) {
@@ -151,6 +152,7 @@ void play_here(const Scenario& scenario, const Fault& fault, bool same, const Po
     catch_signals();
     alarm(kSeconds);
     fault_is_ours = fault.call == Call::our_block;
+    fault_is_anyones = fault.call == Call::any_block;
     begin_process();
     faults_watch();
     Answers first, after;

@@ -74,7 +74,7 @@ Names quoted(const std::string& text) {
 Names configuration_of_code() {
     return in_code("src/core/process/settings.cpp", R"re("//([a-z_/]+)")re") +
            in_code("src/core/process/startup.cpp", R"re(value\("//([a-z_/]+)"\))re") +
-           in_code("src/core/process/startup.cpp", R"re(values\("([a-z]+)"\))re") +
+           in_code("src/core/process/startup.cpp", R"re(values\("([a-z_]+)"\))re") +
            in_code("src/read/container_options.cpp", R"re(configured_options\("([a-z]+)"\))re") +
            in_code("src/read/open.cpp", R"re(configured_options\("([a-z]+)"\))re");
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 
@@ -38,7 +39,7 @@ const char* object_name(const void* context, const char* kind) {
 }
 
 constexpr char kQuestion[] = " ";  // known by its address
-thread_local bool was_asked = false;
+constinit std::atomic<bool> was_asked{false};
 
 void write_message(int level, const char* kind, const char* object, const char* message) {
     std::array<char, kMessageSize + 2 * std::size_t{kNameLength} + 32> line;
