@@ -9,8 +9,8 @@ namespace {
 
 class LibraryReader : public Reader {
   public:
-    explicit LibraryReader(const std::string& path)
-        : media_(open_media(path)),
+    explicit LibraryReader(const std::string& path, const char* options = "")
+        : media_(open_media(path, options)),
           width_(static_cast<int>(qmio_get_file_param(media_.get(), "width"))),
           height_(static_cast<int>(qmio_get_file_param(media_.get(), "height"))),
           bgra_(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_) * 4) {}
@@ -45,6 +45,10 @@ class LibraryReader : public Reader {
 
 std::unique_ptr<Reader> open_library_reader(const std::string& path) {
     return std::make_unique<LibraryReader>(path);
+}
+
+std::unique_ptr<Reader> open_library_reader_on_one_thread(const std::string& path) {
+    return std::make_unique<LibraryReader>(path, "threads=1");
 }
 
 std::unique_ptr<Reader> open_queued_reader(const std::string& path) {

@@ -24,7 +24,7 @@ AVFormatContext* open_container(const std::string& name) {
 
 class PlainReader : public Reader {
   public:
-    explicit PlainReader(const std::string& path);
+    PlainReader(const std::string& path, int threads);
 
     bool next() override;
 
@@ -54,7 +54,7 @@ class PlainReader : public Reader {
     AVStream* stream_ = nullptr;
 };
 
-PlainReader::PlainReader(const std::string& path)
+PlainReader::PlainReader(const std::string& path, int threads)
     : container_(open_container(path)), frame_(av_frame_alloc()), packet_(av_packet_alloc()) {
     const AVCodec* decoder = nullptr;
     if (avformat_find_stream_info(container_.get(), nullptr) < 0)
@@ -66,7 +66,7 @@ PlainReader::PlainReader(const std::string& path)
     codec_.reset(avcodec_alloc_context3(decoder));
     avcodec_parameters_to_context(codec_.get(), stream_->codecpar);
     codec_->pkt_timebase = stream_->time_base;
-    codec_->thread_count = 0;
+    codec_->thread_count = threads;
     if (avcodec_open2(codec_.get(), decoder, nullptr) < 0)
         throw std::runtime_error("cannot open the decoder of " + path);
     bgra_.resize(static_cast<std::size_t>(codec_->width) * static_cast<std::size_t>(codec_->height) * 4);
@@ -134,7 +134,11 @@ bool PlainReader::seek_and_read(int number) {
 }  // namespace
 
 std::unique_ptr<Reader> open_plain_reader(const std::string& path) {
-    return std::make_unique<PlainReader>(path);
+    return std::make_unique<PlainReader>(path, 0);
+}
+
+std::unique_ptr<Reader> open_plain_reader_on_one_thread(const std::string& path) {
+    return std::make_unique<PlainReader>(path, 1);
 }
 
 }  // namespace bench

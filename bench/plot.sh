@@ -7,7 +7,7 @@ trap 'rm -f "$rows"' EXIT
 
 # WORK, and the speeds of the library, FFMS2 and OpenCV as parts of the plain loop's. Remarks in brackets are left out.
 awk -F' *[|] *' '
-    $2 ~ /^H\.264/ && $3 !~ /queue/ {
+    $2 ~ /^H\.264/ && $3 !~ /queue|thread/ {
         sub(/,.*/, "", $3)
         for (column = 4; column <= 7; column++) sub(/ .*/, "", $column)
         printf "\"%s\" %g %g %g\n", $3, $4 / $5, $6 / $5, $7 / $5

@@ -33,8 +33,10 @@ using OpenReader = std::unique_ptr<Reader> (*)(const std::string& path);
 
 // All of them throw std::runtime_error when the file cannot be opened.
 std::unique_ptr<Reader> open_library_reader(const std::string& path);
+std::unique_ptr<Reader> open_library_reader_on_one_thread(const std::string& path);
 std::unique_ptr<Reader> open_queued_reader(const std::string& path);  // the library's, through its background queue
 std::unique_ptr<Reader> open_plain_reader(const std::string& path);
+std::unique_ptr<Reader> open_plain_reader_on_one_thread(const std::string& path);
 std::unique_ptr<Reader> open_ffms_reader(const std::string& path);
 std::unique_ptr<Reader> open_opencv_reader(const std::string& path);
 

@@ -200,6 +200,17 @@ Row long_row(const Clip& clip, const char* work, const Numbers& numbers, std::si
     return row;
 }
 
+// Where the decoder's threads do not blur what is saved.
+Row one_thread_row(const Clip& clip) {
+    const Numbers numbers = at_random(24);
+    return {clip.name,
+            "anywhere, on one thread",
+            "frames/s",
+            static_cast<double>(numbers.size()),
+            {by_number(clip, {kLibrary, open_library_reader_on_one_thread}, numbers),
+             by_number(clip, {kPlain, open_plain_reader_on_one_thread}, numbers)}};
+}
+
 Row stepping_back_row(const Clip& clip) {
     Row row = long_row(clip, "back by 1", backwards(240), 8, 10);
     Contender& library = row.contenders.front();
@@ -246,6 +257,7 @@ void add_video_rows(std::vector<Row>& rows) {
         rows.push_back(order_row(clip));
         rows.push_back(queue_row(clip));
         rows.push_back(numbers_row(clip, "anywhere", at_random(24)));
+        rows.push_back(one_thread_row(clip));
         rows.push_back(stepping_back_row(clip));
         rows.push_back(scrub_row(clip, "forward by 5", 5));
         rows.push_back(scrub_row(clip, "forward by 60", 60));
