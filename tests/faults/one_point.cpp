@@ -99,8 +99,10 @@ void catch_signals() {
 
 long entries_of(const char* folder) {
     DIR* const entries = opendir(folder);
+    if (entries == nullptr)
+        return 0;
     long count = 0;
-    while (entries != nullptr && readdir(entries) != nullptr)
+    while (readdir(entries) != nullptr)
         ++count;
     closedir(entries);
     return count;
