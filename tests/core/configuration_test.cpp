@@ -71,6 +71,14 @@ class Configuration : public testing::Test {
         host_.reset();
         return text;
     }
+
+    // Each ended as on Linux.
+    std::string console_lines() {
+        std::string text = console();
+        std::erase(text, '\r');
+        return text;
+    }
+
     void TearDown() override {
         if (host_.has_value())
             console();
@@ -330,9 +338,7 @@ TEST_F(Configuration, FFmpegsLogMayBeLeftToTheHost) {
     EXPECT_EQ(ask("message while loaded"), "level 32");
     EXPECT_EQ(ask("unload"), "unloaded");
     EXPECT_EQ(ask("message after unloading"), "level 32");
-    std::string text = console();
-    std::erase(text, '\r');
-    EXPECT_EQ(text, "while loaded\nafter unloading\n");
+    EXPECT_EQ(console_lines(), "while loaded\nafter unloading\n");
 }
 
 TEST_F(Configuration, ACallbackThatTheHostHasSetSinceStaysAfterUnloading) {
@@ -340,7 +346,7 @@ TEST_F(Configuration, ACallbackThatTheHostHasSetSinceStaysAfterUnloading) {
     EXPECT_EQ(ask("callback"), "set");
     EXPECT_EQ(ask("unload"), "unloaded");
     EXPECT_EQ(ask("message to the callback"), "level 32");
-    EXPECT_EQ(console(), "heard\n");
+    EXPECT_EQ(console_lines(), "heard\n");
 }
 
 TEST_F(Configuration, CredentialsAreNeverTraced) {
