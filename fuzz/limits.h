@@ -8,11 +8,14 @@ extern "C" {
 
 #include <cstdint>
 
-// libx264 does not free the copy of its parameters when it cannot open an encoder. What is left of an encoder that we forget
-// would be told all the same: its context is not libx264's.
+// The encoders' own libraries do not free all that they took when they cannot open, or have not the memory: libx264 the copy
+// of its parameters, libx265 parts of its filters. What is left of an encoder that we forget would be told all the same: its
+// context is FFmpeg's.
 extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
-    return "leak:libx264.so";
+    return "leak:libx264.so\nleak:libx265.so\nleak:libvpx.so\nleak:libaom.so\nleak:libSvtAv1Enc.so\nleak:librav1e.so\n"
+           "leak:libmp3lame.so\nleak:libopus.so\nleak:libvorbis\nleak:libtheora\nleak:libcodec2.so\nleak:libtwolame.so\n"
+           "leak:libopenjp2.so\nleak:libwebp.so\nleak:libxvidcore.so\nleak:libspeex.so\nleak:libgsm.so\nleak:libjxl.so";
 }
 
 namespace qmio::fuzz {

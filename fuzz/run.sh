@@ -68,6 +68,9 @@ count_findings() {
         else
             ours=$((ours + 1))
             printf 'finding: %s (%s)\n' "$artifact" "$(grep -m 1 -E 'ERROR|SUMMARY|runtime error' "$artifact.txt" || echo "does not come again")"
+            # Whoever reads this may not have the folder.
+            base64 -w 0 "$artifact" | head -c 2000 | sed 's/^/  input: /' || true
+            grep -m 16 -E '^ *#[0-9]+ |leak of|ERROR|runtime error' "$artifact.txt" | cut -c1-200 | sed 's/^/  /' || true
         fi
     done
 }

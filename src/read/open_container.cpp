@@ -39,6 +39,17 @@ void refuse_nested_opens(AVFormatContext& context, ffmpeg::Dictionary& options) 
     options.set("protocol_whitelist", "none");
 }
 
+// FFmpeg marks I/O of ours by a flag, and closes what has no mark when a later option is refused. An option of the host's may
+// replace all flags, so it is taken here, before the mark is set.
+bool take_format_flags(Container& container, ffmpeg::Dictionary& options) {
+    const char* const flags = options.get("fflags");
+    const int result = flags != nullptr ? av_opt_set(container.format_ctx.get(), "fflags", flags, 0) : 0;
+    options.set("fflags", nullptr);
+    if (result < 0)
+        tell_source_failure(container, result, "");
+    return result >= 0;
+}
+
 // FFmpeg frees the context it was given when opening fails.
 bool open_input(Container& container, const std::string& url, const AVInputFormat* format,
                 ffmpeg::Dictionary& options) {
@@ -168,6 +179,8 @@ bool open_custom(Container& container, std::unique_ptr<qmlib::InputSource> sourc
         why::failed(AVERROR(ENOMEM));
         return false;
     }
+    if (!take_format_flags(container, options))
+        return false;
     container.format_ctx->flags |= AVFMT_FLAG_CUSTOM_IO;
     container.format_ctx->pb = container.custom_io.get();
     if (settings().nested_open == 0)

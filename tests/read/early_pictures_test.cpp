@@ -1,6 +1,8 @@
 // Files whose first pictures lie before the start of the stream, and so have numbers below 0.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "core/handle/media_handle.h"
 #include "support/media.h"
 #include "support/numbered_picture.h"
@@ -26,6 +28,15 @@ class EarlyPictures : public testing::Test {
 TEST_F(EarlyPictures, AreDeliveredByReadingInOrder) {
     EXPECT_EQ(player_.read().number, 0);
     EXPECT_EQ(player_.handle()->video.have_frame, -kEarly);
+}
+
+// Frame 0 is wanted next until the number before it was delivered.
+TEST_F(EarlyPictures, DoNotChangeWhichFrameIsWantedNext) {
+    for (int number = -kEarly; number <= 0; ++number) {
+        player_.read();
+        EXPECT_EQ(player_.handle()->video.have_frame, number);
+        EXPECT_EQ(player_.handle()->video.want_frame, std::max(number + 1, 0));
+    }
 }
 
 TEST_F(EarlyPictures, ArePassedOverByASeekToFrameZeroOfAFreshHandle) {

@@ -83,6 +83,15 @@ TEST(Bytes, AreOfTheFormatThatTheOptionsName) {
     EXPECT_FALSE(open_block(read_bytes(media_path("still.png")), "fmt=image2")) << "it opens files itself";
 }
 
+// Flags without a sign replace all that there are, those among them that FFmpeg keeps for itself.
+TEST(Bytes, TakeFlagsOfFfmpegsThatReplaceAll) {
+    const Bytes film = read_bytes(media_path(kFilm));
+    EXPECT_TRUE(open_block(film, "fflags=genpts"));
+    EXPECT_TRUE(open_block(film, "fflags=0"));
+    EXPECT_FALSE(open_block(film, "fflags=3-1genpts"));
+    EXPECT_FALSE(open_block(film, "fflags=genpts,probesize=many"));
+}
+
 TEST(Bytes, ThatAreNoneAreRefused) {
     const uint8_t byte = 0;
     HostBytes host = host_of(kFilm);
