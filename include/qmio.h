@@ -53,7 +53,8 @@
  *   No call initialises the library. Loading it reads the configuration file beside it, sets FFmpeg's log callback and
  *   level, which all users of the same FFmpeg in the process share, registers FFmpeg's devices, and opens the lock by which
  *   processes of one user take turns at opening codecs: on Linux a file in /dev/shm/qmio-UID, on Windows a kernel object.
- *   No thread, no process and no connection is begun. Unloading gives the callback and the level back.
+ *   No thread, no process and no connection is begun. Unloading gives the level back and FFmpeg's own callback; the key
+ *   ffmpeg_log of the configuration leaves both as they are.
  *
  * Configuration
  *   An XML file of the library's name with the extension .cfx beside the library: libqmio.cfx, qmio.cfx. It is read once;

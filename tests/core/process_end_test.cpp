@@ -10,6 +10,7 @@
 #include "support/dynamic_library.h"
 #include "support/media.h"
 #include "support/process.h"
+#include "support/seed.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -18,8 +19,7 @@ using namespace qmio::test;
 
 // A few of the moments at which a process may end; QMIO_SWEEP=all tries more.
 int run_count() {
-    const char* sweep = std::getenv("QMIO_SWEEP");
-    return sweep != nullptr && std::string(sweep) == "all" ? 200 : 12;
+    return runs_whole_sweep() ? 200 : 12;
 }
 
 int lines_with(const std::filesystem::path& file, const std::string& text) {

@@ -266,8 +266,7 @@ bool is_well(const Report& report) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const char* const sweep = std::getenv("QMIO_SWEEP");
-    const bool all = sweep != nullptr && std::strcmp(sweep, "all") == 0;
+    const bool all = runs_whole_sweep();
     const int usual = all ? kWhole : kIsSanitized ? kSample / 2 : kSample;
     const int each = (argc > 1 ? std::atoi(argv[1]) : usual) / static_cast<int>(containers().size());
     const unsigned seed = printed_seed(1);

@@ -161,12 +161,11 @@ class Sweep {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const char* const sweep_text = std::getenv("QMIO_SWEEP");
     const TempDir folder;
     prepare_scenarios(folder.path().c_str());
     if (std::freopen("/dev/null", "w", stderr) == nullptr)
         return 2;
-    Sweep sweep(sweep_text != nullptr && std::strcmp(sweep_text, "all") == 0, argc < 4 ? 0 : std::atol(argv[3]));
+    Sweep sweep(runs_whole_sweep(), argc < 4 ? 0 : std::atol(argv[3]));
     std::printf("| scenario | what fails | points | well | wrong in the library | wrong elsewhere |\n");
     std::printf("|---|---|---|---|---|---|\n");
     for (const Scenario& scenario : scenarios()) {

@@ -130,7 +130,7 @@ TEST(BackgroundReader, StreamsThatComeWhileItReadsDoNotDisturbTheHost) {
 
 TEST(BackgroundReader, CanBeEndedAtAnyMoment) {
     Dice dice(printed_seed(7));
-    const int cycles = is_whole_sweep() ? 10000 : 200;
+    const int cycles = runs_whole_sweep() ? 10000 : 200;
     for (int cycle = 0; cycle < cycles; ++cycle) {
         const Media media = open_file(dice.one_of(kFiles));
         qmio_fifo_ts(media.get(), any_time(dice), -1, 0, any_time(dice), packet::kEndless);

@@ -1,7 +1,6 @@
 #include "packet/background_play.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <sstream>
 
 #include "packet/background_reader.h"
@@ -11,11 +10,6 @@ namespace qmio::test {
 
 Media open_file(std::string_view name) {
     return open_on_one_thread(media_path(std::string(name)));
-}
-
-bool is_whole_sweep() {
-    const char* text = std::getenv("QMIO_SWEEP");
-    return text != nullptr && std::string_view(text) == "all";
 }
 
 std::vector<Seen> taken(std::string_view file, const packet::Range& range, std::size_t bound) {

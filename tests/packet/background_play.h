@@ -30,8 +30,6 @@ inline constexpr const wchar_t* kThreads[] = {kOneThread, L"threads=3"};
 
 Media open_file(std::string_view name);
 
-bool is_whole_sweep();
-
 // What comes out of the queue.
 std::vector<Seen> taken(std::string_view file, const packet::Range& range, std::size_t bound);
 

@@ -24,7 +24,7 @@ using packet::Range;
 TEST(BackgroundReader, GivesWhatReadingWithoutAThreadGives) {
     Dice dice(printed_seed(20261122));
     constexpr int32_t kLoops[] = {-1, 0, 1, 2, 3, 5};
-    int left = is_whole_sweep() ? 5000 : 500, undecided = 0;
+    int left = runs_whole_sweep() ? 5000 : 500, undecided = 0;
     while (left > 0 && !HasFailure()) {
         const std::string_view file = dice.one_of(kFiles);
         const std::filesystem::path path = media_path(std::string(file));

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 
 #include "support/access_patterns.h"
@@ -130,8 +129,7 @@ class Counted : public testing::TestWithParam<CountedFile> {
     int count() const { return static_cast<int>(references_.size()); }
 
     std::vector<int> some_frames() const {
-        const char* const sweep = std::getenv("QMIO_SWEEP");
-        const bool all = sweep != nullptr && std::string(sweep) == "all";
+        const bool all = runs_whole_sweep();
         std::vector<int> frames = RandomOrder(count(), all ? 3 * count() : kSeeks).frames();
         if (all)
             for (int frame = 0; frame < count(); ++frame)

@@ -251,8 +251,7 @@ class JoggingModel : public testing::Test {
 
     static void drive_all(const std::vector<std::filesystem::path>& paths) {
         const unsigned seed = printed_seed(kSeed);
-        const char* const what = std::getenv("QMIO_SWEEP");
-        const bool all = what != nullptr && std::string("all") == what;
+        const bool all = runs_whole_sweep();
         Dice dice(seed);
         for (int number = 0; number < (all ? kOften : kSample) * (all ? static_cast<int>(paths.size()) : 3); ++number) {
             const std::filesystem::path& path = paths[dice.number() % paths.size()];

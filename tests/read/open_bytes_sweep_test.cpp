@@ -118,9 +118,8 @@ TEST_F(OpenBytes, OfRealMediaAreWhatTheFileIs) {
     if (real_files().empty())
         GTEST_SKIP() << "no folder of real media";
     Dice dice(printed_seed(kSeed));
-    const char* const what = std::getenv("QMIO_SWEEP");
     std::vector<RealFile> files = real_files();
-    if (what == nullptr || std::string("all") != what)
+    if (!runs_whole_sweep())
         files = {dice.one_of(files), dice.one_of(files), dice.one_of(files), dice.one_of(files)};
     for (const RealFile& file : files) {
         SCOPED_TRACE(file.name);

@@ -28,11 +28,6 @@ constexpr int kSomeRanges = 40;  // of a track
 constexpr const char* kSource =
     "aevalsrc='0.4*sin(2*PI*(300+100*t)*t)+0.1*random(0)|0.3*sin(2*PI*500*t)*lt(mod(t,1),0.7)':d=3:s=44100";
 
-bool sweeps_all() {
-    const char* const what = std::getenv("QMIO_SWEEP");
-    return what != nullptr && std::string("all") == what;
-}
-
 std::vector<const AVCodec*> sound_encoders() {
     std::vector<const AVCodec*> all;
     void* position = nullptr;
@@ -93,7 +88,7 @@ class SoundByPosition : public testing::Test {
         compared_with_ = &encoder;
     }
 
-    int ranges() const { return sweeps_all() ? 1000 : kSomeRanges; }
+    int ranges() const { return runs_whole_sweep() ? 1000 : kSomeRanges; }
     std::filesystem::path path() const { return folder_ / "made"; }
     void tell() const { std::cout << compared_ << " tracks" << std::endl; }
 
@@ -108,7 +103,7 @@ TEST_F(SoundByPosition, OfRealMediaIsWhatTheWholeDecodesTo) {
     if (real_files().empty())
         GTEST_SKIP() << "no folder of real media";
     for (const RealFile& file : real_files())
-        if (sweeps_all() || dice_.up_to(2) == 1)
+        if (runs_whole_sweep() || dice_.up_to(2) == 1)
             compare(real_media(file.name), ranges());
     tell();
 }
@@ -142,7 +137,7 @@ TEST_F(SoundByPosition, OfEveryEncoderInEveryContainerIsWhatTheWholeDecodesTo) {
     if (what == nullptr)
         GTEST_SKIP() << "takes long: QMIO_SWEEP=all, or the name of an encoder";
     for (const AVCodec* encoder : sound_encoders())
-        if (sweeps_all() || std::string(encoder->name) == what)
+        if (runs_whole_sweep() || std::string(encoder->name) == what)
             for (const AVOutputFormat* muxer : file_muxers())
                 sweep_one(*encoder, *muxer);
     tell();

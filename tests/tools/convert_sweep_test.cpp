@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <sstream>
 
 #include "support/probe.h"
@@ -16,7 +15,7 @@ namespace {
 std::vector<RealFile> drawn_files() {
     std::vector<RealFile> files = real_files();
     std::erase_if(files, [](const RealFile& file) { return !file.opens || file.damaged; });
-    if (const char* sweep = std::getenv("QMIO_SWEEP"); sweep != nullptr && std::string(sweep) == "all")
+    if (runs_whole_sweep())
         return files;
     Dice dice(printed_seed(5));
     while (files.size() > static_cast<std::size_t>(sample_size(6)))

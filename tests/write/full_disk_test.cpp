@@ -6,9 +6,7 @@
 #include "support/temp_dir.h"
 
 #ifndef _WIN32
-#include <sys/resource.h>
-
-#include <csignal>
+#include "support/file_size_limit.h"
 #endif
 
 namespace qmio::test {
@@ -24,26 +22,6 @@ TEST(FullDisk, IsTold) {
 }
 
 #else
-
-// While it lives, files of this process grow no further than this.
-class FileSizeLimit {
-  public:
-    explicit FileSizeLimit(rlim_t bytes) : signal_(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit{bytes, before_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &before_);
-        std::signal(SIGXFSZ, signal_);
-    }
-
-  private:
-    rlimit before_{};
-    void (*signal_)(int);
-};
 
 class FullDisk : public testing::TestWithParam<std::string> {
   protected:
@@ -62,7 +40,7 @@ class FullDisk : public testing::TestWithParam<std::string> {
 };
 
 TEST_P(FullDisk, IsToldByTheCallThatWrites) {
-    const FileSizeLimit limit(200000);
+    const FileSizeLimit limit(200000, SIG_IGN);
     const Writer writer(path_, "fmt=" + GetParam() + "," + kVideo);
     ASSERT_TRUE(writer.is_open());
     const int fine = write_until_refused(writer);
@@ -72,7 +50,7 @@ TEST_P(FullDisk, IsToldByTheCallThatWrites) {
 }
 
 TEST_P(FullDisk, IsToldByPutting) {
-    const FileSizeLimit limit(100000);
+    const FileSizeLimit limit(100000, SIG_IGN);
     const Writer writer(path_, "fmt=" + GetParam() + "," + kVideo);
     const PictureMaker maker("AV_PIX_FMT_YUVJ420P", 160, 96);
     int result = 0;
@@ -85,7 +63,7 @@ TEST_P(FullDisk, IsToldByPutting) {
 }
 
 TEST_P(FullDisk, IsNotToldBySoundButBreaksNothing) {
-    const FileSizeLimit limit(100000);
+    const FileSizeLimit limit(100000, SIG_IGN);
     const Writer writer(path_, "fmt=" + GetParam() + "," + kVideo + kSound, QMIO_CREATE_INTERLEAVED);
     ASSERT_TRUE(writer.is_open());
     for (int call = 0; call < 100; ++call)
@@ -99,7 +77,7 @@ TEST_P(FullDisk, LeavesNothingOpen) {
     { const Writer writer(path_, "fmt=" + GetParam() + "," + kVideo); }
     const auto before = open_descriptors();
     {
-        const FileSizeLimit limit(60000);
+        const FileSizeLimit limit(60000, SIG_IGN);
         const Writer writer(path_, "fmt=" + GetParam() + "," + kVideo);
         write_until_refused(writer);
     }
@@ -135,7 +113,7 @@ TEST(DiskWithoutRoom, IsToldByThePictureAfterAFlush) {
 // As if it were full from the beginning: what is left is an empty file and no handle, or a handle that says so.
 TEST(DiskWithoutRoom, OfNoBytesAtAllGivesAnEmptyFile) {
     const TempDir folder;
-    const FileSizeLimit limit(0);
+    const FileSizeLimit limit(0, SIG_IGN);
     const Writer writer(folder / "film.nut", "fmt=nut," + kVideo);
     const PictureMaker maker("AV_PIX_FMT_YUVJ420P", 160, 96);
     int result = writer.is_open() ? 0 : -1;

@@ -6,8 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
 #include <set>
 
 #include "support/media.h"
@@ -89,11 +87,6 @@ const Excuse* excuse_of(const Excuse (&excuses)[Count], const std::string& file,
     return nullptr;
 }
 
-bool sweeps_all() {
-    const char* text = std::getenv("QMIO_SWEEP");
-    return text != nullptr && std::strcmp(text, "all") == 0;
-}
-
 using Files = std::vector<std::filesystem::path>;
 
 // A list of its pictures lies beside it.
@@ -139,7 +132,7 @@ class Remuxed : public testing::Test {
         Dice dice(printed_seed(kSeed));
         int steps = 0;
         for (const Files& files : {made_files(), real_videos()})
-            for (const auto& file : sweeps_all() ? files : drawn(files, dice))
+            for (const auto& file : runs_whole_sweep() ? files : drawn(files, dice))
                 steps += carry(file, chain);
         EXPECT_GT(steps, 0) << "no copy was compared";
     }

@@ -3,11 +3,11 @@
 // is: to end it.
 #include <gtest/gtest.h>
 #include <sys/mount.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <csignal>
 
+#include "support/file_size_limit.h"
 #include "support/open_media.h"
 #include "support/seed.h"
 #include "support/temp_dir.h"
@@ -71,25 +71,6 @@ std::vector<std::tuple<Container, Content>> cases() {
     }
     return all;
 }
-
-class Limit {
-  public:
-    explicit Limit(rlim_t bytes) : signal_(std::signal(SIGXFSZ, SIG_DFL)) {
-        getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit{bytes, before_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    Limit(const Limit&) = delete;
-    Limit& operator=(const Limit&) = delete;
-    ~Limit() {
-        setrlimit(RLIMIT_FSIZE, &before_);
-        std::signal(SIGXFSZ, signal_);
-    }
-
-  private:
-    rlimit before_{};
-    void (*signal_)(int);
-};
 
 class ShortDisk : public testing::TestWithParam<std::tuple<Container, Content>> {
   protected:
@@ -155,7 +136,7 @@ class ShortDisk : public testing::TestWithParam<std::tuple<Container, Content>> 
 // Below what FFmpeg buffers, and above.
 TEST_P(ShortDisk, OfFilesThatMayNotGrowIsTold) {
     for (const rlim_t bytes : {rlim_t{20000}, rlim_t{120000}}) {
-        const Limit limit(bytes);
+        const FileSizeLimit limit(bytes, SIG_DFL);
         EXPECT_TRUE(created(folder_ / "film")) << "the header has room";
         expect_told(folder_ / "film");
         expect_told_behind_the_close(folder_ / "film");
@@ -194,7 +175,7 @@ class FileSizeSignal : public testing::Test {
 };
 
 TEST_F(FileSizeSignal, DoesNotEndTheProcessWhereFramesArePublished) {
-    const Limit limit(100000);
+    const FileSizeLimit limit(100000, SIG_DFL);
     const Media film(qmio_create_u8(utf8(folder_ / "film").c_str(), options_.c_str(), QMIO_CREATE_FRAME_INDEX));
     EXPECT_TRUE(!film || write(film) < 0);
 }
@@ -202,7 +183,7 @@ TEST_F(FileSizeSignal, DoesNotEndTheProcessWhereFramesArePublished) {
 int caught = 0;
 
 TEST_F(FileSizeSignal, ComesToAHostThatHasAHandlerOfItsOwn) {
-    const Limit limit(100000);
+    const FileSizeLimit limit(100000, SIG_DFL);
     caught = 0;
     std::signal(SIGXFSZ, [](int) { ++caught; });
     const Media film(qmio_create_u8(utf8(folder_ / "film").c_str(), options_.c_str(), 0));
@@ -212,7 +193,7 @@ TEST_F(FileSizeSignal, ComesToAHostThatHasAHandlerOfItsOwn) {
 }
 
 TEST_F(FileSizeSignal, IsNotLeftBlockedNorWaiting) {
-    const Limit limit(100000);
+    const FileSizeLimit limit(100000, SIG_DFL);
     const Media film(qmio_create_u8(utf8(folder_ / "film").c_str(), options_.c_str(), 0));
     ASSERT_TRUE(film);
     EXPECT_LT(write(film), 0);

@@ -96,9 +96,9 @@ bool set_host_log(qmio_log_callback callback, void* opaque, int level) noexcept 
     }
     const std::shared_ptr<HostLog> before = exchange(std::move(log), level);
     // Some of FFmpeg's libraries ask for the level before they make a message at all.
-    if (callback != nullptr || before != nullptr)
-        if (settings().ffmpeg_log != 0)
-            av_log_set_level(callback != nullptr ? level : settings().log_level);
+    const bool changes = callback != nullptr || before != nullptr;
+    if (changes && settings().ffmpeg_log != 0)
+        av_log_set_level(callback != nullptr ? level : settings().log_level);
     while (before != nullptr && !is_inside_callback() && before->running != 0)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return true;
