@@ -4,6 +4,7 @@
 #include <span>
 
 #include "ffmpeg/frames_only.h"
+#include "ffmpeg/picture_units.h"
 
 namespace qmio::ffmpeg {
 
@@ -11,64 +12,12 @@ namespace {
 
 using Bytes = std::span<const uint8_t>;
 
-// The types of units that hold (parts of) pictures.
+// The types of units that begin anew, or refer to what lies before a key picture.
 constexpr int kH264Idr = 5;
 constexpr int kHevcRaslFirst = 8;
 constexpr int kHevcRaslLast = 9;
 constexpr int kHevcBlaFirst = 16;
 constexpr int kHevcIdrLast = 20;
-constexpr int kNoUnit = -1;
-
-bool is_h264_slice(int type) {
-    return type >= 1 && type <= kH264Idr;
-}
-
-bool is_hevc_slice(int type) {
-    return type < 32;
-}
-
-int unit_type(AVCodecID codec, uint8_t first_byte) {
-    return codec == AV_CODEC_ID_H264 ? first_byte & 0x1F : (first_byte >> 1) & 0x3F;
-}
-
-bool is_slice(AVCodecID codec, int type) {
-    return codec == AV_CODEC_ID_H264 ? is_h264_slice(type) : is_hevc_slice(type);
-}
-
-// Behind the next start code; the end where there is none.
-const uint8_t* behind_start_code(const uint8_t* at, const uint8_t* end) {
-    for (; end - at > 3; ++at)
-        if (at[0] == 0 && at[1] == 0 && at[2] == 1)
-            return at + 3;
-    return end;
-}
-
-// Type of the first unit that holds a slice.
-int first_slice_type(AVCodecID codec, Bytes bytes, int length_bytes) {
-    const uint8_t* const end = bytes.data() + bytes.size();
-    const uint8_t* at = length_bytes > 0 ? bytes.data() : behind_start_code(bytes.data(), end);
-    while (end - at > length_bytes) {
-        std::size_t length = 0;
-        for (int byte = 0; byte < length_bytes; ++byte)
-            length = length << 8 | *at++;
-        if (const int type = unit_type(codec, *at); is_slice(codec, type))
-            return type;
-        if (length > static_cast<std::size_t>(end - at))
-            break;
-        at = length_bytes > 0 ? at + length : behind_start_code(at, end);
-    }
-    return kNoUnit;
-}
-
-// The containers that write lengths before units tell how long those are.
-int length_bytes(const AVCodecParameters& parameters) {
-    const Bytes extra(parameters.extradata, static_cast<std::size_t>(std::max(parameters.extradata_size, 0)));
-    if (parameters.codec_id == AV_CODEC_ID_H264 && extra.size() >= 7 && extra[0] == 1)
-        return (extra[4] & 3) + 1;
-    if (parameters.codec_id == AV_CODEC_ID_HEVC && extra.size() >= 23 && (extra[0] > 0 || extra[1] > 0 || extra[2] > 1))
-        return (extra[21] & 3) + 1;
-    return 0;
-}
 
 bool is_hidden_vp8(Bytes bytes) {
     return (bytes[0] >> 4 & 1) == 0;
@@ -168,7 +117,7 @@ PacketPictures::PacketPictures(const AVStream& stream, Look look)
     : look_(look),
       codec_(stream.codecpar->codec_id),
       macroblocks_((stream.codecpar->width + 15) / 16 * ((stream.codecpar->height + 15) / 16)),
-      length_bytes_(length_bytes(*stream.codecpar)) {
+      length_bytes_(unit_length_bytes(*stream.codecpar)) {
     if (!needs_parser(codec_))
         return;
     context_.reset(avcodec_alloc_context3(nullptr));

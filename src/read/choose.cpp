@@ -5,6 +5,7 @@
 
 #include "core/handle/frame_numbers.h"
 #include "ffmpeg/frame_flags.h"
+#include "ffmpeg/picture_units.h"
 #include "read/deliver.h"
 #include "read/jog.h"
 #include "read/open.h"
@@ -24,6 +25,7 @@ class TowardsTarget : public Way {
     explicit TowardsTarget(Source& source)
         : source_(source),
           pending_(*source.reading.pending),
+          non_reference_(*source.video.stream->codecpar),
           keys_are_told_(tells_keys(source.container)),
           first_may_be_a_rest_(lands_inside_frames(source.container)) {}
 
@@ -38,7 +40,7 @@ class TowardsTarget : public Way {
                     break;
             }
         choose_skipping(packet);
-        return Packet::decode;
+        return is_left_out(packet) ? Packet::pass_over : Packet::decode;
     }
 
     bool drains_at_end() const override { return true; }
@@ -72,8 +74,15 @@ class TowardsTarget : public Way {
         source_.video.codec->skip_frame = passing ? std::max(configured, AVDISCARD_NONREF) : configured;
     }
 
+    // The threads of the decoder get packets in turns, also those that it leaves out: of pictures that refer to each other
+    // all might come to the same one.
+    bool is_left_out(const AVPacket& packet) const {
+        return source_.video.codec->skip_frame >= AVDISCARD_NONREF && non_reference_.is_all_of(packet);
+    }
+
     Source& source_;
     PendingSeek& pending_;
+    const ffmpeg::NonReference non_reference_;
     const bool keys_are_told_;
     const bool first_may_be_a_rest_;
 };
