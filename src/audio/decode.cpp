@@ -109,9 +109,12 @@ int qmio_audio_pkt(MediaHandle* h, void* buf, AVPacket* pkt) {
 
 int qmio_audio_frame(MediaHandle* h, void* buf) {
     return told_with_handle(h, 0, 0, [&](MediaHandle& handle) {
-        if (handle.reader_queue == nullptr)
-            return qmio_audio_pkt(&handle, buf, handle.reading.audio_packet.get());
-        const bool can_deliver = buf != nullptr && handle.sound.audio_frame != nullptr;
-        return can_deliver ? audio::deliver_queued(handle, static_cast<uint8_t*>(buf)) : 0;
+        auto* const buffer = static_cast<uint8_t*>(buf);
+        AVPacket* const packet = handle.reading.audio_packet.get();
+        if (buffer == nullptr || handle.sound.audio_frame == nullptr)
+            return 0;
+        if (handle.reader_queue != nullptr)
+            return audio::deliver_queued(handle, buffer);
+        return packet != nullptr ? audio::deliver_packet(handle.tracks, handle.sound, buffer, *packet) : 0;
     });
 }

@@ -72,7 +72,7 @@ bool resample(Track& track, ffmpeg::Resampler& resampler, uint8_t* host, Planes&
     uint8_t* const block = host != nullptr ? host : track.buffer.at_least(size);
     if (block == nullptr)
         return false;
-    planes = planes_in(block, resampler.to(), capacity);
+    find_planes(planes, block, resampler.to(), capacity);
     trace(TraceSwitch::audio, kTag, L"resample %d samples -> %d samples\n", count, capacity);
     const int converted = resampler.convert(planes.data(), capacity, samples.planes, count);
     if (converted < 0) {

@@ -14,14 +14,12 @@ std::size_t block_size(const ffmpeg::SoundForm& form, int count) {
     return plane_size(form.format, count) * static_cast<std::size_t>(std::max(form.channels, 0));
 }
 
-Planes planes_in(uint8_t* block, const ffmpeg::SoundForm& form, int count) {
-    Planes planes{};
+void find_planes(Planes& planes, uint8_t* block, const ffmpeg::SoundForm& form, int count) {
     const bool planar = av_sample_fmt_is_planar(form.format) != 0;
     const int number = planar ? std::clamp(form.channels, 0, kMaxPlanes) : 1;
     for (int plane = 0; plane < number; ++plane)
         planes[static_cast<std::size_t>(plane)] =
             block + plane_size(form.format, count) * static_cast<std::size_t>(plane);
-    return planes;
 }
 
 }  // namespace qmio::audio

@@ -16,7 +16,8 @@ using Planes = std::array<uint8_t*, kMaxPlanes>;
 std::size_t plane_size(AVSampleFormat format, int count);
 std::size_t block_size(const ffmpeg::SoundForm& form, int count);
 
-// Where the planes of a block begin: one after the other for a planar format, the block itself for a packed one.
-Planes planes_in(uint8_t* block, const ffmpeg::SoundForm& form, int count);
+// Where the planes of a block begin: one after the other for a planar format, the block itself for a packed one. The rest is
+// left as it is.
+void find_planes(Planes& planes, uint8_t* block, const ffmpeg::SoundForm& form, int count);
 
 }  // namespace qmio::audio

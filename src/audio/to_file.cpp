@@ -70,9 +70,11 @@ int32_t convert(ffmpeg::Resampler& resampler, uint8_t* target, const uint8_t* so
     const int output = std::min(resampler.expected(input, user.rate), room_for(input, user, file));
     if (block_size(file, output) > static_cast<std::size_t>(std::numeric_limits<int32_t>::max()))
         return kFailed;
-    Planes to = planes_in(target, file, output);
+    Planes to;
+    Planes from;
+    find_planes(to, target, file, output);
     trace_planes("dst", file, output);
-    const Planes from = planes_in(const_cast<uint8_t*>(source), user, input);
+    find_planes(from, const_cast<uint8_t*>(source), user, input);
     trace_planes("src", user, input);
     trace_conversion(user, input, file, output);
     const int converted = resampler.convert(to.data(), output, from.data(), input);

@@ -159,25 +159,23 @@ void heard(const char* message) noexcept {
     record->heard.append(text);
 }
 
-Call::Call() noexcept {
-    ThreadRecord* const record = thread_record();
-    if (record != nullptr && record->calls++ == 0)
-        start_anew(*record);
+Call::Call() noexcept : record_(thread_record()) {
+    if (record_ != nullptr && record_->calls++ == 0)
+        start_anew(*record_);
 }
 
 Call::~Call() {
-    if (ThreadRecord* const record = existing_thread_record(); record != nullptr && record->calls > 0)
-        --record->calls;
+    if (record_ != nullptr)
+        --record_->calls;
 }
 
 void Call::end(bool is_failure) noexcept {
-    ThreadRecord* const record = record_of_call();
-    if (record == nullptr || record->calls != 1)
+    if (record_ == nullptr || record_->calls != 1)
         return;
-    if (is_failure && record->code != 0)
-        tell_failure(*record);
+    if (is_failure && record_->code != 0)
+        tell_failure(*record_);
     else
-        tell_remarks(*record);
+        tell_remarks(*record_);
 }
 
 int take(char* buf, int size) noexcept {

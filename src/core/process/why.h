@@ -10,6 +10,10 @@
 #include <cstdint>
 #include <type_traits>
 
+namespace qmio {
+struct ThreadRecord;
+}
+
 namespace qmio::why {
 
 // A step of the call in progress has failed. `code` is a negative number of FFmpeg's or the system's, whose meaning stands
@@ -42,6 +46,9 @@ class Call {
 
     // The host gets a failure value: what has failed is told. Otherwise the remarks are.
     void end(bool is_failure) noexcept;
+
+  private:
+    ThreadRecord* const record_;  // null where there was no memory for one
 };
 
 // What calls return where they fail. Some return it where all is well, too; then no step has failed.
