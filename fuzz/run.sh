@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs each fuzzer for a while, two at a time, and tells what it did and found:
 #   run.sh BUILD_FOLDER SECONDS [TARGET...]
+# Inputs are drawn by a seed that is printed; QMIO_TEST_SEED sets it, and with the same corpus the same inputs are tried.
 # What a target learns stays in BUILD_FOLDER/fuzz/corpus for the next run. Inputs that crash, hang or take too much memory
 # lie in BUILD_FOLDER/fuzz/findings, each with its report beside it. Fails when one of them is the library's own: a crash
 # whose innermost frame is in one of FFmpeg's libraries or below it is FFmpeg's and is only counted.
@@ -14,6 +15,8 @@ export ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1:handle_abort=1 UB
 # Configuration beside the program would be the fuzzers', and they do not write a log.
 export QMIO_LOG=/dev/null
 
+seed=${QMIO_TEST_SEED:-$((RANDOM + 1))}
+
 # Of one target, before it is left alone.
 most_findings=20
 
@@ -26,7 +29,7 @@ fi
 
 fuzz_one() {
     local target=$1 corpus=$build/fuzz/corpus/$1 findings=$build/fuzz/findings/$1 dictionary=()
-    local words=$here/$1.dict found=()
+    local try=0 words=$here/$1.dict found=()
     [[ ! -d $here/found/$target ]] || found=("$here/found/$target")
     [[ ! -f $words ]] || dictionary=("-dict=$words")
     rm -rf "$findings"
@@ -35,8 +38,8 @@ fuzz_one() {
     : >"$build/fuzz/$target.log"
     # libFuzzer ends with the first finding; what is left of the time belongs to a new one.
     while left=$((end - SECONDS)) && [[ $left -gt 0 && $(find "$findings" -type f | wc -l) -lt $most_findings ]]; do
-        { time "$build/bin/fuzz_$target" -max_total_time="$left" -timeout=20 -rss_limit_mb=3000 -max_len=70000 \
-            -print_final_stats=1 "${dictionary[@]}" -artifact_prefix="$findings/" \
+        { time "$build/bin/fuzz_$target" -seed="$((seed + try++))" -max_total_time="$left" -timeout=20 \
+            -rss_limit_mb=3000 -max_len=70000 -print_final_stats=1 "${dictionary[@]}" -artifact_prefix="$findings/" \
             "$corpus" "$build/fuzz/seeds/$target" "${found[@]}"; } >>"$build/fuzz/$target.log" 2>&1 || true
     done
 }
@@ -76,6 +79,7 @@ count_findings() {
 }
 
 mkdir -p "$build/fuzz"
+echo "seed $seed"
 for target in "${targets[@]}"; do
     while [[ $(jobs -rp | wc -l) -ge 2 ]]; do
         wait -n || true
