@@ -151,9 +151,10 @@ TEST(NonReference, PacketsWithLengthsAreWhole) {
     parameters.extradata_size = static_cast<int>(extradata.size());
     const NonReference non_reference(parameters);
     const PacketPtr packet(av_packet_alloc());
-    av_new_packet(packet.get(), 8);
-    const uint8_t bytes[] = {0, 0, 0, 4, 0x01, 5, 5, 5};
-    std::copy(std::begin(bytes), std::end(bytes), packet->data);
+    av_new_packet(packet.get(), 4 + 0x0104);
+    std::fill_n(packet->data, packet->size, uint8_t{5});
+    const uint8_t beginning[] = {0, 0, 1, 4, 0x01};
+    std::copy(std::begin(beginning), std::end(beginning), packet->data);
     EXPECT_TRUE(non_reference.is_all_of(*packet));
     packet->data[3] = 5;
     EXPECT_FALSE(non_reference.is_all_of(*packet));
