@@ -23,7 +23,8 @@ most_findings=20
 targets=("$@")
 if [[ ${#targets[@]} -eq 0 ]]; then
     for program in "$build"/bin/fuzz_*; do
-        targets+=("${program##*/fuzz_}")
+        # A log of the library's may lie beside it.
+        [[ $program == *.* ]] || targets+=("${program##*/fuzz_}")
     done
 fi
 

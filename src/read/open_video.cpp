@@ -45,6 +45,14 @@ bool find_decoder(const Container& container, Video& video) {
     return true;
 }
 
+// Any number of a host's options is taken; beyond the ends it means what the end means.
+AVDiscard take_skipping(AVCodecContext& codec) {
+    int64_t number = AVDISCARD_DEFAULT;
+    av_opt_get_int(&codec, "skip_frame", 0, &number);
+    codec.skip_frame = static_cast<AVDiscard>(std::clamp<int64_t>(number, AVDISCARD_NONE, AVDISCARD_ALL));
+    return codec.skip_frame;
+}
+
 bool open_decoder(const Video& video, Reading& reading, const Options& options) {
     AVCodecContext& codec = *video.codec;
     ffmpeg::Dictionary dictionary;
@@ -62,7 +70,7 @@ bool open_decoder(const Video& video, Reading& reading, const Options& options) 
         return false;
     }
     reading.decoder.attach(&codec);
-    reading.skip_frame = codec.skip_frame;
+    reading.skip_frame = take_skipping(codec);
     return true;
 }
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <utility>
 
 #include "core/handle/media_handle.h"
 #include "support/media.h"
@@ -208,6 +209,15 @@ TEST(OpenOptions, ReachTheDemuxerAndTheDecoderFromOneString) {
     ASSERT_TRUE(media);
     EXPECT_EQ(media->container.format_ctx->probesize, 123456);
     EXPECT_EQ(media->video.codec->skip_frame, AVDISCARD_NONKEY);
+}
+
+TEST(OpenOptions, SkippingEndsWhereItsNamesDo) {
+    for (const auto& [text, skipping] :
+         {std::pair("skip_frame=100000", AVDISCARD_ALL), {"skip_frame=-17", AVDISCARD_NONE}}) {
+        const Media media = open_media(media_path("small_h264_aac.mp4").string(), text);
+        ASSERT_TRUE(media);
+        EXPECT_EQ(media->video.codec->skip_frame, skipping) << text;
+    }
 }
 
 TEST(OpenOptions, UnknownKeysAreIgnored) {
