@@ -24,6 +24,24 @@ class Picture(ctypes.Structure):
     ]
 
 
+class Times(ctypes.Structure):
+    """qmio_time_param of qmio.h."""
+
+    _fields_ = [
+        ("pts", c_int64),
+        ("dts", c_int64),
+        ("start", c_int64),
+        ("duration", c_int64),
+        ("time_base_num", c_int32),
+        ("time_base_den", c_int32),
+        ("frame_rate_num", c_int32),
+        ("frame_rate_den", c_int32),
+        ("container_start", c_int64),
+        ("container_duration", c_int64),
+        ("frame_count", c_int64),
+    ]
+
+
 # name: (result, arguments). A handle is a pointer that nobody looks into.
 _PROTOTYPES = {
     "qmio_alloc": (c_void_p, [c_int]),
@@ -38,6 +56,7 @@ _PROTOTYPES = {
     "qmio_get_id": (ctypes.c_ssize_t, [c_char_p, c_char_p]),
     "qmio_get_stream_param": (c_int64, [c_void_p, c_char_p, c_int]),
     "qmio_get_text": (c_int, [c_void_p, c_int, c_char_p, c_char_p, c_int]),
+    "qmio_get_time_param": (c_int, [c_void_p, c_char_p, POINTER(Times)]),
     "qmio_image_fill_arrays": (
         c_int,
         [POINTER(c_void_p), POINTER(c_int), c_void_p, c_int, c_int, c_int, c_int],

@@ -4,9 +4,10 @@ import ctypes
 from fractions import Fraction
 
 from ._frames import SAMPLES, Frames, frame_type
-from ._library import Error, Picture, encoded, forget, library, pixel_format_number, why
+from ._library import Error, Picture, Times, encoded, forget, library, pixel_format_number, why
 
 _HELD = 1  # QMIO_PICTURE_HELD
+_VIDEO_PACKET = 1  # QMIO_PACKET_VIDEO
 _CONTAINER, _VIDEO = -1, -2
 _UNKNOWN_TIME = -(2**63)
 _SAMPLES_AT_ONCE = 2**20
@@ -96,6 +97,14 @@ class Track:
             self._form = form
 
 
+def _number_at(times):
+    time = times.pts if times.pts != _UNKNOWN_TIME else times.dts
+    if time == _UNKNOWN_TIME or times.time_base_den == 0 or times.frame_rate_den == 0:
+        return None
+    seconds = Fraction(times.time_base_num, times.time_base_den) * (time - times.start)
+    return round(seconds * Fraction(times.frame_rate_num, times.frame_rate_den))
+
+
 class Media(_Handle):
     """A file that is read. media[n] is frame n, media[a:b:c] frames one after the other, `for frame in media` all of them.
 
@@ -103,8 +112,9 @@ class Media(_Handle):
     """
 
     def __init__(self, path, options=None, format="bgra", size=None):
+        self._source = (encoded(path), options.encode() if options else None)
         forget()
-        super().__init__(library.qmio_open_u8(encoded(path), options.encode() if options else None))
+        super().__init__(library.qmio_open_u8(*self._source))
         if not self._handle:
             raise why("cannot open %s" % path)
         self.format = format
@@ -150,6 +160,20 @@ class Media(_Handle):
     def video_text(self, key):
         """Codec, colour, any tag of the video."""
         return self._text(_VIDEO, key)
+
+    def key_frames(self):
+        """Numbers of the key frames, as their times tell: every packet of the file is read, and none decoded.
+
+        Decoding begins with them. Who shares a file among several readers cuts it there; any frame is exact without.
+        """
+        numbers, times = [], Times()
+        with _Handle(library.qmio_open_u8(*self._source)) as packets:
+            while (kind := library.qmio_get_frame(packets.handle)) >= 0:
+                is_key = kind == _VIDEO_PACKET and library.qmio_get_time_param(packets.handle, b"key", None)
+                if is_key and library.qmio_get_time_param(packets.handle, b"packet", ctypes.byref(times)):
+                    numbers.append(_number_at(times))
+                library.qmio_release_frame(packets.handle)
+        return [number for number in numbers if number is not None]
 
     def timecode(self, frame):
         text = ctypes.create_string_buffer(24)

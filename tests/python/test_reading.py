@@ -102,3 +102,14 @@ def test_a_closed_file_gives_nothing(film):
     media.close()
     with pytest.raises(ValueError):
         media[0]
+
+
+def test_key_frames_are_those_of_the_file(film):
+    flags = subprocess.run(
+        ["ffprobe", "-v", "error", "-select_streams", "v", "-show_entries", "frame=key_frame", "-of", "csv=p=0", str(film)],
+        check=True,
+        stdout=subprocess.PIPE,
+        text=True,
+    ).stdout.split()
+    with qmio.open(film) as media:
+        assert media.key_frames() == [number for number, flag in enumerate(flags) if flag.startswith("1")]
