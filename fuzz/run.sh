@@ -53,7 +53,8 @@ owner_of() {
         return
     fi
     awk '/^ *#[0-9]+ 0x/ {
-             if (/compiler-rt|libc\.so|libpthread|libm\.so|__interceptor|__asan|__sanitizer|sysdeps|nptl/) next
+             # The C library by its name, or where its symbols are installed by its sources: nptl/./nptl/pthread_kill.c.
+             if (/compiler-rt|libc\.so|libpthread|libm\.so|__interceptor|__asan|__sanitizer| [a-z]+\/\.\.?\//) next
              in_ffmpeg = /\/lib(av|sw|x264|x265|vpx|mp3lame|opus|vorbis|theora|aom|dav1d|SvtAv1|gsm|speex|snappy|rav1e)[^ ]*\.so/
              print in_ffmpeg ? "FFmpeg" : "ours"
              exit
