@@ -33,7 +33,8 @@ inline void map_reached(const char* path) noexcept {
     if (file < 0)
         return;
     if (::fstat(file, &status) == 0 && status.st_size > 0) {
-        void* const data = ::mmap(nullptr, static_cast<std::size_t>(status.st_size), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+        void* const data =
+            ::mmap(nullptr, static_cast<std::size_t>(status.st_size), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
         if (data != MAP_FAILED) {
             state.reached = static_cast<unsigned char*>(data);
             state.count = static_cast<unsigned>(status.st_size);

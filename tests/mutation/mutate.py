@@ -31,6 +31,7 @@ def arguments():
     parser = argparse.ArgumentParser(prog="./dev mutate", description=__doc__.split("\n\n")[1])
     parser.add_argument("paths", nargs="+", metavar="PATH", help="file or folder of src/")
     parser.add_argument("--functions", default="", metavar="TEXT,...", help="only functions whose name holds one of these")
+    parser.add_argument("--programs", default="", metavar="NAME,...", help="build and run only these programs of tests")
     parser.add_argument("--sample", type=int, metavar="N", help="only N mutants, drawn by a seed that is printed")
     parser.add_argument("--seed", type=int, default=None)
     parser.add_argument("--survivors", action="store_true", help="only those that no test caught in the last run")
@@ -58,8 +59,12 @@ class Reach:
         numbers = [(name, one["first"], one["hash"]) for name, one in sorted(self.tree.files.items())]
         return f"{test.stamp()} {self.tree.hash_of(HERE / 'mutant.h')} {hash_text(json.dumps(numbers))}"
 
+    def is_known(self, test):
+        entry = self.known.get(test.name, {})
+        return entry.get("stamp") == self.stamp(test) and entry["outcome"] in (PASSED, SKIPPED)
+
     def learn(self, jobs):
-        todo = [one for one in self.suite.tests.values() if self.known.get(one.name, {}).get("stamp") != self.stamp(one)]
+        todo = [one for one in self.suite.tests.values() if not self.is_known(one)]
         if not todo:
             return
         print(f"== what {len(todo)} tests reach", flush=True)
@@ -80,14 +85,13 @@ class Reach:
         return {"stamp": self.stamp(test), "outcome": outcome, "seconds": seconds, "file": name}
 
     def save(self):
-        self.known = {name: one for name, one in self.known.items() if name in self.suite.tests}
         self.memory.write_text(json.dumps(self.known))
 
     def by_mutant(self):
         """{number: [names of tests]}, cheap and particular ones first, each program in turn."""
         found = defaultdict(list)
         for name, one in self.known.items():
-            if one["outcome"] != PASSED:
+            if name not in self.suite.tests or one["outcome"] != PASSED:
                 continue
             entered = (self.folder / one["file"]).read_bytes()
             reached = len(entered) - entered.count(0)
@@ -106,7 +110,7 @@ class Reach:
         return [name for _, _, name in sorted(ranked)]
 
     def failed(self):
-        return {name: one["outcome"] for name, one in self.known.items() if one["outcome"] not in (PASSED, SKIPPED)}
+        return {name: one["outcome"] for name, one in self.known.items() if name in self.suite.tests and one["outcome"] not in (PASSED, SKIPPED)}
 
 
 def hash_text(text):
@@ -138,7 +142,7 @@ class Trial:
             if time.monotonic() - start > self.options.seconds:
                 break
             tried += 1
-            limit = max(20.0, 8 * self.reach.known[name]["seconds"])
+            limit = 4 + 6 * self.reach.known[name]["seconds"]
             outcome, _ = self.suite.run(self.suite.tests[name], {"QMIO_MUTANT": str(mutant.number)}, limit)
             if outcome not in (PASSED, SKIPPED):
                 with self.lock:
@@ -213,7 +217,10 @@ def build(options):
     tree.find(options.jobs)
     tree.instrument()
     print("== build", flush=True)
-    subprocess.run(["cmake", "--build", "--preset", "mutate", "-j", str(options.jobs)], cwd=PROJECT, check=True)
+    command = ["cmake", "--build", "--preset", "mutate", "-j", str(options.jobs)]
+    if options.programs:
+        command += ["--target", "reference_frames", *options.programs.split(",")]
+    subprocess.run(command, cwd=PROJECT, check=True)
     return tree
 
 
@@ -238,12 +245,13 @@ def chosen(mutants, options, results):
 def play_all(mutants, trial, results, jobs, memory):
     print(f"== {len(mutants)} mutants", flush=True)
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
-        for done, (mutant, result) in enumerate(zip(mutants, pool.map(trial.play, mutants))):
+        playing = {pool.submit(trial.play, one): one for one in mutants}
+        for each in concurrent.futures.as_completed(playing):
+            mutant, result = playing[each], each.result()
             results[result_key(mutant)] = result
             if result["outcome"] != CAUGHT:
                 print(f"   {mutant.file}:{mutant.line} {mutant.kind} {mutant.text}: {result['outcome']} {result['by']}", flush=True)
-            if done % 20 == 19:
-                memory.write_text(json.dumps(results))
+            memory.write_text(json.dumps(results))
     memory.write_text(json.dumps(results))
 
 
@@ -257,7 +265,7 @@ def main():
     memory = BUILD / "results.json"
     results = json.loads(memory.read_text()) if memory.exists() else {}
     taken = chosen(mutants, options, results)
-    suite = Suite(BUILD)
+    suite = Suite(BUILD, options.programs.split(",") if options.programs else [])
     if suite.preparation:
         subprocess.run(suite.preparation.command, cwd=suite.preparation.folder, check=True)
     reach = Reach(suite, tree, mutants)

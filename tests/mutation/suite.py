@@ -8,11 +8,12 @@ import time
 from dataclasses import dataclass, field
 from pathlib import Path
 
-# Mutants unlink, write and kill: each test has processes and shared memory of its own, and can write in the build's folder
-# alone. It does not run as process 1, which signals do not end.
+# Mutants unlink, write and kill: each test has processes, shared memory and /tmp of its own, and can write in the build's
+# folder alone. It does not run as process 1, which signals do not end.
 ISOLATED = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
 PLACE = """
 mount -t tmpfs none /dev/shm && mount --bind "$1" "$1" && mount -o remount,bind,ro / || exit 99
+case $1 in /tmp/*) ;; *) mount -t tmpfs none /tmp || exit 99 ;; esac
 cd "$2" && shift 2 || exit 99
 ulimit -c 0 -v 12000000 -f 16000000
 "$@"
@@ -60,12 +61,14 @@ def read_test(entry):
 
 
 class Suite:
-    def __init__(self, build):
+    def __init__(self, build, programs):
         self.build = Path(build)
         listed = subprocess.run(["ctest", "--show-only=json-v1"], cwd=build, check=True, capture_output=True).stdout
         entries = [one for one in json.loads(listed)["tests"] if one.get("command")]
         tests = [read_test(one) for one in entries]
         self.tests = {one.name: one for one in tests if set(one.needs) <= {"media"} and one.name != "make_media"}
+        if programs:
+            self.tests = {name: one for name, one in self.tests.items() if one.program() in programs}
         self.preparation = next((one for one in tests if one.name == "make_media"), None)
         self.prefix = self.find_prefix()
 

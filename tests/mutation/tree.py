@@ -13,6 +13,11 @@ from pathlib import Path
 from conditions import BOUND, Condition, Finder, rewritten
 
 FINDER = (Path(__file__).parent / "conditions.py").read_bytes()
+# Warnings are for what people write, not for what is made of it.
+QUIET = b"""
+target_compile_options(qmio_objects PRIVATE -w)
+target_compile_options(qmio_internal INTERFACE -w)
+"""
 SPARE = 16  # numbers that a file may grow by before others have to be compiled again
 
 
@@ -56,7 +61,7 @@ class Tree:
             if name.suffix not in (".h", ".cpp") or not (self.copy / name).exists():
                 self.put(name, (self.source / name).read_bytes())
         lists = (self.source / "CMakeLists.txt").read_bytes()
-        self.put(Path("CMakeLists.txt"), lists + b"\n# Warnings are for what people write.\ntarget_compile_options(qmio_objects PRIVATE -w)\n")
+        self.put(Path("CMakeLists.txt"), lists + QUIET)
         self.put(Path("mutant.h"), (Path(__file__).parent / "mutant.h").read_bytes())
 
     def put(self, name, data):

@@ -1,21 +1,31 @@
 // What only systems with fork, links and /dev/shm have.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <mutex>
+#include <thread>
 #include <vector>
 
+#include "platform/file.h"
 #include "platform/module_path_in.h"
 #include "platform/named_mutex.h"
 #include "platform/posix/shared_directory.h"
 #include "platform/shared_mapping.h"
 #include "platform/system.h"
+#include "platform/text.h"
 #include "support/process.h"
 #include "support/shared_counts.h"
 #include "support/temp_dir.h"
@@ -89,6 +99,105 @@ TEST(ScarceDescriptors, DoNotLetTwoProcessesIntoAMutex) {
     EXPECT_EQ(other.read_line(), "counted");
     EXPECT_EQ(counts.visits, 2000);
     EXPECT_EQ(counts.meetings, 0);
+}
+
+// A handler that does nothing but interrupt what waits in the system.
+class InterruptingSignal {
+  public:
+    InterruptingSignal() {
+        struct sigaction action {};
+        action.sa_handler = [](int) {};
+        ::sigaction(SIGUSR1, &action, &before_);
+    }
+    InterruptingSignal(const InterruptingSignal&) = delete;
+    InterruptingSignal& operator=(const InterruptingSignal&) = delete;
+    ~InterruptingSignal() { ::sigaction(SIGUSR1, &before_, nullptr); }
+
+    static void send_some(std::thread& thread) {
+        for (int i = 0; i < 20; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            ::pthread_kill(thread.native_handle(), SIGUSR1);
+        }
+    }
+
+  private:
+    struct sigaction before_ {};
+};
+
+class InterruptedThread : public testing::Test {
+  protected:
+    std::string made_pipe() const {
+        ::mkfifo((folder_ / "pipe").c_str(), 0600);
+        return (folder_ / "pipe").string();
+    }
+
+    const TempDir folder_;
+    const InterruptingSignal signal_;
+};
+
+TEST_F(InterruptedThread, IsNotLetIntoAMutexThatAnotherProcessHas) {
+    const std::string name = "interrupted-" + unique_name();
+    Process other(host_program("mutex_holder"), {name});
+    other.write_line("lock");
+    ASSERT_EQ(other.read_line(), "locked");
+    const auto mutex = NamedMutex::open(name);
+    ASSERT_TRUE(mutex);
+    std::atomic<bool> is_inside = false;
+    std::thread waiting([&] {
+        const std::lock_guard inside(*mutex);
+        is_inside = true;
+    });
+    InterruptingSignal::send_some(waiting);
+    EXPECT_FALSE(is_inside);
+    other.write_line("unlock");
+    waiting.join();
+    EXPECT_TRUE(is_inside);
+}
+
+TEST_F(InterruptedThread, ReadsOn) {
+    const Descriptor writing(::open(made_pipe().c_str(), O_RDWR | O_CLOEXEC));
+    const auto file = ReadFile::open(made_pipe(), kCodePageUtf8);
+    ASSERT_TRUE(writing && file);
+    int count = -1;
+    std::thread reading([&] {
+        std::array<uint8_t, 8> buffer{};
+        count = file->read(buffer.data(), static_cast<int>(buffer.size()));
+    });
+    InterruptingSignal::send_some(reading);
+    ASSERT_EQ(::write(writing.get(), "late", 4), 4);
+    reading.join();
+    EXPECT_EQ(count, 4);
+    EXPECT_EQ(file->size(), -1) << "which a pipe has not";
+}
+
+TEST_F(InterruptedThread, WritesItsLineOnceThereIsRoom) {
+    const Descriptor reading(::open(made_pipe().c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    const auto file = AppendFile::open(made_pipe());
+    ASSERT_TRUE(reading && file);
+    const std::string much(4096, '.');
+    while (::write(reading.get(), much.data(), much.size()) > 0) {
+    }
+    std::thread writing([&] { file->write("the line"); });
+    InterruptingSignal::send_some(writing);
+    std::string read;
+    std::array<char, 4096> buffer{};
+    for (bool is_over = false; !is_over;) {
+        const ssize_t count = ::read(reading.get(), buffer.data(), buffer.size());
+        is_over = count <= 0 && !writing.joinable();
+        read.append(buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+        if (count <= 0 && writing.joinable())
+            writing.join();
+    }
+    EXPECT_EQ(read.substr(read.find_first_not_of('.')), "the line");
+}
+
+TEST(ReadFileOnPosix, TellsWhyItCannotBeOpened) {
+    const TempDir folder;
+    int error = 0;
+    EXPECT_FALSE(ReadFile::open((folder / "missing").string(), kCodePageUtf8, &error));
+    EXPECT_EQ(error, ENOENT);
+    EXPECT_FALSE(ReadFile::open(folder.path().string(), kCodePageUtf8, &error));
+    EXPECT_EQ(error, EISDIR);
 }
 
 TEST(ForkWithoutExec, DoesNotHandDownTheMapping) {
