@@ -88,7 +88,7 @@ class Reach:
         self.memory.write_text(json.dumps(self.known))
 
     def by_mutant(self):
-        """{number: [names of tests]}, cheap and particular ones first, each program in turn."""
+        """{number: [names of tests]}, cheap and particular ones first, and not all of one program."""
         found = defaultdict(list)
         for name, one in self.known.items():
             if name not in self.suite.tests or one["outcome"] != PASSED:
@@ -97,17 +97,24 @@ class Reach:
             reached = len(entered) - entered.count(0)
             for mutant in self.mutants:
                 if mutant.number < len(entered) and reaches(mutant, entered[mutant.number]):
-                    found[mutant.number].append((one["seconds"] * (20 + reached), name))
+                    weight = self.weight(mutant, self.suite.tests[name], entered[mutant.number])
+                    found[mutant.number].append((weight * one["seconds"] * (20 + reached), name))
         return {number: self.in_turn(sorted(tests)) for number, tests in found.items()}
+
+    @staticmethod
+    def weight(mutant, test, entered):
+        """Tests of the same folder come first, and those that go both ways."""
+        of_folder = f"tests/{mutant.file.split('/')[1]}" in test.folder
+        return (1 if of_folder else 8) * (1 if entered == 3 else 3)
 
     def in_turn(self, tests):
         places = defaultdict(int)
         ranked = []
         for cost, name in tests:
             program = self.suite.tests[name].program()
-            ranked.append((places[program], cost, name))
             places[program] += 1
-        return [name for _, _, name in sorted(ranked)]
+            ranked.append((cost * places[program], name))
+        return [name for _, name in sorted(ranked)]
 
     def failed(self):
         return {name: one["outcome"] for name, one in self.known.items() if name in self.suite.tests and one["outcome"] not in (PASSED, SKIPPED)}
@@ -146,7 +153,7 @@ class Trial:
             outcome, _ = self.suite.run(self.suite.tests[name], {"QMIO_MUTANT": str(mutant.number)}, limit)
             if outcome not in (PASSED, SKIPPED):
                 with self.lock:
-                    self.catchers[mutant.file, mutant.function][name] += 1
+                    self.catchers[mutant.file, mutant.function][name] += outcome != TOO_LONG
                 return {"outcome": CAUGHT, "by": name + (" (no end)" if outcome == TOO_LONG else "")}
         if not tests:
             return {"outcome": UNREACHED, "by": ""}
