@@ -81,10 +81,9 @@ make_rates() {
 
 make_fields() {
     for order in tff bff; do
-        top=$([ $order = tff ] && echo 1 || echo 0)
         encode 320x192 30 25:1 h264_$order.mp4 -vf setfield=$order $(x264 keyint=15:bframes=2:$order=1)
         encode 320x192 30 25:1 mpeg2_$order.ts -vf setfield=$order \
-            -c:v mpeg2video -flags +ilme+ildct -top $top -g 15 -bf 2 -b:v 3M
+            -c:v mpeg2video -flags +ilme+ildct -g 15 -bf 2 -b:v 3M
     done
 }
 
@@ -305,15 +304,26 @@ first_video() {
 }
 
 # reference FILE LIST: what the ffmpeg program decodes from the first video stream, every picture once and unscaled.
-# Damaged pictures count only if a decoder hands them out by itself, which the program by default asks it to do.
+# Damaged pictures count only if a decoder hands them out by itself, which the program by default asks it to do. Fails where
+# there is none.
 reference() {
     set -- "$1" "$2" $(first_video "$1")
     [ "${3:-0}" -gt 0 ] || return 0
-    ff -noautorotate -flags -output_corrupt -i "$1" -map 0:v:0 -autoscale 0 -fps_mode passthrough -f rawvideo - \
-        2>/dev/null | "$programs/reference_frames" "$5" "$3" "$4" "$2" || {
-        echo "no reference for $1" >&2
+    lost=0
+    ff -noautorotate -flags -output_corrupt -i "$1" -map 0:v:0 -noautoscale -fps_mode passthrough -f rawvideo - \
+        2>"$2.errors" | "$programs/reference_frames" "$5" "$3" "$4" "$2" || {
+        lost=1
+        tell_lost "$1" "$2"
         rm -f "$2"
     }
+    rm "$2.errors"
+    return $lost
+}
+
+# A pipe keeps the exit code of its last program alone: that ffmpeg failed shows in that nothing came out of it.
+tell_lost() {
+    echo "no reference for $1" >&2
+    head -n 5 "$2.errors" >&2
 }
 
 # The audio streams by ffprobe's word, a line each: sample format, rate, channels.
@@ -325,29 +335,35 @@ audio_streams() {
 
 # sound_reference FILE LIST: what the ffmpeg program decodes from each audio stream, in the decoder's own format.
 sound_reference() {
-    track=0
-    audio_streams "$1" | while read -r _ format rate channels _; do
-        case $format in
-            u8*) bytes=1 raw=u8 ;;
-            s16*) bytes=2 raw=s16le ;;
-            s32*) bytes=4 raw=s32le ;;
-            s64*) bytes=8 raw=s64le ;;
-            flt*) bytes=4 raw=f32le ;;
-            dbl*) bytes=8 raw=f64le ;;
-            *) bytes=0 raw=none ;;
-        esac
-        if [ $bytes -gt 0 ] && [ $track -lt 16 ]; then
-            ff -i "$1" -map 0:a:$track -c:a pcm_$raw -f data - 2>/dev/null |
-                "$programs/reference_sound" $track "$format" $bytes "$channels" "$rate" >>"$2" ||
-                echo "no reference for the sound of $1" >&2
-        fi
-        track=$((track + 1))
-    done
+    audio_streams "$1" | {
+        track=0 lost=0
+        while read -r _ format rate channels _; do
+            case $format in
+                u8*) bytes=1 raw=u8 ;;
+                s16*) bytes=2 raw=s16le ;;
+                s32*) bytes=4 raw=s32le ;;
+                s64*) bytes=8 raw=s64le ;;
+                flt*) bytes=4 raw=f32le ;;
+                dbl*) bytes=8 raw=f64le ;;
+                *) bytes=0 raw=none ;;
+            esac
+            if [ $bytes -gt 0 ] && [ $track -lt 16 ]; then
+                ff -i "$1" -map 0:a:$track -c:a pcm_$raw -f data - 2>"$2.errors" |
+                    "$programs/reference_sound" $track "$format" $bytes "$channels" "$rate" >>"$2" || {
+                    lost=1
+                    tell_lost "the sound of $1" "$2"
+                }
+                rm "$2.errors"
+            fi
+            track=$((track + 1))
+        done
+        return $lost
+    }
 }
 
 make_sound_references() {
     for path in "$real"/*; do
-        [ ! -f "$path" ] || sound_reference "$path" "real/$(basename "$path").sound"
+        [ ! -f "$path" ] || sound_reference "$path" "real/$(basename "$path").sound" || true # damaged, some of them
     done &
     for file in *.* sound/*; do
         case $file in
@@ -362,7 +378,7 @@ make_sound_references() {
 
 make_references() {
     for path in "$real"/*; do
-        [ ! -f "$path" ] || reference "$path" "real/$(basename "$path").frames"
+        [ ! -f "$path" ] || reference "$path" "real/$(basename "$path").frames" || true # damaged, some of them
     done &
     # A change of size in mid-stream has no reference: its pictures are told by their numbers alone.
     for file in *.* counted/*.*; do

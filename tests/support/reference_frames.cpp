@@ -1,7 +1,8 @@
 // reference_frames PIX_FMT WIDTH HEIGHT OUT
 //   Reads raw pictures, as the ffmpeg program decoded them, from standard input and writes one line for each to OUT:
-//   its index, the hash of the BGRA picture that libswscale makes of it, its width and height. The conversion runs on
-//   aligned and padded memory, where libswscale neither leaves pixels unwritten nor writes past a row.
+//   its index, the hash of the BGRA picture that libswscale makes of it, its width and height; fails where nothing comes.
+//   The conversion runs on aligned and padded memory, where libswscale neither leaves pixels unwritten nor writes past a
+//   row.
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
@@ -131,7 +132,8 @@ bool write_references(AVPixelFormat format, int width, int height, std::FILE* ou
     std::vector<uint8_t> raw(static_cast<std::size_t>(size));
     std::size_t got = std::fread(raw.data(), 1, raw.size(), stdin);
     const int scaled_width = width_that_fills(*source, *picture);
-    for (int index = 0; got == raw.size(); ++index) {
+    int index = 0;
+    for (; got == raw.size(); ++index) {
         unpack(raw, *source);
         if (!scale(*source, *picture, scaled_width))
             return false;
@@ -141,7 +143,8 @@ bool write_references(AVPixelFormat format, int width, int height, std::FILE* ou
         std::fprintf(out, "%d %016" PRIx64 " %d %d\n", index, hash, width, height);
         got = std::fread(raw.data(), 1, raw.size(), stdin);
     }
-    return got == 0 && std::feof(stdin) != 0;  // a rest means that size or format are not what was decoded
+    // A rest means that size or format are not what was decoded.
+    return index > 0 && got == 0 && std::feof(stdin) != 0;
 }
 
 }  // namespace

@@ -46,5 +46,5 @@ int main(int argc, char** argv) {
     for (const uint64_t value : hash.values())
         std::printf(" %016" PRIx64, value);
     std::printf("\n");
-    return 0;
+    return hash.samples() > 0 ? 0 : 1;
 }
