@@ -11,33 +11,37 @@ namespace qmio::ffmpeg {
 
 namespace {
 
-constexpr std::size_t kMatrixBytes = 9 * sizeof(int32_t);
-
 // Since FFmpeg 6.1 it is part of the parameters.
 #if LIBAVFORMAT_VERSION_INT < AV_VERSION_INT(60, 15, 100)
-const uint8_t* matrix_of(const AVStream& stream) {
+const AVPacketSideData* find(const AVStream& stream) {
     for (int entry = 0; entry < stream.nb_side_data; ++entry)
-        if (stream.side_data[entry].type == AV_PKT_DATA_DISPLAYMATRIX && stream.side_data[entry].size >= kMatrixBytes)
-            return stream.side_data[entry].data;
+        if (stream.side_data[entry].type == AV_PKT_DATA_DISPLAYMATRIX)
+            return &stream.side_data[entry];
     return nullptr;
 }
 #else
-const uint8_t* matrix_of(const AVStream& stream) {
-    const AVPacketSideData* const entry = av_packet_side_data_get(
-        stream.codecpar->coded_side_data, stream.codecpar->nb_coded_side_data, AV_PKT_DATA_DISPLAYMATRIX);
-    return entry != nullptr && entry->size >= kMatrixBytes ? entry->data : nullptr;
+const AVPacketSideData* find(const AVStream& stream) {
+    return av_packet_side_data_get(stream.codecpar->coded_side_data, stream.codecpar->nb_coded_side_data,
+                                   AV_PKT_DATA_DISPLAYMATRIX);
 }
 #endif
 
 }  // namespace
 
+std::optional<DisplayMatrix> display_matrix(const AVStream& stream) {
+    DisplayMatrix matrix;
+    const AVPacketSideData* const entry = find(stream);
+    if (entry == nullptr || entry->size < sizeof matrix)
+        return std::nullopt;
+    std::memcpy(matrix.data(), entry->data, sizeof matrix);
+    return matrix;
+}
+
 int display_rotation(const AVStream& stream) {
-    const uint8_t* const bytes = matrix_of(stream);
-    if (bytes == nullptr)
+    const std::optional<DisplayMatrix> matrix = display_matrix(stream);
+    if (!matrix)
         return 0;
-    int32_t matrix[9];
-    std::memcpy(matrix, bytes, sizeof matrix);
-    const double counterclockwise = av_display_rotation_get(matrix);
+    const double counterclockwise = av_display_rotation_get(matrix->data());
     // A matrix that maps everything to one line has no angle.
     if (std::isnan(counterclockwise))
         return 0;

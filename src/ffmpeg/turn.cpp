@@ -5,6 +5,7 @@
 #include <cstring>
 #include <utility>
 
+#include "ffmpeg/display_rotation.h"
 #include "ffmpeg/exact_scale.h"
 
 namespace qmio::ffmpeg {
@@ -12,12 +13,6 @@ namespace qmio::ffmpeg {
 namespace {
 
 constexpr int kTile = 32;  // pixels; columns that become rows are read tile by tile, as long as their lines are at hand
-
-const int32_t* display_matrix(const AVStream& stream) {
-    std::size_t size = 0;
-    const uint8_t* const data = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
-    return data != nullptr && size >= 9 * sizeof(int32_t) ? reinterpret_cast<const int32_t*>(data) : nullptr;
-}
 
 bool is_in_plane(const AVPixFmtDescriptor& format, int component, int plane) {
     return component < format.nb_components && format.comp[component].plane == plane;
@@ -154,8 +149,8 @@ bool turn_planes(const Picture& target, const Picture& source, Turn turn) {
 }  // namespace
 
 Turn turn_of(const AVStream& stream) {
-    const int32_t* const matrix = display_matrix(stream);
-    return matrix != nullptr ? turn_of_matrix(matrix) : Turn{};
+    const std::optional<DisplayMatrix> matrix = display_matrix(stream);
+    return matrix ? turn_of_matrix(matrix->data()) : Turn{};
 }
 
 // A point x, y is shown at x * m[0] + y * m[3], x * m[1] + y * m[4].
