@@ -8,6 +8,7 @@
 #include "support/media.h"
 #include "support/plain_file.h"
 #include "support/plain_sound.h"
+#include "support/release_names.h"
 #include "support/temp_dir.h"
 
 namespace qmio::test {
@@ -254,14 +255,14 @@ TEST_P(FieldOrder, EveryPictureTellsItsTypeFieldsAndTime) {
         ASSERT_LT(static_cast<std::size_t>(number), plain.size());
         const AVFrame& picture = *plain[static_cast<std::size_t>(number)];
         ASSERT_EQ(file_param(media, "dts_frame"), number);
-        ASSERT_EQ(file_param(media, "interlace"), picture.interlaced_frame) << number;
-        ASSERT_EQ(file_param(media, "top_field"), picture.top_field_first) << number;
+        ASSERT_EQ(file_param(media, "interlace"), is_interlaced(picture)) << number;
+        ASSERT_EQ(file_param(media, "top_field"), is_top_field_first(picture)) << number;
         expect_stream_params(media, 0,
                              {{"vpts", picture.pts},
                               {"frame_num", number},
                               {"frame_type", av_get_picture_type_char(picture.pict_type)},
-                              {"interlace", picture.interlaced_frame},
-                              {"top_field", picture.top_field_first}});
+                              {"interlace", is_interlaced(picture)},
+                              {"top_field", is_top_field_first(picture)}});
         ++number;
     };
     while (qmio_read_frame(media.get(), buffer.data()) > 1)

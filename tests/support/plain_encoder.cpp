@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "support/release_names.h"
+
 namespace qmio::test {
 
 namespace {
@@ -10,7 +12,7 @@ namespace {
 void choose_layout(AVCodecContext& codec, const AVCodec& encoder, int channels) {
     av_channel_layout_default(&codec.ch_layout, channels);
     const AVChannelLayout* own = nullptr;
-    for (const AVChannelLayout* one = encoder.ch_layouts; one != nullptr && one->nb_channels > 0; ++one) {
+    for (const AVChannelLayout* one = layouts_of(encoder); one != nullptr && one->nb_channels > 0; ++one) {
         if (av_channel_layout_compare(one, &codec.ch_layout) == 0)
             return;
         own = own == nullptr && one->nb_channels == channels ? one : own;

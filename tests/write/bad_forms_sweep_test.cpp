@@ -15,6 +15,7 @@ extern "C" {
 
 #include "support/case_process.h"
 #include "support/plain_file.h"
+#include "support/release_names.h"
 #include "support/seed.h"
 
 namespace qmio::test {
@@ -61,12 +62,13 @@ Texts with(Texts bad, const char* key, const char* good) {
 }
 
 Texts pixels_of(const AVCodec& encoder) {
-    return with(kPixels, ",pix=", encoder.pix_fmts != nullptr ? av_get_pix_fmt_name(encoder.pix_fmts[0]) : "yuv420p");
+    const AVPixelFormat* own = pixel_formats_of(encoder);
+    return with(kPixels, ",pix=", own != nullptr ? av_get_pix_fmt_name(own[0]) : "yuv420p");
 }
 
 Texts formats_of(const AVCodec& encoder) {
-    return with(kFormats,
-                ",afmt=", encoder.sample_fmts != nullptr ? av_get_sample_fmt_name(encoder.sample_fmts[0]) : "s16");
+    const AVSampleFormat* own = sample_formats_of(encoder);
+    return with(kFormats, ",afmt=", own != nullptr ? av_get_sample_fmt_name(own[0]) : "s16");
 }
 
 // What options ask of an encoder, and for each of three parameters its values, one that is good as the last.

@@ -13,6 +13,7 @@
 
 #include "support/made_pictures.h"
 #include "support/plain_encoder.h"
+#include "support/release_names.h"
 #include "support/seed.h"
 #include "support/sound_through_ring.h"
 #include "support/temp_dir.h"
@@ -40,27 +41,27 @@ std::vector<const AVCodec*> sound_encoders() {
 std::vector<int> rates_of(const AVCodec& encoder) {
     std::vector<int> rates;
     for (const int rate : kUsualRates) {
-        const int* one = encoder.supported_samplerates;
+        const int* one = sample_rates_of(encoder);
         while (one != nullptr && *one != 0 && *one != rate)
             ++one;
         if (one == nullptr || *one == rate)
             rates.push_back(rate);
     }
     if (rates.empty())
-        rates.push_back(*encoder.supported_samplerates);
+        rates.push_back(*sample_rates_of(encoder));
     return rates;
 }
 
 std::set<int> counts_of(const AVCodec& encoder) {
     std::set<int> counts;
-    for (const AVChannelLayout* one = encoder.ch_layouts; one != nullptr && one->nb_channels > 0; ++one)
+    for (const AVChannelLayout* one = layouts_of(encoder); one != nullptr && one->nb_channels > 0; ++one)
         counts.insert(one->nb_channels);
     return counts.empty() ? std::set<int>(std::begin(kUsualCounts), std::end(kUsualCounts)) : counts;
 }
 
 std::vector<AVSampleFormat> formats_of(const AVCodec& encoder) {
     std::vector<AVSampleFormat> formats;
-    for (const AVSampleFormat* one = encoder.sample_fmts; one != nullptr && *one != AV_SAMPLE_FMT_NONE; ++one)
+    for (const AVSampleFormat* one = sample_formats_of(encoder); one != nullptr && *one != AV_SAMPLE_FMT_NONE; ++one)
         formats.push_back(*one);
     return formats.empty() ? std::vector{AV_SAMPLE_FMT_S16} : formats;
 }
