@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "support/muxer_films.h"
@@ -79,7 +80,7 @@ constexpr Film kImages = {
 constexpr Film kNothing = {"film%03d.nut", kSegments.options, {}};
 
 // A muxer that nobody named here is held to be one of segments.
-const Film& film_for(const std::string& muxer) {
+const Film& film_for(std::string_view muxer) {
     return muxer == "image2" ? kImages : muxer == "null" ? kNothing : kSegments;
 }
 
