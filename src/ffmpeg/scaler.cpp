@@ -107,8 +107,15 @@ bool pairs_columns(const Picture& source, const Picture& target, int flags) {
            (fast && is_one_of(source.format, {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA420P}));
 }
 
+// In libswscale 8 the table for one bit per pixel writes the last columns, and leaves the bits behind them 0.
+bool writes_last_columns(AVPixelFormat target) {
+    return target == AV_PIX_FMT_MONOBLACK && LIBSWSCALE_VERSION_MAJOR >= 8;
+}
+
 // How many columns the converters that leave the rest out write at a time; 1 for all others.
 int columns_at_a_time(const Picture& source, const Picture& target, int flags) {
+    if (writes_last_columns(target.format))
+        return 1;
     if (uses_tables(source, target, flags))
         return writes_columns_in_eights(target.format) ? 8 : 2;
     return pairs_columns(source, target, flags) ? 2 : 1;

@@ -31,7 +31,7 @@ bool is_avi(const AVOutputFormat& format) {
     return std::strcmp(format.name, "avi") == 0;
 }
 
-// Muxers without FFmpeg's flag for variable rates that nevertheless write the time of every packet.
+// Muxers that write the time of every packet, though they had FFmpeg's flag for variable rates not before 7.0.
 bool writes_every_time(const AVOutputFormat& format) {
     return av_match_name(format.name, "mov,mp4,3gp,3g2,psp,ipod,ismv,f4v") != 0;
 }
@@ -44,7 +44,8 @@ bool goes_by_rate(const AVOutputFormat& format, const SourceTimes& times) {
         return false;
     if (is_avi(format))
         return picture > 2 * tick;
-    return (format.flags & AVFMT_VARIABLE_FPS) == 0 && picture > tick;
+    const bool is_variable = (format.flags & AVFMT_VARIABLE_FPS) != 0 && !writes_every_time(format);
+    return !is_variable && picture > tick;
 }
 
 // Since FFmpeg 6.1 it is part of the parameters.

@@ -138,16 +138,25 @@ TEST(AudioTrace, HasNoComplaintsOfPacketsThatHoldSeveralFrames) {
 }
 
 // The resampler gets no memory of its own for a frame that is the first of its size.
-TEST(AudioTrace, TellsThatAConversionFailed) {
+// What taking a packet's sound tells while no piece of memory may be larger.
+Lines told_with(std::size_t largest) {
     const Media media = open_sound(sound("stereo_s16.wav"));
-    ASSERT_TRUE(choose(media, 0, {2, 22050, AV_SAMPLE_FMT_FLT}));
+    EXPECT_TRUE(choose(media, 0, {2, 22050, AV_SAMPLE_FMT_FLT}));
     Bytes buffer(1 << 20);
-    ASSERT_EQ(qmio_get_frame(media.get()), 2);
+    EXPECT_EQ(qmio_get_frame(media.get()), 2);
     const TraceLines trace(TraceSwitch::open);
-    av_max_alloc(6000);
+    av_max_alloc(largest);
     qmio_audio_frame(media.get(), buffer.data());
     av_max_alloc(INT_MAX);
-    EXPECT_EQ(lines_of(trace, "qmio_audio_pkt"), Lines{"swr_convert error"});
+    return lines_of(trace, "qmio_audio_pkt");
+}
+
+// How much decoding takes differs from release to release; converting takes more.
+TEST(AudioTrace, TellsThatAConversionFailed) {
+    std::size_t largest = 6000;
+    while (largest < 100000 && told_with(largest) == Lines{"avcodec_decode_audio4 error"})
+        largest += 1000;
+    EXPECT_EQ(told_with(largest), Lines{"swr_convert error"});
 }
 
 TEST(AudioTrace, IsSilentWhileItsSwitchIsOff) {

@@ -288,7 +288,7 @@ TEST_F(Configuration, PicturesMayBeLimited) {
 }
 
 TEST_F(Configuration, StreamsMayBeLimited) {
-    const std::string name = utf8(media_path("two_tracks_pcm_mp2.mkv"));
+    const std::string name = utf8(media_path("two_audio_tracks.mp4"));
     configure("<max_streams>1</max_streams>");
     start();
     EXPECT_EQ(ask("open " + name), "null");

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <climits>
 #include <regex>
+#include <sstream>
 
 #include "support/made_pictures.h"
 #include "support/media.h"
@@ -28,6 +29,13 @@ Lines masked(const TraceLines& trace) {
         line = std::regex_replace(line, std::regex("(: |\\[)[^ ]*qmio-test-[0-9-]+."), "$1FOLDER/");
     }
     return lines;
+}
+
+// Those of the muxer, which differ from release to release.
+std::string flags_of(const char* muxer) {
+    std::ostringstream text;
+    text << "0x" << std::hex << av_guess_format(muxer, nullptr, nullptr)->flags;
+    return text.str();
 }
 
 class CreationLog : public testing::Test {
@@ -74,7 +82,8 @@ TEST_F(CreationLog, TellsEveryStepInOrder) {
                "qmio_create_u8: after write header, format packet_size 0",
                "qmio_create_u8: after write header, fps 1001/30000, tbr 1001/30000, tbs 1/30000, tbc "
                "1001/30000",
-               "qmio_create_u8: format flags 0x50040", "qmio_create_u8: done, index handle POINTER, mem POINTER"}));
+               "qmio_create_u8: format flags " + flags_of("mov"),
+               "qmio_create_u8: done, index handle POINTER, mem POINTER"}));
 }
 
 TEST_F(CreationLog, TellsTheOptionsAndWhoTookThem) {

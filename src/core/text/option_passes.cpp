@@ -1,6 +1,7 @@
 #include "core/text/option_passes.h"
 
 #include "core/process/trace.h"
+#include "ffmpeg/option_names.h"
 #include "ffmpeg/protocol.h"
 
 namespace qmio {
@@ -30,9 +31,12 @@ void add_known_options(void* object, ffmpeg::Dictionary& dictionary, const Optio
         std::string key = pair.key;
         if (!cut_stream_suffix(key, filter))
             continue;
-        const AVOption* option = av_opt_find(object, key.c_str(), nullptr, 0, search_flags);
-        if (option != nullptr && (option->flags & filter) == filter)
-            dictionary.set(key.c_str(), pair.value.c_str());
+        const AVOption* option = ffmpeg::find_option(object, key.c_str(), search_flags);
+        if (option == nullptr || (option->flags & filter) != filter)
+            continue;
+        // A name of today goes before one of earlier days.
+        if (key == option->name || dictionary.get(option->name) == nullptr)
+            dictionary.set(option->name, pair.value.c_str());
     }
 }
 
