@@ -88,10 +88,12 @@ bool uses_tables(const Picture& source, const Picture& target, int flags) {
                                      AV_PIX_FMT_MONOBLACK});
 }
 
-// Most tables go by pairs of columns.
+// Most tables go by pairs of columns; in libswscale 8 that for one bit per pixel, too.
 bool writes_columns_in_eights(AVPixelFormat target) {
+    if (target == AV_PIX_FMT_MONOBLACK)
+        return LIBSWSCALE_VERSION_MAJOR < 8;
     return is_one_of(target, {AV_PIX_FMT_RGB565LE, AV_PIX_FMT_RGB555LE, AV_PIX_FMT_BGR565LE, AV_PIX_FMT_BGR555LE,
-                              AV_PIX_FMT_RGB444LE, AV_PIX_FMT_BGR444LE, AV_PIX_FMT_MONOBLACK});
+                              AV_PIX_FMT_RGB444LE, AV_PIX_FMT_BGR444LE});
 }
 
 // Planar colours become semi-planar or packed ones by pairs of columns.
@@ -107,15 +109,8 @@ bool pairs_columns(const Picture& source, const Picture& target, int flags) {
            (fast && is_one_of(source.format, {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA420P}));
 }
 
-// In libswscale 8 the table for one bit per pixel writes the last columns, and leaves the bits behind them 0.
-bool writes_last_columns(AVPixelFormat target) {
-    return target == AV_PIX_FMT_MONOBLACK && LIBSWSCALE_VERSION_MAJOR >= 8;
-}
-
 // How many columns the converters that leave the rest out write at a time; 1 for all others.
 int columns_at_a_time(const Picture& source, const Picture& target, int flags) {
-    if (writes_last_columns(target.format))
-        return 1;
     if (uses_tables(source, target, flags))
         return writes_columns_in_eights(target.format) ? 8 : 2;
     return pairs_columns(source, target, flags) ? 2 : 1;

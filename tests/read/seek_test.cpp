@@ -260,12 +260,13 @@ TEST(UnevenPictures, ANumberInAGapGivesTheNextPicture) {
             ASSERT_GE(picture.number, last) << name << " frame " << frame;
             last = picture.number;
         }
-        EXPECT_GE(last, 87) << name;
+        const auto pictures = static_cast<int>(made_references(name).size());
+        EXPECT_GE(last, pictures - 3) << name;
         for (Picture picture = player.read(); picture.result > 1; picture = player.read())
             ASSERT_EQ(picture.number, ++last) << name;
         for (Picture picture = player.drain(); picture.result > 1; picture = player.drain())
             ASSERT_EQ(picture.number, ++last) << name;
-        EXPECT_EQ(last, 89) << name;
+        EXPECT_EQ(last, pictures - 1) << name;
     }
 }
 

@@ -253,6 +253,8 @@ TEST_F(Create, ToAContainerThatOpensItsOwnFilesNeedsNoOutput) {
 TEST_F(Create, ToAContainerThatCompletesItsOwnFilesWithATrailerFails) {
     for (const std::string container :
          {"dash", "fifo", "fifo_test", "hds", "hls", "smoothstreaming", "tee", "webm_chunk"}) {
+        if (av_guess_format(container.c_str(), nullptr, nullptr) == nullptr)
+            continue;  // not in every release
         testing::internal::CaptureStderr();
         EXPECT_FALSE(opens("fmt=" + container + "," + kVideo)) << container;
         EXPECT_NE(testing::internal::GetCapturedStderr().find("[" + container + "]"), std::string::npos) << container;
