@@ -1,5 +1,8 @@
 #include "ffmpeg/encoder_values.h"
 
+#include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <limits>
 #include <string_view>
 
@@ -57,6 +60,38 @@ constexpr Row kRows[] = {
     {"rpza", "picture size", outgrows_its_packet},         {"libxvid", "frame rate", is_rounded_to_no_rate},
 };
 
+// An assertion aborts the process where their rate control meets costs that no picture can have.
+constexpr std::string_view kTrustSamples[] = {"libaom-av1", "libx264"};
+
+// Bits of 16 in which no sample of the format may have a one; 0 where it has none of them, or samples are bytes.
+uint16_t unused_bits(const AVPixFmtDescriptor& format) {
+    const AVComponentDescriptor& sample = format.comp[0];
+    const bool is_known = (format.flags & (AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_FLOAT | AV_PIX_FMT_FLAG_HWACCEL)) == 0;
+    if (!is_known || sample.depth <= 8 || sample.depth >= 16)
+        return 0;
+    return static_cast<uint16_t>(~(((1U << sample.depth) - 1) << sample.shift));
+}
+
+uint16_t all_bits(const uint8_t* row, int bytes) {
+    unsigned bits = 0;
+    for (int at = 0; at + 1 < bytes; at += 2) {
+        uint16_t sample = 0;
+        std::memcpy(&sample, row + at, sizeof sample);
+        bits |= sample;
+    }
+    return static_cast<uint16_t>(bits);
+}
+
+uint16_t all_bits(const AVFrame& picture, const AVPixFmtDescriptor& format, int plane) {
+    const auto pixels = static_cast<AVPixelFormat>(picture.format);
+    const int shift = plane == 1 || plane == 2 ? format.log2_chroma_h : 0;
+    const int bytes = av_image_get_linesize(pixels, picture.width, plane);
+    unsigned bits = 0;
+    for (int row = 0; row < AV_CEIL_RSHIFT(picture.height, shift); ++row)
+        bits |= all_bits(picture.data[plane] + std::ptrdiff_t{row} * picture.linesize[plane], bytes);
+    return static_cast<uint16_t>(bits);
+}
+
 bool takes(const AVChannelLayout* list, const AVChannelLayout& layout) {
     for (; list->nb_channels > 0; ++list)
         if (av_channel_layout_compare(list, &layout) == 0)
@@ -98,6 +133,21 @@ int check_unchecked_values(AVCodecContext& context, const AVCodec& encoder) {
     for (const Row& row : kRows)
         if (row.encoder == encoder.name && row.is_deadly(context)) {
             av_log(&context, AV_LOG_ERROR, "The %s is missing or out of range\n", row.value);
+            return AVERROR(EINVAL);
+        }
+    return 0;
+}
+
+int check_unchecked_samples(AVCodecContext& context, const AVFrame& picture) {
+    const auto pixels = static_cast<AVPixelFormat>(picture.format);
+    const AVPixFmtDescriptor* const format = av_pix_fmt_desc_get(pixels);
+    const uint16_t unused = format != nullptr ? unused_bits(*format) : uint16_t{0};
+    if (unused == 0 ||
+        std::ranges::find(kTrustSamples, std::string_view(context.codec->name)) == std::end(kTrustSamples))
+        return 0;
+    for (int plane = 0; plane < av_pix_fmt_count_planes(pixels); ++plane)
+        if ((all_bits(picture, *format, plane) & unused) != 0) {
+            av_log(&context, AV_LOG_ERROR, "A sample has more bits than the pixel format\n");
             return AVERROR(EINVAL);
         }
     return 0;

@@ -16,4 +16,7 @@ void take_named_layout(AVCodecContext& context, const Dictionary& options);
 // refuse nor survive; 0 for every other, which the encoder answers itself.
 int check_unchecked_values(AVCodecContext& context, const AVCodec& encoder);
 
+// The same for the samples of a picture: those of more bits than its pixel format has.
+int check_unchecked_samples(AVCodecContext& context, const AVFrame& picture);
+
 }  // namespace qmio::ffmpeg

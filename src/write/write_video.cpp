@@ -9,6 +9,7 @@
 #include "core/process/trace.h"
 #include "core/process/why.h"
 #include "core/text/names.h"
+#include "ffmpeg/encoder_values.h"
 #include "ffmpeg/frame_flags.h"
 #include "write/packet_out.h"
 
@@ -93,6 +94,8 @@ int encode_frame(Writing& writing, const Video& video, const imio_picture& pictu
     frame.quality = video.codec->global_quality;
     mark_fields(frame, video.codec->field_order);
     tell_colours(frame, *video.codec);
+    if (const int refused = ffmpeg::check_unchecked_samples(*video.codec, frame); refused < 0)
+        return refused;
     return writing.encoder.encode(&packet, got, &frame);
 }
 

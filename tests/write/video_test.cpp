@@ -164,6 +164,26 @@ TEST_F(Video, EncoderWithDelayGivesNothingFirstAndLosesNothing) {
     EXPECT_EQ(numbers_in_file(), numbers_from(0, 40));
 }
 
+// Some encoders end the process over such samples, others take them for what they are.
+TEST_F(Video, SamplesOfMoreBitsThanTheirFormatHasAreRefusedWhereTheyDoHarm) {
+    const PictureMaker deep("AV_PIX_FMT_YUV420P10LE", 64, 48);
+    Bytes wrong = deep.picture(1);
+    wrong.back() |= 0x04;
+    for (const std::string encoder : {"libx264,preset=ultrafast", "libaom-av1,cpu-used=8", "ffv1"}) {
+        SCOPED_TRACE(encoder);
+        Writer writer(path(), "fmt=mov,pix_fmt=yuv420p10le,size=64x48,r=25,vcodec=" + encoder);
+        if (!writer.is_open())
+            continue;  // not every system has all of them
+        writer.write_picture(deep, 0);
+        qmio_write_frame(writer.handle(), wrong.data());
+        const bool refused = qmio_get_file_param(writer.handle(), "write_error") < 0;
+        EXPECT_EQ(refused, encoder != "ffv1");
+        writer.write_picture(deep, 2);
+        writer.close();
+        EXPECT_EQ(numbers_in_file().size(), refused ? 2U : 3U);
+    }
+}
+
 TEST_F(Video, PutLaterGivesTheSameFileAsWrittenAtOnce) {
     for (const uint32_t flags : {0U, unsigned{QMIO_CREATE_INTERLEAVED}}) {
         write_pictures(delayed(flags), yuv_, 25);
