@@ -13,10 +13,10 @@ extern "C" {
 // context is FFmpeg's.
 extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
-    return "leak:libx264.so\nleak:libx265.so\nleak:libvpx.so\nleak:libaom.so\nleak:libSvtAv1Enc.so\nleak:librav1e.so\n"
-           "leak:libmp3lame.so\nleak:libopus.so\nleak:libvorbis\nleak:libtheora\nleak:libcodec2.so\nleak:libtwolame."
-           "so\n"
-           "leak:libopenjp2.so\nleak:libwebp.so\nleak:libxvidcore.so\nleak:libspeex.so\nleak:libgsm.so\nleak:libjxl.so";
+    return "leak:libx264.so\nleak:libx265.so\nleak:libvpx.so\nleak:libaom.so\nleak:libSvtAv1Enc.so\n"
+           "leak:librav1e.so\nleak:libxvidcore.so\nleak:libopenjp2.so\nleak:libwebp.so\nleak:libjxl.so\n"
+           "leak:libtheora\nleak:libvorbis\nleak:libmp3lame.so\nleak:libopus.so\nleak:libcodec2.so\n"
+           "leak:libtwolame.so\nleak:libspeex.so\nleak:libgsm.so";
 }
 
 namespace qmio::fuzz {

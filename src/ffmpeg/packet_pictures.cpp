@@ -12,13 +12,6 @@ namespace {
 
 using Bytes = std::span<const uint8_t>;
 
-// The types of units that begin anew, or refer to what lies before a key picture.
-constexpr int kH264Idr = 5;
-constexpr int kHevcRaslFirst = 8;
-constexpr int kHevcRaslLast = 9;
-constexpr int kHevcBlaFirst = 16;
-constexpr int kHevcIdrLast = 20;
-
 bool is_hidden_vp8(Bytes bytes) {
     return (bytes[0] >> 4 & 1) == 0;
 }
@@ -165,7 +158,7 @@ void PacketPictures::look_at_headers(const AVPacket& packet, PacketPicture& pict
         return;
     const int unit = first_slice_type(codec_, bytes, length_bytes_);
     if (codec_ == AV_CODEC_ID_HEVC)
-        picture.refers_before_key = unit >= kHevcRaslFirst && unit <= kHevcRaslLast;
+        picture.refers_before_key = refers_before_key(unit);
     const bool may_be_field = codec_ == AV_CODEC_ID_H264 && !frames_only_;
     if (look_ == Look::everywhere || may_be_field || packet.pts == AV_NOPTS_VALUE)
         number_by_order_count(packet, unit, picture);
@@ -193,10 +186,9 @@ void PacketPictures::number_by_order_count(const AVPacket& packet, int unit, Pac
     av_parser_parse2(parser_.get(), context_.get(), &out, &size, packet.data, packet.size, packet.pts, packet.dts,
                      packet.pos);
     const bool is_hevc = codec_ == AV_CODEC_ID_HEVC;
-    const bool begins = is_hevc ? unit >= kHevcBlaFirst && unit <= kHevcIdrLast : unit == kH264Idr;
     if (!is_hevc && is_second_field())
         picture.kind = PacketPicture::Kind::second_field;
-    else if (begins)
+    else if (begins_sequence(codec_, unit))
         ++sequence_;
     picture.order = sequence_ * (int64_t{1} << 32) + parser_->output_picture_number;
 }

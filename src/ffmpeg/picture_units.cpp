@@ -13,9 +13,17 @@ constexpr int kH264Idr = 5;
 constexpr int kH264Delimiter = 9;
 constexpr int kH264Filler = 12;
 constexpr int kHevcSliceLast = 31;
+constexpr int kHevcRaslFirst = 8;
+constexpr int kHevcRaslLast = 9;
+constexpr int kHevcBlaFirst = 16;
+constexpr int kHevcIdrLast = 20;
 constexpr int kHevcSubLayerLast = 15;  // up to here even types are those that no other picture of their layer refers to
 constexpr int kHevcDelimiter = 35;
 constexpr int kHevcFiller = 38;
+
+int unit_type(AVCodecID codec, uint8_t first_byte) {
+    return codec == AV_CODEC_ID_H264 ? first_byte & 0x1F : (first_byte >> 1) & 0x3F;
+}
 
 bool is_slice(AVCodecID codec, int type) {
     return codec == AV_CODEC_ID_H264 ? type >= kH264Slice && type <= kH264Idr : type <= kHevcSliceLast;
@@ -33,10 +41,6 @@ bool is_non_reference_slice(AVCodecID codec, uint8_t first_byte) {
 }
 
 }  // namespace
-
-int unit_type(AVCodecID codec, uint8_t first_byte) {
-    return codec == AV_CODEC_ID_H264 ? first_byte & 0x1F : (first_byte >> 1) & 0x3F;
-}
 
 int unit_length_bytes(const AVCodecParameters& parameters) {
     const Bytes extra(parameters.extradata, static_cast<std::size_t>(std::max(parameters.extradata_size, 0)));
@@ -83,6 +87,15 @@ int first_slice_type(AVCodecID codec, Bytes packet, int length_bytes) {
         if (const int type = unit_type(codec, *unit); is_slice(codec, type))
             return type;
     return kNoUnit;
+}
+
+bool begins_sequence(AVCodecID codec, int slice_type) {
+    return codec == AV_CODEC_ID_HEVC ? slice_type >= kHevcBlaFirst && slice_type <= kHevcIdrLast
+                                     : slice_type == kH264Idr;
+}
+
+bool refers_before_key(int slice_type) {
+    return slice_type >= kHevcRaslFirst && slice_type <= kHevcRaslLast;
 }
 
 bool NonReference::is_all_of(const AVPacket& packet) const {

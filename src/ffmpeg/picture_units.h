@@ -11,8 +11,6 @@ namespace qmio::ffmpeg {
 
 inline constexpr int kNoUnit = -1;
 
-int unit_type(AVCodecID codec, uint8_t first_byte);
-
 // Bytes that tell its length before each unit, by the headers that the container keeps; 0: units begin with start codes.
 int unit_length_bytes(const AVCodecParameters& parameters);
 
@@ -36,11 +34,17 @@ class PictureUnits {
     bool cut_ = false;
 };
 
-// Type of the first unit that holds a slice.
+// Type of the first unit that holds a slice; kNoUnit without one.
 int first_slice_type(AVCodecID codec, std::span<const uint8_t> packet, int length_bytes);
 
+// Of such a type: with its picture the counting of pictures begins anew.
+bool begins_sequence(AVCodecID codec, int slice_type);
+
+// Of such a type of HEVC: its picture refers to what lies before the key picture that it is shown before.
+bool refers_before_key(int slice_type);
+
 // Tells packets to whose picture no other refers, and which bring nothing else: a decoder that leaves out such pictures
-// does without them. The others get every packet: who parallelises by packets works the better for it.
+// does without them.
 class NonReference {
   public:
     explicit NonReference(const AVCodecParameters& parameters)

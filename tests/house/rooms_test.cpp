@@ -199,4 +199,26 @@ TEST(Rooms, DefineMembersOfTheirOwnClassesOnly) {
     EXPECT_GE(members, 25u);
 }
 
+// A name of FFmpeg's version macros, as it stands in sources.
+bool asks_for_release(const fs::path& path) {
+    static const std::regex asks(R"(\b(LIB(AV|SW)[A-Z]+_VERSION_\w+|AV_VERSION_INT)\b)");
+    const Lines lines = read_lines(path);
+    return std::any_of(lines.begin(), lines.end(),
+                       [](const std::string& line) { return std::regex_search(line, asks); });
+}
+
+TEST(Rooms, KnowFfmpegsReleasesApartInOneAlone) {
+    int asking = 0;
+    for (const char* folder : {"src", "tests", "tools", "bench", "examples", "fuzz"})
+        for (const auto& entry : fs::recursive_directory_iterator(kRoot.parent_path() / folder)) {
+            const std::string path = entry.path().lexically_relative(kRoot.parent_path()).generic_string();
+            const bool is_source = path.ends_with(".h") || path.ends_with(".cpp") || path.ends_with(".c");
+            if (!is_source || path.starts_with("tests/house/") || !asks_for_release(entry.path()))
+                continue;
+            ++asking;
+            EXPECT_TRUE(path.starts_with("src/ffmpeg/")) << path;
+        }
+    EXPECT_GE(asking, 4);
+}
+
 }  // namespace

@@ -8,7 +8,7 @@ extern "C" {
 namespace qmio::test {
 
 // FFmpeg's own lists, each ended as its type does; null where the codec tells none.
-#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(61, 13, 100)
+#ifdef QMIO_CODECS_TELL_BY_CALL
 template <class Value>
 const Value* supported(const AVCodec& codec, AVCodecConfig kind) {
     const void* values = nullptr;
