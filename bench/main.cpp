@@ -17,7 +17,7 @@ namespace {
 
 // Rounds of all rows that take turns; what the command line says overrules it.
 void initialize(int argc, char** argv) {
-    std::string repeat = "--benchmark_repetitions=3";
+    std::string repeat = "--benchmark_repetitions=2";
     std::string interleave = "--benchmark_enable_random_interleaving=true";
     std::vector<char*> arguments(argv, argv + argc);
     arguments.insert(arguments.begin() + 1, {repeat.data(), interleave.data()});
