@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds what qmio links on Windows (FFmpeg, x264, pugixml, libyuv, GoogleTest) from Debian's own source packages, once per
-# version, into a cache outside the checkout. The last line of its output is the folder.
+# Builds what qmio links on Windows (FFmpeg with codecs of other makers, pugixml, libyuv, GoogleTest) from Debian's own source
+# packages, once per version, into a cache outside the checkout. The last line of its output is the folder.
 #   build-deps.sh                 builds what is missing
 #   build-deps.sh --print-prefix  only tells the folder
 set -euo pipefail
@@ -10,12 +10,17 @@ cache=${QMIO_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/qmio}
 triplet=x86_64-w64-mingw32
 jobs=${QMIO_JOBS:-$(nproc)}
 
+# Debian's source packages, in the order in which they are built; `build_NAME` builds each.
+codecs=(x264 x265 dav1d libvpx svt-av1 opus lame)
+sources=("${codecs[@]}" ffmpeg pugixml libyuv)
+
 ffmpeg_options=(
     --arch=x86_64 --target-os=mingw32 --enable-cross-compile "--cross-prefix=$triplet-"
     "--cc=$triplet-gcc-posix" "--cxx=$triplet-g++-posix" --pkg-config=pkg-config
     --enable-shared --disable-static --disable-programs --disable-doc --disable-debug
-    --disable-avfilter --disable-postproc --disable-autodetect --disable-pthreads --enable-w32threads --enable-zlib --enable-gpl --enable-libx264
-    --enable-indev=dshow --extra-ldflags=-static-libgcc
+    --disable-avfilter --disable-postproc --disable-autodetect --disable-pthreads --enable-w32threads --enable-zlib --enable-gpl
+    --enable-libx264 --enable-libx265 --enable-libdav1d --enable-libvpx --enable-libsvtav1 --enable-libopus --enable-libmp3lame
+    --enable-indev=dshow --pkg-config-flags=--static --extra-ldflags=-static-libgcc
 )
 x264_options=(
     "--host=$triplet" "--cross-prefix=$triplet-" --enable-static --enable-pic --enable-strip
@@ -34,6 +39,12 @@ package_of() {
         pugixml) echo libpugixml-dev ;;
         libyuv) echo libyuv-dev ;;
         x264) echo 'libx264-*' ;;
+        x265) echo 'libx265-*' ;;
+        dav1d) echo 'libdav1d[0-9]*' ;;
+        libvpx) echo 'libvpx[0-9]*' ;;
+        svt-av1) echo 'libsvtav1enc[0-9]*' ;;
+        opus) echo libopus0 ;;
+        lame) echo libmp3lame0 ;;
     esac
 }
 
@@ -49,15 +60,18 @@ installed_version() { dpkg-query -W -f '${Package} ${Version}\n' "$@" 2>/dev/nul
 
 describe() {
     local name version
-    for name in ffmpeg x264 pugixml libyuv; do
+    for name in "${sources[@]}"; do
         version=$(source_version "$name") || exit 1
         echo "$name $version"
     done
-    installed_version googletest libz-mingw-w64-dev libcli11-dev libstb-dev g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev
+    installed_version googletest libz-mingw-w64-dev libcli11-dev libstb-dev g++-mingw-w64-x86-64-posix mingw-w64-x86-64-dev \
+        meson
     printf '%s\n' "${ffmpeg_options[*]}" "${x264_options[*]}"
     # The steps are part of what it is; what is printed on the way is not.
-    declare -f build_x264 build_ffmpeg build_with_cmake build_pugixml build_libyuv build_googletest \
-        copy_headers copy_licences make_relocatable
+    for name in "${sources[@]}" googletest; do
+        declare -f "build_$name"
+    done
+    declare -f build_with_cmake copy_runtime copy_headers copy_licences make_relocatable
 }
 
 # ---- Debian's sources, through an apt of our own ----
@@ -128,7 +142,7 @@ fetch_all() {
     local apt=$PWD/apt name
     write_apt_configuration "$apt"
     apt-get -qq -c "$apt/apt.conf" update >&2 || say "  apt could not read every list; going on with what it has"
-    for name in ffmpeg x264 pugixml libyuv; do
+    for name in "${sources[@]}"; do
         fetch_source "$apt" "$name"
     done
     cp -r /usr/src/googletest googletest
@@ -142,9 +156,57 @@ build_x264() {
     make install
 }
 
+# Pictures of 10 bits are a library of their own, which the one of 8 bits takes in.
+build_x265() {
+    local options=(-DENABLE_SHARED=OFF -DENABLE_CLI=OFF)
+    cd source
+    build_with_cmake "$1" -B build-deep "${options[@]}" -DHIGH_BIT_DEPTH=ON -DEXPORT_C_API=OFF
+    cmake --build build-deep -j "$jobs"
+    build_with_cmake "$1" "${options[@]}" -DLINKED_10BIT=ON -DEXTRA_LIB="$PWD/build-deep/libx265.a"
+    cmake --build build-windows -j "$jobs" --target install
+    "$triplet-ar" -M <<END
+CREATE $1/lib/libx265.a
+ADDLIB build-windows/libx265.a
+ADDLIB build-deep/libx265.a
+SAVE
+END
+    # Linked by a C compiler, which takes its own runtime as it is told to.
+    sed -i 's/-lgcc_s//g' "$1/lib/pkgconfig/x265.pc"
+}
+
+build_dav1d() {
+    meson setup build-windows --cross-file package/crossfiles/$triplet.meson --prefix="$1" --libdir=lib \
+        --buildtype=release --default-library=static -Denable_tools=false -Denable_tests=false
+    ninja -C build-windows -j "$jobs" install
+}
+
+build_libvpx() {
+    CROSS=$triplet- ./configure --target=x86_64-win64-gcc --prefix="$1" --as=nasm --enable-vp9-highbitdepth \
+        --disable-examples --disable-tools --disable-docs --disable-unit-tests
+    make -j"$jobs"
+    make install
+}
+
+build_svt-av1() {
+    build_with_cmake "$1" -DBUILD_APPS=OFF -DBUILD_DEC=OFF -DBUILD_TESTING=OFF
+    cmake --build build-windows -j "$jobs" --target install
+}
+
+# The system's C library has no checked functions.
+build_opus() {
+    ./configure --host=$triplet --prefix="$1" --disable-shared --disable-doc --disable-extra-programs \
+        --disable-stack-protector CFLAGS='-O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=0'
+    make -j"$jobs"
+    make install
+}
+
+build_lame() {
+    ./configure --host=$triplet --prefix="$1" --disable-shared --disable-frontend
+    make -j"$jobs"
+    make install
+}
+
 build_ffmpeg() {
-    # Static ones in front of the shared ones spare hosts two more DLLs.
-    cp /usr/$triplet/lib/lib{z,pthread,winpthread}.a "$1/lib/"
     PKG_CONFIG_LIBDIR=$1/lib/pkgconfig ./configure --prefix="$1" "${ffmpeg_options[@]}" \
         --extra-cflags="-I$1/include" --extra-ldflags="-L$1/lib" || { tail -50 ffbuild/config.log; return 1; }
     make -j"$jobs"
@@ -178,6 +240,12 @@ build_googletest() {
     cmake --build build-windows -j "$jobs" --target install
 }
 
+# Static ones in front of the shared ones spare hosts their DLLs.
+copy_runtime() {
+    cp /usr/$triplet/lib/lib{z,pthread,winpthread}.a "$1/lib/"
+    cp "$("$triplet-g++-posix" -print-file-name=libstdc++.a)" "$1/lib/"
+}
+
 # Compiled for no system in particular, so the machine's own copies do.
 copy_headers() {
     cp -r /usr/include/CLI /usr/include/stb "$1/include/"
@@ -190,7 +258,7 @@ copy_headers() {
 copy_licences() {
     local target=$1/licences name file
     mkdir -p "$target"
-    for name in ffmpeg x264 pugixml libyuv; do
+    for name in "${sources[@]}"; do
         cp "$name/debian/copyright" "$target/$name.txt"
     done
     cp ffmpeg/COPYING.GPLv2 "$target/GPL-2.txt"
@@ -200,7 +268,7 @@ copy_licences() {
     done
     {
         echo "Built from these Debian source packages:"
-        for name in ffmpeg x264 pugixml libyuv; do
+        for name in "${sources[@]}"; do
             echo "  $name $(awk '$1 == "Version:" { print $2; exit }' "$name"_*.dsc)"
         done
         echo "FFmpeg was configured with:"
@@ -236,7 +304,8 @@ build_all() {
     cd "$scratch"
     mkdir -p stage/{bin,lib/pkgconfig,include}
     fetch_all
-    for name in x264 ffmpeg pugixml libyuv googletest; do
+    copy_runtime stage
+    for name in "${sources[@]}" googletest; do
         build_one "$name" "$scratch/stage"
     done
     copy_headers stage
@@ -251,7 +320,7 @@ build_if_missing() {
     exec 9>"$cache/windows.lock"
     flock 9
     [[ -d $prefix ]] && return
-    say "Building the libraries for Windows into $prefix. This is done once and takes about ten minutes."
+    say "Building the libraries for Windows into $prefix. This is done once and takes about a quarter of an hour."
     rm -rf "$cache"/building.* # left by a run that was killed
     scratch=$(mktemp -d "$cache/building.XXXXXX")
     trap 'rm -rf "$scratch"' EXIT

@@ -2,6 +2,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+
 #include "support/made_file.h"
 #include "tools/command_line.h"
 
@@ -11,6 +17,37 @@ namespace {
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
+
+#ifdef _WIN32
+constexpr const char* kThisSystem = "**Windows alone**";
+#else
+constexpr const char* kThisSystem = "**Linux alone**";
+#endif
+
+using Names = std::set<std::string>;
+
+// By kind, as in "video decoder".
+std::map<std::string, Names> printed_codecs() {
+    std::istringstream words(run_qmio({"codecs"}).output);
+    std::map<std::string, Names> codecs;
+    for (std::string name, medium, kind; words >> name >> medium >> kind;)
+        codecs[medium + " " + kind].insert(name);
+    return codecs;
+}
+
+// What the page has below the heading, of this system.
+Names told_codecs(const std::string& page, const std::string& heading) {
+    const std::regex quoted("`([^`]+)`");
+    std::istringstream section(page.substr(page.find("\n## " + heading) + 1));
+    std::string line;
+    std::getline(section, line);
+    Names names;
+    while (std::getline(section, line) && line.rfind("## ", 0) != 0)
+        if (line.rfind("**Linux and Windows**", 0) == 0 || line.rfind(kThisSystem, 0) == 0)
+            for (std::sregex_iterator match(line.begin(), line.end(), quoted); match != std::sregex_iterator(); ++match)
+                names.insert((*match)[1]);
+    return names;
+}
 
 TEST(FormatsVerb, ListsWhatCanBeWritten) {
     const Outcome outcome = run_qmio({"formats"});
@@ -27,6 +64,19 @@ TEST(CodecsVerb, ListsEncodersAndDecodersApart) {
     const std::string decoders = run_qmio({"codecs", "--decoders"}).output;
     EXPECT_THAT(decoders, ContainsRegex("h264 +video decoder"));
     EXPECT_THAT(decoders, Not(HasSubstr("encoder")));
+}
+
+TEST(CodecsVerb, ListsWhatThePageOfCodecsTells) {
+    const std::string page = content_of(path_of(QMIO_CODECS));
+    if (page.find(QMIO_LIBAVCODEC) == page.npos)
+        GTEST_SKIP() << "the page tells of another FFmpeg than that with " << QMIO_LIBAVCODEC;
+    std::map<std::string, Names> codecs = printed_codecs();
+    EXPECT_EQ(told_codecs(page, "Video that can be read"), codecs["video decoder"]);
+    EXPECT_EQ(told_codecs(page, "Video that can be written"), codecs["video encoder"]);
+    EXPECT_EQ(told_codecs(page, "Sound that can be read"), codecs["audio decoder"]);
+    EXPECT_EQ(told_codecs(page, "Sound that can be written"), codecs["audio encoder"]);
+    EXPECT_EQ(told_codecs(page, "Subtitles that can be read"), codecs["subtitle decoder"]);
+    EXPECT_EQ(told_codecs(page, "Subtitles that can be written"), codecs["subtitle encoder"]);
 }
 
 TEST(PixelFormatsVerb, ListsThemByTheNumbersOfTheInterface) {
