@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs ./dev in a Debian of its own, on which there is nothing but what ./dev itself installs there.
 #   root.sh RELEASE VERB [ARG...]      as root; RELEASE is a name that debootstrap knows, VERB and ARG go to ./dev
+#   root.sh RELEASE packages           tries the packages that ./dev package left: in a Debian that has only what they ask for
 # That Debian is made once and kept, with what was installed and built in it: remove its folder to begin anew. The archive,
 # proxies and certificates are those of this machine's apt, or the archive is that of QMIO_DEBIAN_MIRROR. Each run works on
 # a new copy of the checkout, so going on with the checkout does not disturb it. Where CCACHE_DIR names a cache it is used.
@@ -10,6 +11,7 @@ project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 cache=${QMIO_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/qmio}
 release=$1
 root=$cache/root-$release
+trial=$project/cmake/debian/try_packages.sh
 media=${QMIO_MEDIA_DIR:-$project/../shared/media}
 passed_on=(
     http_proxy https_proxy ftp_proxy no_proxy HTTP_PROXY HTTPS_PROXY FTP_PROXY NO_PROXY
@@ -135,6 +137,33 @@ use_ccache() {
     inside DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends ccache >/dev/null 2>&1
 }
 
+# Where ./dev package left them: here, where this is the same release, or in the root of that release.
+packages() {
+    local folder=$cache/root-$release/work/qmio/dist
+    # shellcheck source=/dev/null
+    [[ $(source /etc/os-release && echo "${VERSION_CODENAME:-}") != "$release" ]] || folder=$project/dist
+    compgen -G "$folder/libqmio3_*.deb" >/dev/null ||
+        fail "there are no packages in $folder; make them first: ./dev package, or ./dev root $release package"
+    printf '%s\n' "$folder"
+}
+
+# Made for this one run: what is installed there shows what the packages forgot to ask for.
+try_packages() {
+    local main folder
+    main=$(mirror)
+    folder=$(packages)
+    root=$cache/root-$release-bare
+    rm -rf "$root"
+    make_root "$main"
+    copy_network
+    write_apt_sources "$main"
+    mkdir "$root/packages"
+    cp "$folder"/*.deb "$root/packages/"
+    cp -r "$project/tests/package/consumer" "$project/examples/read_frames.c" "$trial" "$root/packages/"
+    mount_all
+    inside DEBIAN_FRONTEND=noninteractive "/packages/${trial##*/}"
+}
+
 run() {
     local main
     main=$(mirror)
@@ -167,13 +196,15 @@ start_apart() {
     setpriv --pdeathsig KILL unshare --mount --propagation private --pid --fork --kill-child \
         "${BASH_SOURCE[0]}" "$@" --apart <&0 &
     child=$!
-    wait "$child"
+    wait "$child" || exit
+    # Its mounts have ended with it.
+    rm -rf "$cache/root-$release-bare"
 }
 
 if [[ ${*: -1} == --apart ]]; then
     set -- "${@:2:$#-2}"
     exec 9>&-
-    run "$@"
+    if [[ $1 == packages ]]; then try_packages; else run "$@"; fi
 else
     start_apart "$@"
 fi
