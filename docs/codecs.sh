@@ -26,15 +26,14 @@ windows=$2
 cat <<END
 # Codecs
 
-What the library reads and writes by the names that \`vcodec=\` and \`acodec=\` take, with $3. Made by
+What the library reads and writes with $3; \`vcodec=\` and \`acodec=\` take the names of what is written. Made by
 \`./dev windows codecs\` from what \`qmio codecs\` prints on Linux and under Wine; it tells of the machine at hand, where a newer
 FFmpeg has more. Those that end in \`_cuvid\`, \`_nvenc\`, \`_qsv\`, \`_vaapi\`, \`_v4l2m2m\` and \`_omx\` work on
-hardware and open only where there is some.
+hardware and open only where there is some; decoders with holes that are known to be open are listed and yet refused:
+[security](security.md).
 
 END
 print_kind 'Video that can be read' 'video decoder'
 print_kind 'Video that can be written' 'video encoder'
 print_kind 'Sound that can be read' 'audio decoder'
 print_kind 'Sound that can be written' 'audio encoder'
-print_kind 'Subtitles that can be read' 'subtitle decoder'
-print_kind 'Subtitles that can be written' 'subtitle encoder'

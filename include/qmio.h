@@ -110,12 +110,15 @@
  *     #include <stdio.h>
  *
  *     int main(int argc, char** argv) {
- *         MediaHandle* media = qmio_open_a(argc > 1 ? argv[1] : "");
+ *         char reason[512] = "it has no pictures";
+ *         MediaHandle* media = qmio_open_u8(argc > 1 ? argv[1] : "", NULL);
+ *         if (media == NULL)
+ *             return qmio_why(reason, sizeof reason), fprintf(stderr, "%s\n", reason), 1;
  *         const int width = (int)qmio_get_file_param(media, "width"), height = (int)qmio_get_file_param(media, "height");
  *         const int size = qmio_get_bufsize(AV_PIX_FMT_BGRA, width, height);  // negative without a picture
  *         uint8_t* picture = (uint8_t*)qmio_alloc(size);
  *         if (picture == NULL || size <= 0)
- *             return fprintf(stderr, "usage: read_frames VIDEO\n"), qmio_free(picture), qmio_close(media), 1;
+ *             return fprintf(stderr, "%s: %s\n", argv[1], reason), qmio_free(picture), qmio_close(media), 1;
  *         int frames = 0, result;
  *         while ((result = qmio_read_frame(media, picture)) != QMIO_NO_PICTURE)
  *             frames += result > QMIO_PICTURE_HELD;  // below 0: a damaged packet, after which reading goes on
@@ -695,7 +698,7 @@ enum {
  *                                            not one that completes files of its own: "hls", "dash", "hds",
  *                                            "smoothstreaming", "webm_chunk", "tee", "fifo" and "fifo_test" are
  *                                            refused
- *             vcodec, codec, codec:v, c:v    video encoder; none: no video
+ *             vcodec, codec, codec:v, c:v    video encoder; none, or one that there is not: no video (qmio_why tells it)
  *             width, height, or size=WxH     picture size in pixels
  *             pix, pix_fmt                   pixel format in which pictures come
  *             r                              frame rate, N or N/D; 25 by default
@@ -1211,7 +1214,7 @@ QMIO_API MediaHandle* qmio_mux_u8(const char* file, const char* options, MediaHa
 QMIO_API int qmio_cancel_open(int64_t id);
 
 /*
- * Completes a file that is being written, as qmio_close does, and tells what became of it: encoders are drained, the
+ * Completes a file that is being written, as qmio_close does, and tells what became of it: the video encoder is drained, the
  * trailer is written, everything is flushed, the output is closed; a memory target gets its header. qmio_close then only
  * frees the handle.
  *

@@ -2,6 +2,7 @@
 
 import os
 import re
+import warnings
 
 from ._frames import address_and_size
 from ._library import encoded, forget, library, picture_bytes, pixel_format_number, why
@@ -44,6 +45,10 @@ class Writer(_Handle):
         super().__init__(library.qmio_create_u8(encoded(path), options.encode(), 0))
         if not self._handle:
             raise why("cannot make %s" % path)
+        # A misspelt option or encoder is no failure of the library's.
+        without = str(why(""))
+        if without:
+            warnings.warn("%s is made: %s" % (path, without), stacklevel=3)
 
     def write(self, frame):
         """The next picture: a buffer of exactly one, in the size and pixel format of the options."""

@@ -49,6 +49,13 @@ def test_the_reason_is_told(tmp_path):
         qmio.create(tmp_path / "a.nonsense", **GRAY)
 
 
+def test_what_a_file_is_made_without_is_told(tmp_path):
+    with pytest.warns(UserWarning, match="unused options: presett"):
+        qmio.create(tmp_path / "a.mkv", presett="fast", **GRAY).close()
+    with pytest.warns(UserWarning, match="no encoder is called acc"):
+        qmio.create(tmp_path / "a.mkv", "ar=48000,ac=2,afmt=s16", acodec="acc", **GRAY).close()
+
+
 def test_packets_are_copied_into_another_container(tmp_path, film, whole):
     assert qmio.remux(film, tmp_path / "copy.mkv") > 50
     with qmio.open(tmp_path / "copy.mkv", format="yuv420p") as media:

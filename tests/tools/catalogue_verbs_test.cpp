@@ -75,8 +75,6 @@ TEST(CodecsVerb, ListsWhatThePageOfCodecsTells) {
     EXPECT_EQ(told_codecs(page, "Video that can be written"), codecs["video encoder"]);
     EXPECT_EQ(told_codecs(page, "Sound that can be read"), codecs["audio decoder"]);
     EXPECT_EQ(told_codecs(page, "Sound that can be written"), codecs["audio encoder"]);
-    EXPECT_EQ(told_codecs(page, "Subtitles that can be read"), codecs["subtitle decoder"]);
-    EXPECT_EQ(told_codecs(page, "Subtitles that can be written"), codecs["subtitle encoder"]);
 }
 
 TEST(PixelFormatsVerb, ListsThemByTheNumbersOfTheInterface) {
