@@ -139,7 +139,10 @@ bool tell_no_memory() {
 bool is_known(const Creation& creation) {
     if (creation.asked.output_format != nullptr)
         return true;
-    const std::string* const name = find(creation.options, CreationKey::container);
+    const std::string* name = nullptr;
+    for (const Option& option : creation.options)
+        if (creation_key(option.key) == CreationKey::container)
+            name = &option.value;  // of two the last counts
     if (name != nullptr)
         why::failed(AVERROR_MUXER_NOT_FOUND, "option fmt: no container is called %s", name->c_str());
     else

@@ -63,6 +63,8 @@ const Failure kFailures[] = {
      "made.mov: there is no option fmt"},
     {"UnknownContainer", [](const Place& place) { return place.create("fmt=nonsense," + kVideo); },
      AVERROR_MUXER_NOT_FOUND, "option fmt: no container is called nonsense"},
+    {"TwoContainers", [](const Place& place) { return place.create("fmt=mov,fmt=nonsense," + kVideo); },
+     AVERROR_MUXER_NOT_FOUND, "option fmt: no container is called nonsense"},
     {"ContainerOfManyFiles", [](const Place& place) { return place.create("fmt=hls," + kVideo); }, AVERROR(ENOSYS),
      "option fmt: container hls cannot be completed here"},
     {"UnknownVideoEncoder", [](const Place& place) { return place.create("fmt=mov,vcodec=nonsense"); },
