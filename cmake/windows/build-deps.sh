@@ -11,8 +11,7 @@ triplet=x86_64-w64-mingw32
 jobs=${QMIO_JOBS:-$(nproc)}
 
 # Debian's source packages, in the order in which they are built; `build_NAME` builds each.
-codecs=(x264 x265 dav1d libvpx svt-av1 opus lame)
-sources=("${codecs[@]}" ffmpeg pugixml libyuv)
+sources=(x264 x265 dav1d libvpx svt-av1 opus lame ffmpeg pugixml libyuv)
 
 ffmpeg_options=(
     --arch=x86_64 --target-os=mingw32 --enable-cross-compile "--cross-prefix=$triplet-"
